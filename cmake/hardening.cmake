@@ -1,0 +1,20 @@
+# SPDX-License-Identifier: Apache-2.0
+# Hardening of what ships. The filter parses files of strangers as user lp.
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_pie_supported()
+
+add_library(drav_hardening INTERFACE)
+target_compile_options(drav_hardening INTERFACE -fstack-protector-strong)
+check_cxx_compiler_flag(-fcf-protection DRAV_HAS_CF_PROTECTION)
+if(DRAV_HAS_CF_PROTECTION AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i[3-6]86")
+  target_compile_options(drav_hardening INTERFACE -fcf-protection)
+endif()
+if(NOT DRAV_SANITIZE)  # fortified calls hide overruns from the sanitizers
+  target_compile_options(drav_hardening INTERFACE
+    $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE>
+    $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
+endif()
+if(NOT APPLE)
+  target_link_options(drav_hardening INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,--as-needed)
+endif()

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// Diagnostic lines on standard error in the manner of CUPS filters
+// (filter(7)): a level prefix, the message, a newline.
+#ifndef COMMON_LOG_H_
+#define COMMON_LOG_H_
+
+#include <cstdint>
+
+// Level of a line. Debug and Info differ for the callers but share the prefix
+// "DEBUG:", so that the scheduler takes neither for a page accounting line.
+enum LogLevel : int32_t {
+  kLogDebug = 0,     // "DEBUG:"   detail
+  kLogInfo = 1,      // "DEBUG:"   progress
+  kLogWarning = 2,   // "WARN:"
+  kLogError = 3,     // "ERROR:"
+  kLogCritical = 4,  // "CRIT:"
+  kLogInvalid = 5,   // "INVALID:"
+};
+
+// Writes one line at `level`: the prefix, the message made from the printf
+// `format`, and "\n". No space follows the prefix, and no level is filtered
+// out. A level outside 0 to 5 prints as kLogInvalid.
+__attribute__((format(printf, 2, 3))) void dravLogCommon(int32_t level, const char* format, ...);
+
+#endif  // COMMON_LOG_H_

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+// Signals of a spooled job: SIGTERM cancels it, SIGPIPE is left to the write
+// errors of standard output.
+#ifndef FILTER_JOB_SIGNALS_H_
+#define FILTER_JOB_SIGNALS_H_
+
+// Notes SIGTERM from now on and ignores SIGPIPE. Interrupted reads and writes
+// are restarted, so that no byte gets lost.
+void installJobSignals();
+
+// True once SIGTERM has arrived. Further ones change nothing.
+bool jobCancelRequested();
+
+// Opens /dev/null for each standard descriptor that the caller has closed, so
+// that no file of ours can take its number: a closed standard output must fail,
+// not end up in a picture.
+void reserveStandardDescriptors();
+
+#endif  // FILTER_JOB_SIGNALS_H_

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filter/page_geometry.h"
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double kPointsPerInch = 72.0;
+
+// Truncates toward zero, held within 64 bits.
+uint64_t truncateToUint64(double value) {
+  constexpr double kTwoTo64 = 18446744073709551616.0;
+  if (value >= kTwoTo64) return std::numeric_limits<uint64_t>::max();
+  return value > 0.0 ? static_cast<uint64_t>(value) : 0;
+}
+
+}  // namespace
+
+uint64_t maxMediaLinePixels(double maxMediaWidth, const cups_page_header2_t& header) {
+  if (!std::isfinite(maxMediaWidth) || maxMediaWidth <= 0.0) return 0;
+  return truncateToUint64((maxMediaWidth / kPointsPerInch) *
+                          static_cast<double>(header.HWResolution[0]));
+}
+
+uint64_t skippedRightPixels(uint64_t maxLinePixels, const cups_page_header2_t& header) {
+  if (maxLinePixels == 0 || header.cupsBytesPerLine <= maxLinePixels) return 0;
+  return header.cupsBytesPerLine - maxLinePixels;
+}
+
+uint32_t pageBytes(const cups_page_header2_t& header) {
+  return header.cupsBytesPerLine * header.cupsHeight;
+}
+
+bool isUnprintable(const cups_page_header2_t& header) {
+  if (header.cupsWidth > header.cupsBytesPerLine) return true;
+  const uint64_t size = uint64_t{header.cupsBytesPerLine} * header.cupsHeight;
+  return size > std::numeric_limits<uint32_t>::max() && pageBytes(header) != 0;
+}

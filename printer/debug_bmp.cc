@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+// Diagnostic pictures: Windows bitmaps (BITMAPFILEHEADER, BITMAPINFOHEADER) of
+// each page before and after its processing.
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <vector>
+
+#include "common/private_file.h"
+#include "common/scope_guard.h"
+#include "printer/drav_printer.h"
+
+namespace {
+
+constexpr uint32_t kHeaderBytes = 54;
+constexpr uint32_t kInfoHeaderBytes = 40;
+constexpr uint32_t kGreyEntries = 256;
+
+// Pictures saved by this process, failed saves included; part of their names.
+uint64_t savedImages = 0;
+
+using BmpHeader = std::array<uint8_t, kHeaderBytes>;
+
+void put16(BmpHeader& header, size_t offset, uint32_t value) {
+  header[offset] = static_cast<uint8_t>(value & 0xFF);
+  header[offset + 1] = static_cast<uint8_t>((value >> 8) & 0xFF);
+}
+
+void put32(BmpHeader& header, size_t offset, uint32_t value) {
+  put16(header, offset, value & 0xFFFF);
+  put16(header, offset + 2, value >> 16);
+}
+
+uint64_t paddedRowBytes(uint64_t width, bool grey) {
+  const uint64_t bytes = grey ? width : (width + 7) / 8;
+  return (bytes + 3) / 4 * 4;
+}
+
+// Sizes are those of a picture with padded rows; fields wrap at 32 bits.
+BmpHeader makeHeader(uint64_t width, uint64_t height, bool grey) {
+  const uint32_t entries = grey ? kGreyEntries : 2;
+  const uint32_t listedEntries = grey ? kGreyEntries : 0;
+  const uint32_t dataOffset = kHeaderBytes + entries * 4;
+  const auto imageBytes = static_cast<uint32_t>(paddedRowBytes(width, grey) * height);
+  BmpHeader header = {};
+  header[0] = 'B';
+  header[1] = 'M';
+  put32(header, 2, dataOffset + imageBytes);
+  put32(header, 10, dataOffset);
+  put32(header, 14, kInfoHeaderBytes);
+  put32(header, 18, static_cast<uint32_t>(width));
+  put32(header, 22, static_cast<uint32_t>(height));
+  put16(header, 26, 1);
+  put16(header, 28, grey ? 8 : 1);
+  put32(header, 34, imageBytes);
+  put32(header, 46, listedEntries);
+  put32(header, 50, listedEntries);
+  return header;
+}
+
+void writeGreyPalette(std::FILE* file) {
+  std::array<uint8_t, size_t{kGreyEntries} * 4> palette = {};
+  for (size_t i = 0; i < kGreyEntries; ++i) {
+    std::fill_n(palette.begin() + static_cast<std::ptrdiff_t>(i * 4), 3, static_cast<uint8_t>(i));
+  }
+  std::fwrite(palette.data(), palette.size(), 1, file);
+}
+
+void writeMonoPalette(std::FILE* file) {
+  constexpr std::array<uint8_t, 8> kBlackAndWhite = {0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0};
+  std::fwrite(kBlackAndWhite.data(), kBlackAndWhite.size(), 1, file);
+}
+
+// The rows from the last to the first, `bytesPerLine` pixels each: 0 is white, a
+// set bit; the rest of the last byte is white, the padding behind it 0. Pixels
+// behind the end of a row of `width` pixels find no place.
+void writeMonoRows(std::FILE* file, const uint8_t* pixels, uint64_t bytesPerLine, uint64_t height,
+                   uint64_t width) {
+  std::vector<uint8_t> packed(static_cast<size_t>(paddedRowBytes(width, false)));
+  const uint64_t packedPixels = std::min<uint64_t>(bytesPerLine, packed.size() * 8);
+  for (uint64_t y = height; y > 0; --y) {
+    const uint8_t* row = pixels + (y - 1) * bytesPerLine;
+    std::fill(packed.begin(), packed.end(), uint8_t{0});
+    for (uint64_t x = 0; x < packedPixels; ++x) {
+      if (row[x] == 0) packed[x / 8] = static_cast<uint8_t>(packed[x / 8] | (0x80U >> (x % 8)));
+    }
+    if (packedPixels % 8 != 0) {
+      uint8_t& last = packed[packedPixels / 8];
+      last = static_cast<uint8_t>(last | (0xFFU >> (packedPixels % 8)));
+    }
+    std::fwrite(packed.data(), packed.size(), 1, file);
+  }
+}
+
+std::tm localTime(std::time_t now) {
+  std::tm fields = {};
+  tzset();  // localtime_r alone need not read the time zone
+  localtime_r(&now, &fields);
+  return fields;
+}
+
+}  // namespace
+
+void DravPrinter::setFileNameFormat(const char* stem) {
+  // The folder is text in a printf template: its per cent signs are doubled.
+  std::string folder;
+  for (const char c : dumpFolder_) folder.append(c == '%' ? 2 : 1, c);
+  std::snprintf(fileNameFormat_.data(), fileNameFormat_.size(), "%s/%s_%s.bmp", folder.c_str(),
+                stem, "%d-%d-%d_%d_%d_%d_%ld");
+}
+
+void DravPrinter::saveImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
+                            uint64_t width, uint16_t bitsPerPixel) {
+  const std::tm now = localTime(clock_());
+  const auto number = static_cast<long>(savedImages++);
+  std::array<char, 2048> path = {};
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"  // the template is a member, made above
+  std::snprintf(path.data(), path.size(), fileNameFormat_.data(), now.tm_year + 1900,
+                now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec, number);
+#pragma GCC diagnostic pop
+
+  std::FILE* file = openPrivateFile(path.data(), "wb+");
+  if (file == nullptr) {
+    std::fprintf(stderr, "DravPrinter::saveImage: unable to open the file %s\n", path.data());
+    return;
+  }
+  const ScopeGuard closeFile([file] { std::fclose(file); });
+
+  const bool grey = bitsPerPixel == 8;
+  const BmpHeader header = makeHeader(width, height, grey);
+  std::fwrite(header.data(), header.size(), 1, file);
+  if (grey) {
+    writeGreyPalette(file);
+    // As the bytes lie in memory: no padding, first row first, no more than
+    // there are.
+    const uint64_t bytes = std::min(width, bytesPerLine) * height;
+    if (pixels != nullptr && bytes != 0) std::fwrite(pixels, bytes, 1, file);
+    return;
+  }
+  if (bitsPerPixel == 1) writeMonoPalette(file);
+  if (pixels != nullptr) writeMonoRows(file, pixels, bytesPerLine, height, width);
+}

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tattoo/threshold.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "tattoo/fast_math.h"
+
+namespace {
+
+constexpr int kLevels = 256;
+constexpr int32_t kNoSolution = 128;
+
+using Shares = std::array<float, kLevels>;
+
+// Share of each level among the first width * height bytes, a 32-bit count.
+Shares levelShares(const QZImage& image) {
+  const auto count = static_cast<int32_t>(static_cast<uint32_t>(image.width) *
+                                          static_cast<uint32_t>(image.height));
+  const auto readable = static_cast<int32_t>(
+      std::min(int64_t{count}, std::max(image.byteCount(), int64_t{0})));
+  std::array<int32_t, kLevels> histogram = {};
+  for (int32_t i = 0; i < readable; ++i) ++histogram[image.data[i]];
+  Shares shares = {};
+  for (size_t k = 0; k < kLevels; ++k) {
+    shares[k] = static_cast<float>(histogram[k]) / static_cast<float>(count);
+  }
+  return shares;
+}
+
+}  // namespace
+
+int32_t thresh_global_moments(const QZImage& image) {
+  const Shares p = levelShares(image);
+
+  // Moments about zero; the powers of k are whole numbers before they become
+  // single precision.
+  const float m0 = 1.0F;
+  float m1 = 0.0F;
+  float m2 = 0.0F;
+  float m3 = 0.0F;
+  for (int32_t k = 0; k < kLevels; ++k) {
+    const float share = p[static_cast<size_t>(k)];
+    m1 = static_cast<float>(k) * share + m1;
+    m2 = static_cast<float>(k * k) * share + m2;
+    m3 = static_cast<float>(k * k * k) * share + m3;
+  }
+
+  // The two levels z0 < z1 of the moment-preserving image are the roots of
+  // z^2 + c1 z + c0.
+  const float cd = m0 * m2 + (-(m1 * m1));
+  const float c0 = ((-m2) * m2 + m1 * m3) / cd;
+  const float c1 = (m0 * (-m3) + m2 * m1) / cd;
+  const auto disc =
+      static_cast<float>(static_cast<double>(c1 * c1) + static_cast<double>(c0) * -4.0);
+  // One grey level (0 / 0), or levels so close that cd cancels: the equations
+  // say nothing, and the square root would not end.
+  const bool undefined = disc != disc || disc == std::numeric_limits<float>::infinity();
+  if (undefined || disc < 0.0F) return kNoSolution;
+
+  const float z0 = 0.5F * (-c1 - my_sqrt(disc));
+  const float z1 = 0.5F * (-c1 + my_sqrt(disc));
+  const float darkShare = (z1 - m1) / (z1 - z0);
+  float sum = 0.0F;
+  for (int32_t k = 0; k < kLevels; ++k) {
+    sum = p[static_cast<size_t>(k)] + sum;
+    if (sum > darkShare) return k;
+  }
+  return -1;
+}

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+// One page from its grey pixels to its raster bands, and the picture files that go with it.
+#ifndef TESTS_MODEL_PAGES_H_
+#define TESTS_MODEL_PAGES_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/model/palette_image.h"
+
+namespace model {
+
+// One line on standard error, without its line end. Levels: 0 and 1 debug, 2 warning, 3 error,
+// 4 critical, 5 invalid.
+std::string logLine(int level, const std::string& text);
+
+// Stands in a log line where the product prints an address of its own.
+inline const char* const kPointerText = "<pointer>";
+// Stands where it prints the null pointer with %p, which looks different on each system.
+inline const char* const kNullPointerText = "<null>";
+
+// What the printer object holds for a page.
+struct PrinterSettings {
+  int32_t halftoneType = 0;      // 0 to 7 and others: method number; 8 and 9: tattoo
+  int brightness = 0;            // -100 to 100, clamped like the setter does
+  int contrast = 0;              // -100 to 100, clamped like the setter does
+  bool rotate180 = false;
+  bool mirror = false;
+  bool negative = false;
+  int antiWrinkle = 0;           // frame width in millimetres, 0 = no frame
+  uint8_t removeBlankEdges = 0;  // 2 measures the front, 8 the back
+  uint64_t skipRightPixels = 0;
+  int resolution = 300;          // dots per inch
+  bool hasPageHeader = true;
+  std::string pageSizeName;
+};
+
+int clampTone(int value);          // to -100..100
+int clampDensity(int value);       // to 0..15
+int parseSpeed(const char* text);  // atoi, then to 1..15
+
+// Lengths of the anti-wrinkle frame in dots. `hundredths` counts hundredths of a millimetre.
+uint32_t dotsOf(int resolution, uint32_t hundredths);
+
+struct Canvas {
+  uint32_t width = 0;
+  uint32_t height = 0;
+};
+uint32_t frameLineWidth(int resolution, int level);
+// 0 by 0 for a page size without a frame.
+Canvas frameCanvas(int resolution, int level, const std::string& pageSizeName);
+
+// Expands the page to its canvas and draws the frame; appends its log lines.
+void enableAntiWrinkle(const PrinterSettings& settings, PaletteImage& image,
+                       std::vector<std::string>& log);
+
+struct FinishedPage {
+  bool valid = false;          // false: no image, nothing to save or print
+  PaletteImage image;          // 8 bits per pixel, rows padded to 4 bytes
+  std::vector<uint8_t> dst;    // the caller's buffer of 2 * stride * height bytes
+  int32_t filled = 0;          // the result of the page processing, 0 on failure
+  std::vector<std::string> log;
+};
+
+// `src` holds `height` rows of `stride` bytes, `width` of them being pixels.
+FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint8_t>& src,
+                         int32_t stride, int32_t width, int32_t height);
+
+struct PackedPage {
+  std::vector<uint8_t> bytes;
+  std::string log;
+};
+
+// One bit per byte of each row, leftmost pixel in the top bit, set for every non-zero byte.
+PackedPage packMono(const std::vector<uint8_t>& pixels, int32_t bytesPerLine, int32_t height,
+                    uint64_t skipRight);
+
+// The raster commands of a packed page, at most 96 rows each.
+std::vector<uint8_t> rasterBands(const std::vector<uint8_t>& packed, uint32_t packedLength,
+                                 uint64_t height);
+
+// The bytes of the picture file. Bytes that `pixels` does not hold read as 0.
+std::vector<uint8_t> bmpFile(const std::vector<uint8_t>& pixels, uint64_t bytesPerLine,
+                             uint64_t height, uint64_t width, uint16_t bitsPerPixel);
+
+struct SavedImage {
+  std::string kind;  // "origin" or "dithered"
+  std::vector<uint8_t> bytes;
+};
+
+struct PrintedPage {
+  std::vector<uint8_t> bands;     // to every output stream
+  std::vector<SavedImage> saved;  // in the order of the saves
+  std::vector<std::string> log;
+};
+
+// The whole page step. With `savesFail` the picture files cannot be opened: the log gets the
+// line that says so (with "<path>" for the path) and `saved` stays empty.
+PrintedPage printImage(const PrinterSettings& settings, const std::vector<uint8_t>& pixels,
+                       uint64_t bytesPerLine, uint64_t height, uint64_t width,
+                       bool savesFail = false);
+
+}  // namespace model
+
+#endif  // TESTS_MODEL_PAGES_H_
