@@ -7,10 +7,8 @@
 namespace {
 
 constexpr std::array<const char*, kHalftoneTypeCount> sHalftoneTypeStrTable = {
-    "None",   "FloydSteinberg",    "Ordered",
-    "Burkes", "Stucki",            "JarvisJudiceNinke",
-    "Sierra", "StevensonArce",     "Tattoo",
-    "Tattoo_X8"};
+    "None",   "FloydSteinberg", "Ordered", "Burkes",   "Stucki", "JarvisJudiceNinke",
+    "Sierra", "StevensonArce",  "Tattoo",  "Tattoo_X8"};
 
 }  // namespace
 

@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr std::array<const char*, 6> sLogLevelTexts = {"DEBUG:", "DEBUG:", "WARN:",
-                                                       "ERROR:", "CRIT:",  "INVALID:"};
+constexpr std::array<const char*, 6> sLogLevelTexts = {
+    "DEBUG:", "DEBUG:", "WARN:", "ERROR:", "CRIT:", "INVALID:"};
 
 }  // namespace
 

@@ -24,17 +24,17 @@ constexpr uint8_t kCuts[2][7] = {{0x0A, 0x0A, 0x0A, 0x0A, 0x1D, 0x56, 0x01},
                                  {0x0A, 0x0A, 0x0A, 0x0A, 0x1D, 0x56, 0x00}};
 constexpr command CutTypeCommand[] = {{0, nullptr}, {7, kCuts[0]}, {7, kCuts[1]}};
 
-constexpr uint8_t kPageFeed[] = {0x1B, 0x4A, 0xA0};      // ESC J 160
-constexpr uint8_t kJobFeed[] = {0x1B, 0x4A, 0x78};       // ESC J 120
-constexpr uint8_t kSensorStatus[] = {0x1B, 0x76};        // ESC v; the answer is never read
+constexpr uint8_t kPageFeed[] = {0x1B, 0x4A, 0xA0};  // ESC J 160
+constexpr uint8_t kJobFeed[] = {0x1B, 0x4A, 0x78};   // ESC J 120
+constexpr uint8_t kSensorStatus[] = {0x1B, 0x76};    // ESC v; the answer is never read
 
 // ---- Templates: their parameter bytes are overwritten before each send ---------
 
 std::array<uint8_t, 6> DensityCommand = {0x1F, 0x1B, 0x1F, 0x13, 0x14, 0x00};  // n at 5
-std::array<uint8_t, 4> BuzzerCommand = {0x1B, 0x42, 0x01, 0x01};  // ESC B n t
-std::array<uint8_t, 3> AlignCommand = {0x1B, 0x61, 0x00};         // ESC a n
-std::array<uint8_t, 4> LogoCommand = {0x1C, 0x70, 0x01, 0x00};    // FS p n m
-std::array<uint8_t, 3> PaperfeedCommand = {0x1B, 0x64, 0x00};     // ESC d n
+std::array<uint8_t, 4> BuzzerCommand = {0x1B, 0x42, 0x01, 0x01};               // ESC B n t
+std::array<uint8_t, 3> AlignCommand = {0x1B, 0x61, 0x00};                      // ESC a n
+std::array<uint8_t, 4> LogoCommand = {0x1C, 0x70, 0x01, 0x00};                 // FS p n m
+std::array<uint8_t, 3> PaperfeedCommand = {0x1B, 0x64, 0x00};                  // ESC d n
 
 void send(std::span<const uint8_t> bytes, std::FILE* out) {
   outputCommand({static_cast<int32_t>(bytes.size()), bytes.data()}, out);
@@ -110,8 +110,8 @@ void pageSetup(Settings settings, cups_page_header2_t /*header*/, std::FILE* out
 void endPage(Settings settings, std::FILE* out) {
   feedPage(out);
   if (settings.docBottomLogoID > 0) {
-    printLogo(settings.docBottomLogoID, settings.docBottomLogoMode,
-              settings.docBottomLogoPosition, out);
+    printLogo(settings.docBottomLogoID, settings.docBottomLogoMode, settings.docBottomLogoPosition,
+              out);
   }
   cutPaper(settings.pageCutType, out);
   if (settings.pageBuzzerSetting == kAtEnd) soundBuzzer(settings, out);

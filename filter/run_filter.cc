@@ -184,16 +184,14 @@ class Job {
     ++pagesStarted_;
     dravLogCommon(kLogInfo, "PAGE: %d %d", pagesStarted_, static_cast<int>(header_.NumCopies));
     const uint32_t bytes = pageBytes(header_);
-    const bool read =
-        bytes != 0 && cupsRasterReadPixels(raster_.get(), page_.data(), bytes) >= 1;
+    const bool read = bytes != 0 && cupsRasterReadPixels(raster_.get(), page_.data(), bytes) >= 1;
     if (cancelled()) return Outcome::cancelled;
     return read ? Outcome::proceed : Outcome::ended;
   }
 
   Outcome printPage() {
     const uint64_t maxLinePixels = maxMediaLinePixels(settings_.maxMediaWidth, header_);
-    dravLogCommon(kLogDebug,
-                  "Calc skip pixels : maxMediaLinePixels(%u), cupsBytesPerLine(%u)",
+    dravLogCommon(kLogDebug, "Calc skip pixels : maxMediaLinePixels(%u), cupsBytesPerLine(%u)",
                   static_cast<unsigned>(maxLinePixels), header_.cupsBytesPerLine);
     printer_->setPageHeader(&header_);
     printer_->setRemoveBlankEdges(kMeasureBothEdges);

@@ -13,9 +13,9 @@
 // What the filter takes from the world besides its arguments and the variable
 // PPD. The defaults are those of the program; tests put their own in.
 struct FilterEnvironment {
-  int standardInput = 0;                // raster stream when no file is named; not closed
-  std::FILE* standardOutput = stdout;   // printer bytes; not closed
-  Clock clock = systemClock;            // names the record and the diagnostic pictures
+  int standardInput = 0;               // raster stream when no file is named; not closed
+  std::FILE* standardOutput = stdout;  // printer bytes; not closed
+  Clock clock = systemClock;           // names the record and the diagnostic pictures
   std::string dumpFolder = "/var/spool/cups/tmp";  // diagnostic pictures
   std::function<bool()> cancelRequested = jobCancelRequested;
 };

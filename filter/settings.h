@@ -16,30 +16,30 @@
 // carried in PPD choice names. Where nothing else is said, an option that the
 // PPD lacks reads as -1, which acts as "off".
 struct Settings {
-  int32_t modelNumber = 0;          // *cupsModelNumber; stored only
-  float pageWidth = 0.0F;           // millimetres, from the PageSize name; stored only
-  float pageHeight = 0.0F;          // millimetres; stored only
-  double maxMediaWidth = 0.0;       // *MaxMediaWidth, points; 0 when missing
-  int32_t pageType = 0;             // stored only
-  int32_t reserved1 = 0;            // never filled
-  int32_t pageCutType = 0;          // after each page: 1 partial, 2 full cut
-  int32_t docCutType = 0;           // at the job's end: 1 partial, 2 full cut
-  int32_t feedCutAfterJobEnd = 0;   // lines fed at the job's end when above 0
-  int32_t cashDrawer1Setting = 0;   // 1 pulse at the job's start, 2 at its end
-  int32_t cashDrawer2Setting = 0;   // as drawer 1
+  int32_t modelNumber = 0;            // *cupsModelNumber; stored only
+  float pageWidth = 0.0F;             // millimetres, from the PageSize name; stored only
+  float pageHeight = 0.0F;            // millimetres; stored only
+  double maxMediaWidth = 0.0;         // *MaxMediaWidth, points; 0 when missing
+  int32_t pageType = 0;               // stored only
+  int32_t reserved1 = 0;              // never filled
+  int32_t pageCutType = 0;            // after each page: 1 partial, 2 full cut
+  int32_t docCutType = 0;             // at the job's end: 1 partial, 2 full cut
+  int32_t feedCutAfterJobEnd = 0;     // lines fed at the job's end when above 0
+  int32_t cashDrawer1Setting = 0;     // 1 pulse at the job's start, 2 at its end
+  int32_t cashDrawer2Setting = 0;     // as drawer 1
   int32_t documentBuzzerSetting = 0;  // 1 at the job's start, 2 at its end
-  int32_t pageBuzzerSetting = 0;    // 1 at each page's start, 2 at its end
-  int32_t buzzerOnTime = 0;         // low 8 bits are sent
-  int32_t buzzerRepeat = 0;         // low 8 bits are sent
-  int32_t docTopLogoID = 0;         // stored logo at the job's start when above 0
-  int32_t docTopLogoMode = 0;       // 0 normal, 1 wide, 2 tall, 3 both
-  int32_t docTopLogoPosition = 0;   // 0 left, 1 centre, 2 right
-  int32_t docBottomLogoID = 0;      // stored logo at each page's end when above 0
-  int32_t docBottomLogoMode = 0;    // as the top logo's
+  int32_t pageBuzzerSetting = 0;      // 1 at each page's start, 2 at its end
+  int32_t buzzerOnTime = 0;           // low 8 bits are sent
+  int32_t buzzerRepeat = 0;           // low 8 bits are sent
+  int32_t docTopLogoID = 0;           // stored logo at the job's start when above 0
+  int32_t docTopLogoMode = 0;         // 0 normal, 1 wide, 2 tall, 3 both
+  int32_t docTopLogoPosition = 0;     // 0 left, 1 centre, 2 right
+  int32_t docBottomLogoID = 0;        // stored logo at each page's end when above 0
+  int32_t docBottomLogoMode = 0;      // as the top logo's
   int32_t docBottomLogoPosition = 0;  // as the top logo's
-  int32_t reserved2 = 0;            // never filled
-  int32_t brightness = 0;           // -100 to 100; 0 when missing
-  int32_t printDensity = 0;         // low 8 bits are sent; 0 when missing
+  int32_t reserved2 = 0;              // never filled
+  int32_t brightness = 0;             // -100 to 100; 0 when missing
+  int32_t printDensity = 0;           // low 8 bits are sent; 0 when missing
   DitherType halftoneType = DitherType::None;
   std::array<char, 1024> recordFileName = {};  // command record; empty for none
 };

@@ -21,17 +21,17 @@ struct tagRGBQUAD {
 
 // The 40-byte info header of the BMP format.
 struct BITMAPINFOHEADER {
-  uint32_t biSize;           // 40 once created
-  int32_t biWidth;           // pixels
-  int32_t biHeight;          // rows
-  uint16_t biPlanes;         // 1
-  uint16_t biBitCount;       // 1, 4, 8 or 24
-  uint32_t biCompression;    // 0, uncompressed
-  uint32_t biSizeImage;      // bytes of all rows, padding included
-  int32_t biXPelsPerMeter;   // never set
-  int32_t biYPelsPerMeter;   // never set
-  uint32_t biClrUsed;        // palette entries: 2, 16, 256, or 0 at 24 bits
-  uint32_t biClrImportant;   // never set
+  uint32_t biSize;          // 40 once created
+  int32_t biWidth;          // pixels
+  int32_t biHeight;         // rows
+  uint16_t biPlanes;        // 1
+  uint16_t biBitCount;      // 1, 4, 8 or 24
+  uint32_t biCompression;   // 0, uncompressed
+  uint32_t biSizeImage;     // bytes of all rows, padding included
+  int32_t biXPelsPerMeter;  // never set
+  int32_t biYPelsPerMeter;  // never set
+  uint32_t biClrUsed;       // palette entries: 2, 16, 256, or 0 at 24 bits
+  uint32_t biClrImportant;  // never set
 };
 static_assert(sizeof(tagRGBQUAD) == 4 && sizeof(BITMAPINFOHEADER) == 40);
 
@@ -88,7 +88,7 @@ class PaletteImage {
   uint32_t GetEffWidth() const { return info.effWidth; }  // bytes per stored row
   uint32_t GetBpp() const { return head.biBitCount; }
   uint32_t GetNumColors() const { return head.biClrUsed; }
-  uint32_t GetPaletteSize() const { return head.biClrUsed * 4; }                        // bytes
+  uint32_t GetPaletteSize() const { return head.biClrUsed * 4; }                          // bytes
   uint32_t GetSize() const { return head.biSize + head.biSizeImage + GetPaletteSize(); }  // bytes
   uint32_t GetType() const { return info.imageType; }
   bool IsValid() const { return dib != nullptr; }

@@ -124,8 +124,8 @@ bool expandToCanvas(PaletteImage& image, Size canvas) {
   const int height = signedOf(image.GetHeight());
   if (width < signedOf(canvas.width)) {
     ex = (signedOf(canvas.width) - width) / 2;
-    dravLogCommon(kLogDebug,
-                  "EnableAntiWrink: Image width is less than canvas width, exPoints: %d", ex);
+    dravLogCommon(kLogDebug, "EnableAntiWrink: Image width is less than canvas width, exPoints: %d",
+                  ex);
   }
   if (height < signedOf(canvas.height)) {
     ey = (signedOf(canvas.height) - height) / 2;

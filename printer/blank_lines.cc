@@ -24,8 +24,8 @@ uint64_t dravImageCountBlankLinesFromFront(const uint8_t* pixels, uint64_t rowBy
   return height;
 }
 
-uint64_t dravImageCountBlankLinesFromBack(const uint8_t* pixels, uint64_t rowBytes,
-                                          uint64_t height, uint64_t skipRight, uint64_t stride) {
+uint64_t dravImageCountBlankLinesFromBack(const uint8_t* pixels, uint64_t rowBytes, uint64_t height,
+                                          uint64_t skipRight, uint64_t stride) {
   const uint64_t bytes = measuredBytes(rowBytes, skipRight);
   for (uint64_t i = height; i > 0; --i) {
     if (!isBlank(pixels + (i - 1) * stride, bytes)) return i;

@@ -16,7 +16,7 @@ uint64_t dravImageCountBlankLinesFromFront(const uint8_t* pixels, uint64_t rowBy
                                            uint64_t height, uint64_t skipRight, uint64_t stride);
 
 // Rows from the top through the last one that is not blank; 0 when all are.
-uint64_t dravImageCountBlankLinesFromBack(const uint8_t* pixels, uint64_t rowBytes,
-                                          uint64_t height, uint64_t skipRight, uint64_t stride);
+uint64_t dravImageCountBlankLinesFromBack(const uint8_t* pixels, uint64_t rowBytes, uint64_t height,
+                                          uint64_t skipRight, uint64_t stride);
 
 #endif  // PRINTER_BLANK_LINES_H_

@@ -61,7 +61,7 @@ BmpHeader makeHeader(uint64_t width, uint64_t height, bool grey) {
 }
 
 void writeGreyPalette(std::FILE* file) {
-  std::array<uint8_t, size_t{kGreyEntries} * 4> palette = {};
+  std::array<uint8_t, size_t{kGreyEntries}* 4> palette = {};
   for (size_t i = 0; i < kGreyEntries; ++i) {
     std::fill_n(palette.begin() + static_cast<std::ptrdiff_t>(i * 4), 3, static_cast<uint8_t>(i));
   }

@@ -12,8 +12,7 @@ int clampPercent(int value) { return std::clamp(value, -100, 100); }
 
 }  // namespace
 
-DravPrinter::DravPrinter()
-    : outputStreams_{stdout}, clock_([] { return std::time(nullptr); }) {
+DravPrinter::DravPrinter() : outputStreams_{stdout}, clock_([] { return std::time(nullptr); }) {
   setFileNameFormat("prnimg");
 }
 

@@ -171,8 +171,8 @@ class DravPrinter {
     uint64_t top = 0;
     uint64_t end = 0;
   };
-  BlankEdges measureBlankEdges(const unsigned char* pixels, uint64_t bytesPerLine,
-                               uint64_t height, uint64_t width) const;
+  BlankEdges measureBlankEdges(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
+                               uint64_t width) const;
   static void reportEdges(const BlankEdges& edges, const uint8_t* result, uint64_t bytesPerLine,
                           uint64_t height, uint64_t width);
   void printPage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
@@ -180,12 +180,11 @@ class DravPrinter {
   void sendFinishedPage();
   void adjustPage();
   bool halftoneClassic(DitherType type);
-  bool halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, int32_t height,
-                      size_t capacity);
+  bool halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, int32_t height, size_t capacity);
 
-  PaletteImage paletteImage_;            // the page, and its classic halftone
-  PaletteImage qzPaletteImage_;          // the page's tattoo halftone
-  PaletteImage* pimage_ = nullptr;       // whichever holds the finished page
+  PaletteImage paletteImage_;                   // the page, and its classic halftone
+  PaletteImage qzPaletteImage_;                 // the page's tattoo halftone
+  PaletteImage* pimage_ = nullptr;              // whichever holds the finished page
   std::array<char, 1024> fileNameFormat_ = {};  // printf template of the next picture
   std::vector<std::FILE*> outputStreams_;
   cups_page_header2_s* pageHdr_ = nullptr;

@@ -78,16 +78,16 @@ DravPrinter::BlankEdges DravPrinter::measureBlankEdges(const unsigned char* pixe
                                                        uint64_t width) const {
   BlankEdges edges;
   if ((removeBlankEdges_ & kMeasureBottom) != 0) {
-    edges.end = dravImageCountBlankLinesFromBack(pixels, bytesPerLine, height, skipRightPixels_,
-                                                 width);
+    edges.end =
+        dravImageCountBlankLinesFromBack(pixels, bytesPerLine, height, skipRightPixels_, width);
     dravLogCommon(kLogDebug,
                   "printImage: Removal of bottom blank edges detected, number of bottom blank "
                   "lines: %zu",
                   static_cast<size_t>(edges.end));
   }
   if ((removeBlankEdges_ & kMeasureTop) != 0) {
-    edges.top = dravImageCountBlankLinesFromFront(pixels, bytesPerLine, height, skipRightPixels_,
-                                                  width);
+    edges.top =
+        dravImageCountBlankLinesFromFront(pixels, bytesPerLine, height, skipRightPixels_, width);
     dravLogCommon(kLogDebug,
                   "printImage: Removal of top blank edges detected, number of top blank lines: "
                   "%zu",
@@ -97,8 +97,8 @@ DravPrinter::BlankEdges DravPrinter::measureBlankEdges(const unsigned char* pixe
 }
 
 // The edges are reported only: the whole page is printed.
-void DravPrinter::reportEdges(const BlankEdges& edges, const uint8_t* result,
-                              uint64_t bytesPerLine, uint64_t height, uint64_t width) {
+void DravPrinter::reportEdges(const BlankEdges& edges, const uint8_t* result, uint64_t bytesPerLine,
+                              uint64_t height, uint64_t width) {
   uint64_t adjusted = height;
   const uint8_t* start = result;
   if (edges.end > edges.top) {

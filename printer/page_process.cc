@@ -42,8 +42,8 @@ void copyIndices(const PaletteImage& image, uint8_t* dst, int32_t width, int32_t
 
 }  // namespace
 
-int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t stride,
-                                 int32_t width, int32_t height, uint8_t* dst) {
+int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t stride, int32_t width,
+                                 int32_t height, uint8_t* dst) {
   useQZDithering_ = halftoneType_ == DitherType::Tattoo || halftoneType_ == DitherType::Tattoo_X8;
   dravLogCommon(kLogDebug, "PageProcess: QZ dithering is %s",
                 useQZDithering_ ? "enabled" : "disabled");
@@ -56,8 +56,7 @@ int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t st
     return 0;
   }
   dravLogCommon(kLogDebug,
-                "PageProcess: Successfully created PaletteImage from array with stride %d",
-                stride);
+                "PageProcess: Successfully created PaletteImage from array with stride %d", stride);
   const size_t capacity = 2 * static_cast<size_t>(stride) * static_cast<size_t>(height);
 
   adjustPage();
@@ -126,8 +125,8 @@ bool DravPrinter::halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, in
                 "%d, EffWidth %d",
                 stride, static_cast<int>(paletteImage_.GetEffWidth()));
   const QZImage page = greyRecord(dst, width, height, capacity);
-  const QZImage stencil = halftoneType_ == DitherType::Tattoo_X8 ? qzTattooDitheringX8(page)
-                                                                 : qzTattooDithering(page);
+  const QZImage stencil =
+      halftoneType_ == DitherType::Tattoo_X8 ? qzTattooDitheringX8(page) : qzTattooDithering(page);
   dravLogCommon(kLogDebug, "PageProcess: Applied QZ dithering with stride %d, width %d",
                 roundUpTo4(stencil.width), width);
   if (!qzPaletteImage_.CreateFromArray(stencil.data, static_cast<uint32_t>(width),
@@ -143,8 +142,8 @@ bool DravPrinter::halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, in
   return true;
 }
 
-void DravPrinter::copyPixels(const PaletteImage& image, uint8_t* dst, int32_t width,
-                             int32_t height, int32_t stride, size_t capacity) const {
+void DravPrinter::copyPixels(const PaletteImage& image, uint8_t* dst, int32_t width, int32_t height,
+                             int32_t stride, size_t capacity) const {
   copyIndices(image, dst, width, height, stride, capacity, [](uint8_t index) { return index; });
 }
 

@@ -12,8 +12,8 @@ constexpr uint64_t kBandRows = 96;
 // GS v 0, normal density: bytes per row and rows, low byte first.
 std::array<uint8_t, 8> bandHeader(uint64_t bytesPerRow, uint64_t rows) {
   const auto byte = [](uint64_t value) { return static_cast<uint8_t>(value & 0xFF); };
-  return {0x1D, 0x76, 0x30, 0x00, byte(bytesPerRow), byte(bytesPerRow >> 8), byte(rows),
-          byte(rows >> 8)};
+  return {0x1D,       0x76,           0x30, 0x00, byte(bytesPerRow), byte(bytesPerRow >> 8),
+          byte(rows), byte(rows >> 8)};
 }
 
 }  // namespace

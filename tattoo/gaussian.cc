@@ -137,8 +137,7 @@ void generateGaussianKernel(int size, double sigmaX, double sigmaY, double* taps
     for (int x = -half; x <= half && rowStart + x + half < count; ++x) {
       const double dx = x;
       const double dy = y;
-      const double exponent =
-          -(dx * dx) / (2 * sigmaX * sigmaX) - dy * dy / (2 * sigmaY * sigmaY);
+      const double exponent = -(dx * dx) / (2 * sigmaX * sigmaX) - dy * dy / (2 * sigmaY * sigmaY);
       taps[rowStart + x + half] = norm * static_cast<double>(my_exp(static_cast<float>(exponent)));
     }
   }

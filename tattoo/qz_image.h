@@ -44,8 +44,7 @@ struct QZImage {
   }
   // Pixels, 0 when a side is negative.
   size_t pixelCount() const {
-    return width < 0 || height < 0 ? 0
-                                   : static_cast<size_t>(width) * static_cast<size_t>(height);
+    return width < 0 || height < 0 ? 0 : static_cast<size_t>(width) * static_cast<size_t>(height);
   }
 };
 

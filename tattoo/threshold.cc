@@ -18,8 +18,8 @@ using Shares = std::array<float, kLevels>;
 Shares levelShares(const QZImage& image) {
   const auto count = static_cast<int32_t>(static_cast<uint32_t>(image.width) *
                                           static_cast<uint32_t>(image.height));
-  const auto readable = static_cast<int32_t>(
-      std::min(int64_t{count}, std::max(image.byteCount(), int64_t{0})));
+  const auto readable =
+      static_cast<int32_t>(std::min(int64_t{count}, std::max(image.byteCount(), int64_t{0})));
   std::array<int32_t, kLevels> histogram = {};
   for (int32_t i = 0; i < readable; ++i) ++histogram[image.data[i]];
   Shares shares = {};

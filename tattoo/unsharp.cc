@@ -20,9 +20,8 @@ QZImage add_Weighted(const QZImage& a, const QZImage& b, float amount) {
   const auto available = static_cast<size_t>(std::max(b.byteCount(), int64_t{0}));
   const size_t pixels = std::min(a.pixelCount(), available);
   for (size_t i = 0; i < pixels; ++i) {
-    const float sum = (static_cast<float>(a.data[i]) * weightA +
-                       static_cast<float>(b.data[i]) * weightB) +
-                      bias;
+    const float sum =
+        (static_cast<float>(a.data[i]) * weightA + static_cast<float>(b.data[i]) * weightB) + bias;
     result.data[i] = static_cast<uint8_t>(myClamp(my_round(sum), 0, 255));
   }
   return result;

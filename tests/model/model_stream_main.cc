@@ -46,8 +46,7 @@ namespace {
 bool readFile(const std::string& path, std::vector<uint8_t>& bytes) {
   std::ifstream in(path, std::ios::binary);
   if (!in) return false;
-  const std::string content((std::istreambuf_iterator<char>(in)),
-                            std::istreambuf_iterator<char>());
+  const std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   bytes.assign(content.begin(), content.end());
   return true;
 }

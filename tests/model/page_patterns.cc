@@ -156,9 +156,9 @@ Grey circlesPage(int width, int height, uint64_t seed) {
 }
 
 const std::vector<std::string>& patternNames() {
-  static const std::vector<std::string> names = {"blank",  "flat",  "full",  "horizontal",
-                                                 "vertical", "noise", "sparse", "text",
-                                                 "photo",  "circles"};
+  static const std::vector<std::string> names = {"blank",    "flat",   "full",   "horizontal",
+                                                 "vertical", "noise",  "sparse", "text",
+                                                 "photo",    "circles"};
   return names;
 }
 

@@ -40,8 +40,8 @@ uint8_t byteOr0(const std::vector<uint8_t>& bytes, uint64_t position) {
 }  // namespace
 
 std::string logLine(int level, const std::string& message) {
-  static const char* const prefixes[] = {"DEBUG:", "DEBUG:", "WARN:",
-                                         "ERROR:", "CRIT:",  "INVALID:"};
+  static const char* const prefixes[] = {
+      "DEBUG:", "DEBUG:", "WARN:", "ERROR:", "CRIT:", "INVALID:"};
   return prefixes[level] + message;
 }
 
@@ -108,14 +108,13 @@ void enableAntiWrinkle(const PrinterSettings& settings, PaletteImage& image,
   const uint32_t lineH = dotsOf(settings.resolution, 100);
   const uint32_t lineV = frameLineWidth(settings.resolution, settings.antiWrinkle);
   log.push_back(logLine(0, "EnableAntiWrink: AntiWrinkle level: " + text(settings.antiWrinkle) +
-                               ", line_v: " + asInt(lineV) + " points, line_h: " +
-                               asInt(lineH) + " points."));
+                               ", line_v: " + asInt(lineV) + " points, line_h: " + asInt(lineH) +
+                               " points."));
   const std::string& name = settings.pageSizeName;
   const Canvas canvas = frameCanvas(settings.resolution, settings.antiWrinkle, name);
   if (name == "A4" || name == "Letter" || name == "Tattoo_A5" || name == "Tattoo_A6") {
     log.push_back(logLine(0, "EnableAntiWrink: Page size is " + name + ", CanvasWidth: " +
-                                 asInt(canvas.width) + ", CanvasHeight: " +
-                                 asInt(canvas.height)));
+                                 asInt(canvas.width) + ", CanvasHeight: " + asInt(canvas.height)));
   }
   const int32_t canvasWidth = static_cast<int32_t>(canvas.width);
   const int32_t canvasHeight = static_cast<int32_t>(canvas.height);
@@ -149,14 +148,14 @@ void enableAntiWrinkle(const PrinterSettings& settings, PaletteImage& image,
   if (static_cast<int32_t>(image.GetWidth()) > canvasWidth) {
     offsetX = (static_cast<int32_t>(image.GetWidth()) - canvasWidth) / 2;
     log.push_back(logLine(
-        0, "EnableAntiWrink: Image width is greater than canvas width, offset.x: " +
-               text(offsetX)));
+        0,
+        "EnableAntiWrink: Image width is greater than canvas width, offset.x: " + text(offsetX)));
   }
   if (static_cast<int32_t>(image.GetHeight()) > canvasHeight) {
     offsetY = (static_cast<int32_t>(image.GetHeight()) - canvasHeight) / 2;
     log.push_back(logLine(
-        0, "EnableAntiWrink: Image height is greater than canvas height, offset.y: " +
-               text(offsetY)));
+        0,
+        "EnableAntiWrink: Image height is greater than canvas height, offset.y: " + text(offsetY)));
   }
 
   const int64_t left = offsetX;
@@ -178,9 +177,9 @@ void enableAntiWrinkle(const PrinterSettings& settings, PaletteImage& image,
         image.SetPixelIndex(static_cast<long>(x), static_cast<long>(y), 255);
       }
     }
-    log.push_back(logLine(0, std::string("EnableAntiWrink: Drawing ") + names[k] +
-                                 " line. point(" + text(band.left) + ", " + text(band.top) +
-                                 ", " + text(x) + ", " + text(y) + ")"));
+    log.push_back(logLine(0, std::string("EnableAntiWrink: Drawing ") + names[k] + " line. point(" +
+                                 text(band.left) + ", " + text(band.top) + ", " + text(x) + ", " +
+                                 text(y) + ")"));
   }
 }
 
@@ -192,8 +191,8 @@ FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint
   page.dst.assign(2 * static_cast<size_t>(stride) * static_cast<size_t>(height), 0);
   std::vector<std::string>& log = page.log;
   const bool tattoo = settings.halftoneType == 8 || settings.halftoneType == 9;
-  log.push_back(logLine(
-      0, std::string("PageProcess: QZ dithering is ") + (tattoo ? "enabled" : "disabled")));
+  log.push_back(
+      logLine(0, std::string("PageProcess: QZ dithering is ") + (tattoo ? "enabled" : "disabled")));
 
   PaletteImage image;
   if (!image.CreateFromArray(src.data(), static_cast<uint32_t>(width),
@@ -203,8 +202,7 @@ FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint
     return page;
   }
   log.push_back(logLine(
-      0, "PageProcess: Successfully created PaletteImage from array with stride " +
-             text(stride)));
+      0, "PageProcess: Successfully created PaletteImage from array with stride " + text(stride)));
 
   const int brightness = clampTone(settings.brightness);
   const int contrast = clampTone(settings.contrast);
@@ -225,8 +223,7 @@ FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint
   if (!tattoo) {
     image.Dither(settings.halftoneType);
     image.IncreaseBpp(8);
-    log.push_back(
-        logLine(0, "PageProcess: Applied default dithering and increased bit depth"));
+    log.push_back(logLine(0, "PageProcess: Applied default dithering and increased bit depth"));
   } else {
     for (int32_t y = 0; y < height; ++y) {
       for (int32_t x = 0; x < width; ++x) {
@@ -241,18 +238,18 @@ FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint
     const QzPicture output =
         settings.halftoneType == 9 ? tattooDitheringX8(input) : tattooDithering(input);
     const int32_t paddedWidth = (output.width + 3) / 4 * 4;
-    log.push_back(logLine(0, "PageProcess: Applied QZ dithering with stride " +
-                                 text(paddedWidth) + ", width " + text(width)));
+    log.push_back(logLine(0, "PageProcess: Applied QZ dithering with stride " + text(paddedWidth) +
+                                 ", width " + text(width)));
     PaletteImage stencil;
     if (!stencil.CreateFromArray(output.data.data(), static_cast<uint32_t>(width),
-                                 static_cast<uint32_t>(height), 8,
-                                 static_cast<uint32_t>(width), false)) {
-      log.push_back(logLine(
-          3, "PageProcess: Failed to create a new PaletteImage from QZ dithered data"));
+                                 static_cast<uint32_t>(height), 8, static_cast<uint32_t>(width),
+                                 false)) {
+      log.push_back(
+          logLine(3, "PageProcess: Failed to create a new PaletteImage from QZ dithered data"));
       return page;
     }
-    log.push_back(logLine(
-        0, "PageProcess: Successfully created a new PaletteImage from QZ dithered data"));
+    log.push_back(
+        logLine(0, "PageProcess: Successfully created a new PaletteImage from QZ dithered data"));
     image.Transfer(stencil);
   }
 
@@ -274,9 +271,8 @@ FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint
     }
   }
   page.filled = static_cast<int32_t>(static_cast<uint32_t>(height) * image.GetEffWidth());
-  log.push_back(logLine(
-      0, "PageProcess: Filled the output buffer with processed pixels, length: " +
-             text(page.filled)));
+  log.push_back(logLine(0, "PageProcess: Filled the output buffer with processed pixels, length: " +
+                               text(page.filled)));
   page.valid = image.IsValid();
   page.image.Transfer(image);
   return page;
@@ -292,8 +288,8 @@ PackedPage packMono(const std::vector<uint8_t>& pixels, int32_t bytesPerLine, in
     packedWidth = bytesPerLine - static_cast<int64_t>(skipRight);
   }
   page.log = logLine(0, "GrayToMono, bpl(" + text(bytesPerLine) + "), h(" + text(height) +
-                            "), skipPixels(" + asInt(static_cast<uint32_t>(skipRight)) +
-                            "), wb(" + text(packedWidth) + ")");
+                            "), skipPixels(" + asInt(static_cast<uint32_t>(skipRight)) + "), wb(" +
+                            text(packedWidth) + ")");
   for (int64_t y = 0; y < height; ++y) {
     int byte = 0;
     for (int64_t x = 0; x < packedWidth; ++x) {
@@ -430,25 +426,24 @@ PrintedPage printImage(const PrinterSettings& settings, const std::vector<uint8_
 
   debug("printImage: Saving original image, file path will be generated based on time");
   save("origin", pixels, bytesPerLine, height, width);
-  debug("printImage: Memory for processing result allocated successfully, size: " +
-        sizeText(size) + " bytes");
+  debug("printImage: Memory for processing result allocated successfully, size: " + sizeText(size) +
+        " bytes");
 
-  FinishedPage finished =
-      processPage(settings, pixels, static_cast<int32_t>(bytesPerLine),
-                  static_cast<int32_t>(width), static_cast<int32_t>(height));
+  FinishedPage finished = processPage(settings, pixels, static_cast<int32_t>(bytesPerLine),
+                                      static_cast<int32_t>(width), static_cast<int32_t>(height));
   log.insert(log.end(), finished.log.begin(), finished.log.end());
 
   // The measured edges only appear in the log; the page is printed whole.
   uint64_t adjusted = height;
   if (end > top) {
     adjusted = end - top;
-    debug("printImage: Adjusted image height to " + sizeText(adjusted) +
-          ", pointer offset by " + sizeText(top * bytesPerLine) + " bytes");
+    debug("printImage: Adjusted image height to " + sizeText(adjusted) + ", pointer offset by " +
+          sizeText(top * bytesPerLine) + " bytes");
   }
-  debug(std::string("printImage: Processed image information - pointer address: ") +
-        kPointerText + ", width: " + sizeText(bytesPerLine) + ", height: " + sizeText(height) +
-        ", bytes per line: " + sizeText(width) + ", number of top blank lines: " +
-        sizeText(top) + ", number of bottom blank lines: " + sizeText(end) +
+  debug(std::string("printImage: Processed image information - pointer address: ") + kPointerText +
+        ", width: " + sizeText(bytesPerLine) + ", height: " + sizeText(height) +
+        ", bytes per line: " + sizeText(width) + ", number of top blank lines: " + sizeText(top) +
+        ", number of bottom blank lines: " + sizeText(end) +
         ", adjusted height: " + sizeText(adjusted));
 
   debug("printImage: Saving processed image, file path will be generated based on time");
@@ -461,8 +456,8 @@ PrintedPage printImage(const PrinterSettings& settings, const std::vector<uint8_
     const PackedPage packed = packMono(image.rows(), static_cast<int32_t>(image.GetEffWidth()),
                                        static_cast<int32_t>(image.GetHeight()), skip);
     log.push_back(packed.log);
-    page.bands = rasterBands(packed.bytes, static_cast<uint32_t>(packed.bytes.size()),
-                             image.GetHeight());
+    page.bands =
+        rasterBands(packed.bytes, static_cast<uint32_t>(packed.bytes.size()), image.GetHeight());
   } else {
     log.push_back(logLine(3, "printImage: pimage is NULL, unable to print the image"));
   }

@@ -22,16 +22,16 @@ inline const char* const kNullPointerText = "<null>";
 
 // What the printer object holds for a page.
 struct PrinterSettings {
-  int32_t halftoneType = 0;      // 0 to 7 and others: method number; 8 and 9: tattoo
-  int brightness = 0;            // -100 to 100, clamped like the setter does
-  int contrast = 0;              // -100 to 100, clamped like the setter does
+  int32_t halftoneType = 0;  // 0 to 7 and others: method number; 8 and 9: tattoo
+  int brightness = 0;        // -100 to 100, clamped like the setter does
+  int contrast = 0;          // -100 to 100, clamped like the setter does
   bool rotate180 = false;
   bool mirror = false;
   bool negative = false;
   int antiWrinkle = 0;           // frame width in millimetres, 0 = no frame
   uint8_t removeBlankEdges = 0;  // 2 measures the front, 8 the back
   uint64_t skipRightPixels = 0;
-  int resolution = 300;          // dots per inch
+  int resolution = 300;  // dots per inch
   bool hasPageHeader = true;
   std::string pageSizeName;
 };
@@ -56,10 +56,10 @@ void enableAntiWrinkle(const PrinterSettings& settings, PaletteImage& image,
                        std::vector<std::string>& log);
 
 struct FinishedPage {
-  bool valid = false;          // false: no image, nothing to save or print
-  PaletteImage image;          // 8 bits per pixel, rows padded to 4 bytes
-  std::vector<uint8_t> dst;    // the caller's buffer of 2 * stride * height bytes
-  int32_t filled = 0;          // the result of the page processing, 0 on failure
+  bool valid = false;        // false: no image, nothing to save or print
+  PaletteImage image;        // 8 bits per pixel, rows padded to 4 bytes
+  std::vector<uint8_t> dst;  // the caller's buffer of 2 * stride * height bytes
+  int32_t filled = 0;        // the result of the page processing, 0 on failure
   std::vector<std::string> log;
 };
 

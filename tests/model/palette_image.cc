@@ -318,9 +318,7 @@ void PaletteImage::BlindSetPixelColor(long x, long y, tagRGBQUAD colour, bool /*
 
 // --- Whole-image operations -------------------------------------------------------------------
 
-void PaletteImage::failWith(const PaletteImage& other) {
-  info_.lastError = other.info_.lastError;
-}
+void PaletteImage::failWith(const PaletteImage& other) { info_.lastError = other.info_.lastError; }
 
 bool PaletteImage::Dither(long method) {
   if (!valid_) return false;

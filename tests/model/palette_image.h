@@ -71,8 +71,7 @@ class PaletteImage {
   const tagRGBQUAD* GetPalette() const;
   void SetPalette(const tagRGBQUAD* palette, uint32_t count);
   void SetGrayPalette();
-  void SetPaletteColor(uint8_t index, uint8_t red, uint8_t green, uint8_t blue,
-                       uint8_t alpha = 0);
+  void SetPaletteColor(uint8_t index, uint8_t red, uint8_t green, uint8_t blue, uint8_t alpha = 0);
   tagRGBQUAD GetPaletteColor(uint8_t index) const;
   uint8_t GetNearestIndex(tagRGBQUAD colour);
 

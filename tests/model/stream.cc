@@ -18,9 +18,7 @@ Bytes buzzer(const JobSettings& s) {
   return {0x1B, 0x42, low8(s.buzzerRepeat), low8(s.buzzerOnTime)};
 }
 
-Bytes drawer(int number) {
-  return {0x1B, 0x70, static_cast<uint8_t>(number - 1), 0x40, 0x40};
-}
+Bytes drawer(int number) { return {0x1B, 0x70, static_cast<uint8_t>(number - 1), 0x40, 0x40}; }
 
 Bytes align(int32_t position) { return {0x1B, 0x61, low8(position)}; }
 
@@ -60,7 +58,7 @@ bool setJobField(JobSettings& s, const std::string& name, const std::string& val
   }
   struct Field {
     const char* name;
-    int32_t JobSettings::* member;
+    int32_t JobSettings::*member;
   };
   static const Field fields[] = {
       {"pageCutType", &JobSettings::pageCutType},
@@ -92,10 +90,9 @@ bool setJobField(JobSettings& s, const std::string& name, const std::string& val
 }
 
 int32_t halftoneTypeFromName(const std::string& name) {
-  static const char* const names[] = {"None",   "FloydSteinberg", "Ordered",
-                                      "Burkes", "Stucki",         "JarvisJudiceNinke",
-                                      "Sierra", "StevensonArce",  "Tattoo",
-                                      "Tattoo_X8"};
+  static const char* const names[] = {"None",   "FloydSteinberg",    "Ordered", "Burkes",
+                                      "Stucki", "JarvisJudiceNinke", "Sierra",  "StevensonArce",
+                                      "Tattoo", "Tattoo_X8"};
   for (int32_t k = 0; k < 10; ++k) {
     if (name == names[k]) return k;
   }
@@ -171,10 +168,9 @@ JobResult runJob(const JobSettings& settings, const std::vector<RasterPage>& pag
   bool inversionReported = false;
   for (const RasterPage& page : pages) {
     if (page.bitsPerPixel != 8) {
-      job.log.push_back(logLine(
-          3, "Unsupported bits per pixel : " +
-                 std::to_string(static_cast<int32_t>(page.bitsPerPixel)) +
-                 " ! Requires 8 bits per pixel!"));
+      job.log.push_back(logLine(3, "Unsupported bits per pixel : " +
+                                       std::to_string(static_cast<int32_t>(page.bitsPerPixel)) +
+                                       " ! Requires 8 bits per pixel!"));
       return job;
     }
     if (page.height == 0 || page.bytesPerLine == 0) break;
@@ -197,9 +193,8 @@ JobResult runJob(const JobSettings& settings, const std::vector<RasterPage>& pag
 
     const uint64_t limit = maxMediaLinePixels(settings.maxMediaWidth, page.hwResolution);
     job.log.push_back(logLine(
-        0, "Calc skip pixels : maxMediaLinePixels(" +
-               std::to_string(static_cast<uint32_t>(limit)) + "), cupsBytesPerLine(" +
-               std::to_string(page.bytesPerLine) + ")"));
+        0, "Calc skip pixels : maxMediaLinePixels(" + std::to_string(static_cast<uint32_t>(limit)) +
+               "), cupsBytesPerLine(" + std::to_string(page.bytesPerLine) + ")"));
 
     PrinterSettings printer;
     printer.halftoneType = settings.halftoneType;
@@ -208,9 +203,8 @@ JobResult runJob(const JobSettings& settings, const std::vector<RasterPage>& pag
     printer.skipRightPixels =
         skipPixels(settings.maxMediaWidth, page.hwResolution, page.bytesPerLine);
     printer.pageSizeName = page.pageSizeName;
-    const PrintedPage printed =
-        printImage(printer, page.pixels, page.bytesPerLine, page.height, page.cupsWidth,
-                   settings.savesFail);
+    const PrintedPage printed = printImage(printer, page.pixels, page.bytesPerLine, page.height,
+                                           page.cupsWidth, settings.savesFail);
     append(job.stdoutBytes, printed.bands);
     if (!settings.recordFileName.empty()) append(job.recordBytes, printed.bands);
     job.saved.insert(job.saved.end(), printed.saved.begin(), printed.saved.end());

@@ -306,7 +306,7 @@ Grey gaussianFilterFast(const Grey& picture, int32_t size, double sigma) {
 }
 
 std::vector<double> gaussianKernel(int32_t size, double sigmaX, double sigmaY) {
-  std::vector<double> taps(notNegative(int64_t{size} * notNegative(size)), 0.0);
+  std::vector<double> taps(notNegative(int64_t{size} * size), 0.0);
   const int32_t half = size / 2;
   const double twoPi = 6.283185307179586;
   const double norm = 1.0 / (twoPi * sigmaX * sigmaY);
@@ -339,8 +339,7 @@ Grey gaussianFilter(const Grey& picture, int32_t size, double sigmaX, double sig
           const int32_t sx = myClamp(x + dx, 0, picture.width - 1);
           const int32_t sy = myClamp(y + dy, 0, picture.height - 1);
           const int64_t position = (int64_t{dy} + half) * size + (int64_t{dx} + half);
-          const double product =
-              static_cast<double>(picture.at(sx, sy)) * readTap(taps, position);
+          const double product = static_cast<double>(picture.at(sx, sy)) * readTap(taps, position);
           acc = product + acc;
         }
       }

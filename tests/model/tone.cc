@@ -70,8 +70,8 @@ uint64_t bytesTestedPerRow(uint64_t rowBytes, uint64_t skipRight) {
   return rowBytes - skipRight;
 }
 
-uint64_t countBlankFromFront(const std::vector<uint8_t>& pixels, uint64_t rowBytes,
-                             uint64_t height, uint64_t skipRight, uint64_t stride) {
+uint64_t countBlankFromFront(const std::vector<uint8_t>& pixels, uint64_t rowBytes, uint64_t height,
+                             uint64_t skipRight, uint64_t stride) {
   const uint64_t n = bytesTestedPerRow(rowBytes, skipRight);
   for (uint64_t i = 0; i < height; ++i) {
     const uint64_t row = i + 1;
@@ -81,8 +81,8 @@ uint64_t countBlankFromFront(const std::vector<uint8_t>& pixels, uint64_t rowByt
   return height;
 }
 
-uint64_t countBlankFromBack(const std::vector<uint8_t>& pixels, uint64_t rowBytes,
-                            uint64_t height, uint64_t skipRight, uint64_t stride) {
+uint64_t countBlankFromBack(const std::vector<uint8_t>& pixels, uint64_t rowBytes, uint64_t height,
+                            uint64_t skipRight, uint64_t stride) {
   const uint64_t n = bytesTestedPerRow(rowBytes, skipRight);
   for (uint64_t i = height; i >= 1; --i) {
     if (!isBlank(pixels, (i - 1) * stride, n)) return i;

@@ -36,12 +36,12 @@ uint64_t bytesTestedPerRow(uint64_t rowBytes, uint64_t skipRight);
 // Index of the first row with ink among rows 1 to height - 1, minus one; `height` when none of
 // them has ink. Row 0 is never looked at, and the row past the last one counts as blank. Rows
 // start `stride` bytes apart.
-uint64_t countBlankFromFront(const std::vector<uint8_t>& pixels, uint64_t rowBytes,
-                             uint64_t height, uint64_t skipRight, uint64_t stride);
+uint64_t countBlankFromFront(const std::vector<uint8_t>& pixels, uint64_t rowBytes, uint64_t height,
+                             uint64_t skipRight, uint64_t stride);
 
 // Number of rows from the top through the last row with ink; 0 when no row has ink.
-uint64_t countBlankFromBack(const std::vector<uint8_t>& pixels, uint64_t rowBytes,
-                            uint64_t height, uint64_t skipRight, uint64_t stride);
+uint64_t countBlankFromBack(const std::vector<uint8_t>& pixels, uint64_t rowBytes, uint64_t height,
+                            uint64_t skipRight, uint64_t stride);
 
 }  // namespace model
 

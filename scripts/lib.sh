@@ -1,0 +1,98 @@
+# shellcheck shell=bash
+# SPDX-License-Identifier: Apache-2.0
+# Shared by the scripts: what they need from Debian, and quiet steps.
+
+# Debian package, why it is needed. Used by the scripts that source this file.
+# shellcheck disable=SC2034
+BUILD_PACKAGES=(
+  "g++|the compiler"
+  "cmake|the build"
+  "ninja-build|the build"
+  "libcups2-dev|CUPS: PPD files, job options"
+  "libcupsimage2-dev|CUPS: raster pages"
+  "cups-ppdc|ppdc makes the PPD files from ppd/drav.drv"
+  "libcli11-dev|command line of the drav tool"
+  "libpng-dev|pictures of the drav tool"
+)
+# shellcheck disable=SC2034
+DEMO_PACKAGES=(
+  "cups|cupsfilter runs the converters of a print job without a scheduler"
+  "cups-filters|the converters from PDF to raster"
+  "ghostscript|draws the pages"
+  "python3|reads the log for the table"
+)
+# shellcheck disable=SC2034
+TEST_PACKAGES=(
+  "libgtest-dev|GoogleTest sources"
+  "clang-14|second compiler, and the sanitizers"
+  "libc++-14-dev|second standard library, as on macOS"
+  "libc++abi-14-dev|second standard library, as on macOS"
+  "libclang-rt-14-dev|sanitizer run times"
+  "clang-format-14|formatter check"
+  "clang-tidy-14|linter"
+  "shellcheck|linter of the scripts"
+  "cups-client|cupstestppd checks the PPD files"
+  "python3|whole-program tests"
+  "git|names the files to check"
+)
+
+say() { printf '%s\n' "$*"; }
+fail() {
+  printf '%s: %s\n' "${0##*/}" "$*" >&2
+  exit 2
+}
+
+is_installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# Installs what is missing of "package|reason" entries, or says how to.
+install_missing() {
+  command -v dpkg-query >/dev/null || {
+    say "This is not a Debian system: the packages of scripts/lib.sh must be there under other names."
+    return 0
+  }
+  local entry missing=()
+  for entry in "$@"; do
+    is_installed "${entry%%|*}" && continue
+    case " ${missing[*]-} " in *" ${entry%%|*} "*) continue ;; esac
+    say "missing: ${entry%%|*} (${entry#*|})"
+    missing+=("${entry%%|*}")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  local as_root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    if command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+      as_root=(sudo -n)
+    else
+      fail "no rights to install; run: sudo apt-get install --no-install-recommends ${missing[*]}"
+    fi
+  fi
+  say "installing ${#missing[@]} packages ..."
+  local log
+  log=$(mktemp)
+  if ! { "${as_root[@]}" apt-get update -qq &&
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+      apt-get install -y -q --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    rm -f "$log"
+    fail "apt-get could not install: ${missing[*]}"
+  fi
+  rm -f "$log"
+}
+
+# Runs a step with its output in a log that is shown only when the step fails.
+quiet_step() {
+  local name=$1 log status=0 start=$SECONDS
+  shift
+  log=$(mktemp)
+  "$@" >"$log" 2>&1 || status=$?
+  if [ $status -ne 0 ]; then
+    tail -n "${DRAV_LOG_LINES:-60}" "$log" >&2
+    say "FAILED: $name ($((SECONDS - start)) s)"
+  else
+    say "ok: $name ($((SECONDS - start)) s)"
+  fi
+  rm -f "$log"
+  return $status
+}

@@ -1,0 +1,97 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Checks that the folders of the product depend on each other in one direction.
+
+Reads the #include lines and the calls of PPD functions. Without arguments it
+checks the tree around it, after checking itself on small planted trees.
+"""
+import pathlib
+import re
+import sys
+import tempfile
+
+# Folder (or one pair of files in it) and the folders that it may include.
+ALLOWED = {
+    "common": {"common"},
+    "common/ppd_lookup": {"common/ppd_lookup", "common", "cups"},
+    "image": {"image"},
+    "tattoo": {"tattoo"},
+    "printer": {"printer", "common", "image", "tattoo", "cups"},
+    "filter": {"filter", "printer", "common", "common/ppd_lookup", "image", "tattoo", "cups"},
+}
+FOLDERS = ("common", "image", "tattoo", "printer", "filter")
+PPD_CALLERS = {"filter", "common/ppd_lookup"}
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
+PPD_CALL = re.compile(r"\b(ppd[A-Z]\w*|cupsMarkOptions)\s*\(")
+
+
+def layer_of(path):
+    """The layer of a project path such as printer/mono_pack.h."""
+    return "common/ppd_lookup" if path.startswith("common/ppd_lookup.") else path.split("/")[0]
+
+
+def findings(root):
+    for folder in FOLDERS:
+        for source in sorted((root / folder).glob("**/*")):
+            if source.suffix not in (".cc", ".h"):
+                continue
+            name = source.relative_to(root).as_posix()
+            layer = layer_of(name)
+            lines = source.read_text(encoding="utf-8").splitlines()
+            for number, line in enumerate(lines, 1):
+                include = INCLUDE.match(line)
+                if include:
+                    system = include[1] == "<"
+                    target = include[2]
+                    if system and not target.startswith("cups/"):
+                        continue
+                    edge = "cups" if system else layer_of(target)
+                    if edge not in ALLOWED[layer]:
+                        yield f"{name}:{number}: {layer} must not include {target}"
+                code = line.split("//")[0]
+                if PPD_CALL.search(code) and layer not in PPD_CALLERS:
+                    yield f"{name}:{number}: {layer} must not call PPD functions"
+
+
+def planted(files):
+    with tempfile.TemporaryDirectory() as folder:
+        root = pathlib.Path(folder)
+        for name, text in files.items():
+            path = root / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(text, encoding="utf-8")
+        return list(findings(root))
+
+
+def self_check():
+    bad = [
+        {"image/a.cc": '#include "common/log.h"\n'},
+        {"tattoo/a.h": '#include "image/palette_image.h"\n'},
+        {"common/log.cc": "#include <cups/ppd.h>\n"},
+        {"common/log.cc": '#include "common/ppd_lookup.h"\n'},
+        {"printer/a.cc": '#include "filter/settings.h"\n'},
+        {"printer/a.cc": "x = ppdFindOption(ppd, name);\n"},
+        {"filter/a.cc": '#include "tools/drav/render.h"\n'},
+    ]
+    good = {
+        "printer/a.cc": '#include "tattoo/pipeline.h"\n#include <cups/raster.h>\n// ppdClose()\n',
+        "filter/a.cc": '#include "common/ppd_lookup.h"\nppdClose(ppd);\n',
+    }
+    assert planted(good) == [], planted(good)
+    for files in bad:
+        assert len(planted(files)) == 1, files
+
+
+def main():
+    self_check()
+    root = pathlib.Path(__file__).resolve().parents[2]
+    count = sum(len(list((root / folder).glob("*.cc"))) for folder in FOLDERS)
+    assert count > 20, f"only {count} sources found below {root}"
+    found = list(findings(root))
+    print("\n".join(found) or f"{count} sources, no edge against the layers")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

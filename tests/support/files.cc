@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/support/files.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+
+TempFolder::TempFolder() {
+  std::string pattern = testing::TempDir() + "drav-test-XXXXXX";
+  if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no scratch folder");
+  path_ = pattern;
+}
+
+TempFolder::~TempFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+std::vector<std::string> TempFolder::names() const {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void writeFile(const std::string& path, const Bytes& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  std::copy(bytes.begin(), bytes.end(), std::ostreambuf_iterator<char>(out));
+  out.close();
+  if (!out.good()) throw std::runtime_error("cannot write " + path);
+}
+
+void writeFile(const std::string& path, const std::string& text) {
+  writeFile(path, Bytes(text.begin(), text.end()));
+}
+
+Bytes readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  EXPECT_TRUE(in.good()) << "cannot read " << path;
+  const std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  return {content.begin(), content.end()};
+}
+
+MemoryStream::MemoryStream() : stream_(open_memstream(&data_, &size_)) {
+  if (stream_ == nullptr) throw std::runtime_error("no stream in memory");
+}
+
+MemoryStream::~MemoryStream() {
+  std::fclose(stream_);
+  free(data_);
+}
+
+Bytes MemoryStream::bytes() const {
+  std::fflush(stream_);
+  return {data_, data_ + size_};
+}
+
+std::string MemoryStream::text() const {
+  std::fflush(stream_);
+  return {data_, size_};
+}
