@@ -52,10 +52,9 @@ inline testing::AssertionResult sameBytes(const Bytes& expected, const Bytes& ac
   size_t at = 0;
   while (at < common && expected[at] == actual[at]) ++at;
   if (at == expected.size() && at == actual.size()) return testing::AssertionSuccess();
-  return testing::AssertionFailure()
-         << "bytes differ at " << at << ": expected " << expected.size() << " bytes, here "
-         << hexText(expected, at, 16) << "; got " << actual.size() << " bytes, here "
-         << hexText(actual, at, 16);
+  return testing::AssertionFailure() << "bytes differ at " << at << ": expected " << expected.size()
+                                     << " bytes, here " << hexText(expected, at, 16) << "; got "
+                                     << actual.size() << " bytes, here " << hexText(actual, at, 16);
 }
 
 #endif  // TESTS_SUPPORT_BYTES_H_

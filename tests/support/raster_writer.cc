@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <stdexcept>
 
@@ -12,13 +13,14 @@ namespace {
 
 template <typename T>
 void appendObject(Bytes& out, const T& object) {
-  const auto* bytes = reinterpret_cast<const uint8_t*>(&object);
-  out.insert(out.end(), bytes, bytes + sizeof object);
+  const size_t end = out.size();
+  out.resize(end + sizeof object);
+  std::memcpy(out.data() + end, &object, sizeof object);
 }
 
 // The words of a header between its texts at the front and at the back.
 constexpr size_t kFirstWord = offsetof(cups_page_header2_t, AdvanceDistance);
-constexpr size_t kEndOfWords = offsetof(cups_page_header2_t, cupsMarkerType);
+constexpr size_t kEndOfWords = offsetof(cups_page_header2_t, cupsString);
 
 void swapWords(uint8_t* begin, const uint8_t* end) {
   for (; begin != end; begin += 4) std::reverse(begin, begin + 4);

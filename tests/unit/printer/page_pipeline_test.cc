@@ -1,0 +1,328 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "tests/model/page_patterns.h"
+#include "tests/model/pages.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/saved_pictures.h"
+#include "tests/support/scoped_env.h"
+#include "tests/unit/printer/printer_fixture.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::Not;
+
+// The value behind `label` in the line that begins with `prefix`, as number.
+uint64_t valueIn(const std::vector<std::string>& log, const std::string& prefix,
+                 const std::string& label, int base) {
+  for (const std::string& line : log) {
+    if (line.rfind(prefix, 0) != 0) continue;
+    const size_t at = line.find(label);
+    if (at != std::string::npos) {
+      return std::strtoull(line.c_str() + at + label.size(), nullptr, base);
+    }
+  }
+  ADD_FAILURE() << "no line " << prefix << " with " << label;
+  return 0;
+}
+
+class PagePipelineTest : public PrinterFixture {
+ protected:
+  // Prints a page and returns its log.
+  std::vector<std::string> print(const Bytes& pixels, uint64_t bytesPerLine, uint64_t height,
+                                 uint64_t width) {
+    return captureLog([&] { printer_.printImage(pixels.data(), bytesPerLine, height, width); });
+  }
+
+  // Prints with the settings and compares bands, pictures and log with the model.
+  void expectAsModel(const model::PrinterSettings& settings, const Bytes& pixels,
+                     uint64_t bytesPerLine, uint64_t height, uint64_t width) {
+    const model::PrintedPage expected =
+        model::printImage(settings, pixels, bytesPerLine, height, width);
+    configure(settings);
+    MemoryStream out;
+    const TempFolder pictures;
+    printer_.getOutputStreams() = {out.get()};
+    printer_.setDumpFolder(pictures.path());
+    const std::vector<std::string> log = print(pixels, bytesPerLine, height, width);
+    EXPECT_TRUE(sameBytes(expected.bands, out.bytes()));
+    EXPECT_THAT(maskLog(log), ElementsAreArray(expected.log));
+    EXPECT_TRUE(samePictures(expected.saved, savedPictures(pictures)));
+  }
+
+  const ScopedEnv utc_{"TZ", "UTC"};
+};
+
+TEST_F(PagePipelineTest, WholePageIsPrintedWithItsLogAndPictures) {
+  configure({});
+  printer_.setRemoveBlankEdges(10);
+  Bytes page(8 * 4, 0);
+  page[8 * 2 + 1] = 255;
+  const std::vector<std::string> log = maskLog(print(page, 8, 4, 8));
+  EXPECT_THAT(
+      log,
+      ElementsAreArray(std::vector<std::string>{
+          "DEBUG:printImage: Start processing image, input width: 8, height: 4, bytes per line: 8",
+          "DEBUG:printImage: Memory allocated successfully, size: 32 bytes",
+          "DEBUG:printImage: Removal of bottom blank edges detected, number of bottom blank "
+          "lines: 3",
+          "DEBUG:printImage: Removal of top blank edges detected, number of top blank lines: 1",
+          "DEBUG:printImage: Saving original image, file path will be generated based on time",
+          "DEBUG:printImage: Memory for processing result allocated successfully, size: 32 bytes",
+          "DEBUG:PageProcess: QZ dithering is disabled",
+          "DEBUG:PageProcess: Successfully created PaletteImage from array with stride 8",
+          "DEBUG:PageProcess: Applied default dithering and increased bit depth",
+          "DEBUG:PageProcess: negativePrint_ 0",
+          "DEBUG:PageProcess: Filled the output buffer with processed pixels, length: 32",
+          "DEBUG:printImage: Adjusted image height to 2, pointer offset by 8 bytes",
+          "DEBUG:printImage: Processed image information - pointer address: <pointer>, width: 8, "
+          "height: 4, bytes per line: 8, number of top blank lines: 1, number of bottom blank "
+          "lines: 3, adjusted height: 2",
+          "DEBUG:printImage: Saving processed image, file path will be generated based on time",
+          "DEBUG:printImage: Starting to print the processed image",
+          "DEBUG:GrayToMono, bpl(8), h(4), skipPixels(0), wb(8)",
+          "DEBUG:printImage: Freed the allocated memory, address: <null>",
+          "DEBUG:printImage: Freed the memory for processing result, address: <pointer>",
+          "DEBUG:printImage: Image processing completed"}));
+  EXPECT_TRUE(sameBytes(hex("1D 76 30 00 01 00 04 00 00 00 40 00"), out_.bytes()));
+  const std::vector<SavedPicture> pictures = savedPictures(folder_);
+  ASSERT_EQ(pictures.size(), 2U);
+  EXPECT_EQ(pictures[0].name,
+            "origin_2025-1-31_23_59_59_" + std::to_string(pictures[0].number) + ".bmp");
+  EXPECT_EQ(pictures[1].name,
+            "dithered_2025-1-31_23_59_59_" + std::to_string(pictures[0].number + 1) + ".bmp");
+  EXPECT_TRUE(sameBytes(model::bmpFile(page, 8, 4, 8, 8), pictures[0].bytes));
+}
+
+TEST_F(PagePipelineTest, LabelsOfWidthAndBytesPerLineKeepTheirCrossedValues) {
+  configure({});
+  const std::vector<std::string> log = print(Bytes(12 * 2, 0), 12, 2, 9);
+  EXPECT_THAT(log, Contains("DEBUG:printImage: Start processing image, input width: 9, height: 2, "
+                            "bytes per line: 12"));
+  EXPECT_THAT(maskLog(log),
+              Contains("DEBUG:printImage: Processed image information - pointer address: "
+                       "<pointer>, width: 12, height: 2, bytes per line: 9, number of top blank "
+                       "lines: 0, number of bottom blank lines: 0, adjusted height: 2"));
+}
+
+TEST_F(PagePipelineTest, LoggedAddressIsThatOfTheFirstMeasuredRow) {
+  configure({});
+  printer_.setRemoveBlankEdges(10);
+  Bytes page(8 * 6, 0);
+  page[8 * 4] = 255;
+  const std::vector<std::string> log = print(page, 8, 6, 8);
+  const uint64_t start = valueIn(log, "DEBUG:printImage: Processed image", "pointer address: ", 10);
+  const uint64_t block =
+      valueIn(log, "DEBUG:printImage: Freed the memory for processing", "address: ", 16);
+  EXPECT_NE(block, 0U);
+  EXPECT_EQ(start - block, 3U * 8U);
+  EXPECT_THAT(log, Contains("DEBUG:printImage: Adjusted image height to 2, pointer offset by 24 "
+                            "bytes"));
+}
+
+TEST_F(PagePipelineTest, BlankPageIsPrintedWhole) {
+  configure({});
+  printer_.setRemoveBlankEdges(10);
+  const std::vector<std::string> log = print(Bytes(8 * 100, 0), 8, 100, 8);
+  EXPECT_THAT(log, Contains(HasSubstr("number of bottom blank lines: 0")));
+  EXPECT_THAT(log, Contains(HasSubstr("number of top blank lines: 100")));
+  EXPECT_THAT(log, Not(Contains(HasSubstr("Adjusted image height"))));
+  Bytes expected = hex("1D 76 30 00 01 00 60 00");
+  expected.resize(8 + 96);
+  append(expected, hex("1D 76 30 00 01 00 04 00 00 00 00 00"));
+  EXPECT_TRUE(sameBytes(expected, out_.bytes()));
+}
+
+TEST_F(PagePipelineTest, InkInTheFirstRowAloneIsNotSeenFromTheFront) {
+  configure({});
+  printer_.setRemoveBlankEdges(10);
+  Bytes page(8 * 5, 0);
+  page[3] = 255;
+  const std::vector<std::string> log = print(page, 8, 5, 8);
+  EXPECT_THAT(log, Contains(HasSubstr("number of top blank lines: 5")));
+  EXPECT_THAT(log, Contains(HasSubstr("number of bottom blank lines: 1")));
+  EXPECT_THAT(log, Not(Contains(HasSubstr("Adjusted image height"))));
+}
+
+TEST_F(PagePipelineTest, EachEdgeIsMeasuredOnlyWhenAskedFor) {
+  Bytes page(8 * 5, 0);
+  page[8 * 3] = 255;
+  const auto logWith = [&](unsigned char edges) {
+    configure({});
+    printer_.setRemoveBlankEdges(edges);
+    return print(page, 8, 5, 8);
+  };
+  const auto bottom = HasSubstr("Removal of bottom blank edges");
+  const auto top = HasSubstr("Removal of top blank edges");
+  EXPECT_THAT(logWith(0), Not(Contains(bottom)));
+  EXPECT_THAT(logWith(0), Not(Contains(top)));
+  EXPECT_THAT(logWith(5), Not(Contains(bottom))) << "other bits mean nothing";
+  EXPECT_THAT(logWith(5), Not(Contains(top)));
+  EXPECT_THAT(logWith(8), Contains(bottom));
+  EXPECT_THAT(logWith(8), Not(Contains(top)));
+  EXPECT_THAT(logWith(8), Contains(HasSubstr("Adjusted image height to 4, pointer offset by 0 ")));
+  EXPECT_THAT(logWith(2), Not(Contains(bottom)));
+  EXPECT_THAT(logWith(2), Contains(top));
+  EXPECT_THAT(logWith(255), Contains(bottom));
+  EXPECT_THAT(logWith(255), Contains(top));
+}
+
+TEST_F(PagePipelineTest, SkipOfAWholeRowMakesThePageBlankForMeasuring) {
+  configure({});
+  printer_.setRemoveBlankEdges(10).setSkipRightPixels(8);
+  const std::vector<std::string> log = print(Bytes(8 * 3, 255), 8, 3, 8);
+  EXPECT_THAT(log, Contains(HasSubstr("number of bottom blank lines: 0")));
+  EXPECT_THAT(log, Contains(HasSubstr("number of top blank lines: 3")));
+  EXPECT_TRUE(sameBytes(hex("1D 76 30 00 01 00 03 00 FF FF FF"), out_.bytes()))
+      << "a skip of the whole row is ignored when packing";
+}
+
+TEST_F(PagePipelineTest, PaddingColumnsArePackedAsNoDot) {
+  configure({});
+  print(Bytes(9 * 2, 255), 9, 2, 9);
+  // 9 pixels make rows of 12 bytes: two packed bytes, the last three bits blank.
+  EXPECT_TRUE(sameBytes(hex("1D 76 30 00 02 00 02 00 FF 80 FF 80"), out_.bytes()));
+}
+
+TEST_F(PagePipelineTest, FailedPageIsReportedAndNeverPrintsTheOneBefore) {
+  for (const DitherType type : {DitherType::Burkes, DitherType::Tattoo}) {
+    configure({});
+    printer_.setHalftoneType(type);
+    MemoryStream out;
+    printer_.getOutputStreams() = {out.get()};
+    print(Bytes(16 * 4, 255), 16, 4, 16);
+    const Bytes good = out.bytes();
+    ASSERT_FALSE(good.empty());
+    const size_t pictures = folder_.names().size();
+
+    const std::vector<std::string> log = print(Bytes(16 * 4, 255), 16, 4, 0);
+    EXPECT_THAT(log, Contains("CRIT:paletteImage.CreateFromArray with grey failed!"));
+    EXPECT_THAT(log, Contains("ERROR:printImage: pimage is NULL, unable to print the image"));
+    EXPECT_EQ(log.back(), "DEBUG:printImage: Image processing completed");
+    EXPECT_TRUE(sameBytes(good, out.bytes()));
+    EXPECT_EQ(folder_.names().size(), pictures + 1) << "the input picture alone";
+
+    print(Bytes(16 * 4, 255), 16, 4, 16);
+    Bytes twice = good;
+    append(twice, good);
+    EXPECT_TRUE(sameBytes(twice, out.bytes())) << "the page after it is printed again";
+  }
+}
+
+TEST_F(PagePipelineTest, FailedFirstPageFindsNoImage) {
+  configure({});
+  const std::vector<std::string> log = print(Bytes(4, 255), 4, 1, 0);
+  EXPECT_THAT(log, Contains("ERROR:printImage: pimage is NULL, unable to print the image"));
+  EXPECT_TRUE(out_.bytes().empty());
+}
+
+TEST_F(PagePipelineTest, MemoryThatCannotBeHadEndsThePageWithoutOutput) {
+  configure({});
+  const uint8_t pixel = 255;
+  const std::vector<std::string> log =
+      captureLog([&] { printer_.printImage(&pixel, uint64_t{1} << 50, 1 << 10, 1); });
+  EXPECT_THAT(log, ElementsAreArray(std::vector<std::string>{
+                       "DEBUG:printImage: Start processing image, input width: 1, height: 1024, "
+                       "bytes per line: 1125899906842624",
+                       "ERROR:printImage: Memory allocation failed, unable to process image, "
+                       "exiting processing",
+                       "DEBUG:printImage: Image processing completed"}));
+  EXPECT_TRUE(out_.bytes().empty());
+  EXPECT_TRUE(folder_.names().empty());
+}
+
+TEST_F(PagePipelineTest, FailedSavesCostTwoLinesAndNothingElse) {
+  configure({});
+  printer_.setDumpFolder(folder_.file("missing"));
+  const Bytes page = model::photoPage(24, 8, 1).pixels;
+  const std::vector<std::string> log = maskLog(print(page, 24, 8, 24));
+  const model::PrintedPage expected = model::printImage({}, page, 24, 8, 24, true);
+  EXPECT_THAT(log, ElementsAreArray(expected.log));
+  EXPECT_EQ(countLines(log, "DravPrinter::saveImage: unable to open the file "), 2U);
+  EXPECT_TRUE(sameBytes(expected.bands, out_.bytes()));
+}
+
+TEST_F(PagePipelineTest, StopInsideAPageIsForgottenWithTheNextPage) {
+  configure({});
+  bool stop = false;
+  printer_.setStopRequested([&stop] { return stop; });
+  stop = true;
+  print(Bytes(8 * 200, 255), 8, 200, 8);
+  EXPECT_TRUE(printer_.rasterInterrupted());
+  EXPECT_EQ(printer_.bandsSent(), 0U);
+  EXPECT_TRUE(out_.bytes().empty());
+  stop = false;
+  print(Bytes(8 * 200, 255), 8, 200, 8);
+  EXPECT_FALSE(printer_.rasterInterrupted());
+  EXPECT_EQ(printer_.bandsSent(), 3U);
+}
+
+TEST_F(PagePipelineTest, InputPageIsLeftAsItIs) {
+  const Bytes page = model::photoPage(33, 20, 2).pixels;
+  for (int type = 0; type < 10; ++type) {
+    model::PrinterSettings settings;
+    settings.halftoneType = type;
+    settings.brightness = 30;
+    settings.negative = true;
+    configure(settings);
+    Bytes copy = page;
+    print(copy, 33, 20, 33);
+    EXPECT_TRUE(sameBytes(page, copy)) << type;
+  }
+}
+
+TEST_F(PagePipelineTest, RandomPagesAgreeWithTheModel) {
+  model::Random random(9);
+  for (int round = 0; round < 150; ++round) {
+    model::PrinterSettings settings;
+    settings.halftoneType = static_cast<int32_t>(random.below(11));
+    settings.brightness = random.below(2) == 0 ? 0 : static_cast<int>(random.below(241)) - 120;
+    settings.contrast = random.below(2) == 0 ? 0 : static_cast<int>(random.below(241)) - 120;
+    settings.rotate180 = random.below(3) == 0;
+    settings.mirror = random.below(3) == 0;
+    settings.negative = random.below(4) == 0;
+    settings.removeBlankEdges = static_cast<uint8_t>(random.below(16));
+    const int width = static_cast<int>(1 + random.below(70));
+    const int height = static_cast<int>(1 + random.below(120));
+    const uint32_t padding = random.below(3) == 0 ? random.below(6) : 0;
+    const uint32_t stride = static_cast<uint32_t>(width) + padding;
+    settings.skipRightPixels = random.below(2) == 0 ? 0 : random.below(stride + 3);
+    const std::vector<std::string>& names = model::patternNames();
+    const std::string& pattern = names[random.below(static_cast<uint32_t>(names.size()))];
+    const model::Grey picture = model::patternPage(pattern, width, height, random.next());
+    Bytes rows(size_t{stride} * static_cast<size_t>(height), 0);
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        rows[static_cast<size_t>(y) * stride + static_cast<size_t>(x)] = picture.at(x, y);
+      }
+    }
+    SCOPED_TRACE("round " + std::to_string(round) + ", " + pattern + " " + std::to_string(width) +
+                 " of " + std::to_string(stride) + " x " + std::to_string(height) + ", halftone " +
+                 std::to_string(settings.halftoneType));
+    expectAsModel(settings, rows, stride, static_cast<uint64_t>(height),
+                  static_cast<uint64_t>(width));
+    if (HasFailure()) return;
+  }
+}
+
+TEST_F(PagePipelineTest, FramedPagesAgreeWithTheModel) {
+  for (const int type : {2, 9}) {
+    model::PrinterSettings settings;
+    settings.halftoneType = type;
+    settings.antiWrinkle = 3;
+    settings.pageSizeName = "Tattoo_A6";
+    settings.negative = type == 2;
+    settings.removeBlankEdges = 10;
+    expectAsModel(settings, model::circlesPage(90, 120, 4).pixels, 90, 120, 90);
+  }
+}
+
+}  // namespace

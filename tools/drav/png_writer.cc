@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/drav/png_writer.h"
+
+#include <png.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "tools/drav/input_file.h"
+#include "tools/drav/output_file.h"
+
+struct PngWriter::State {
+  OutputFile file;
+  std::string path;
+  png_structp png = nullptr;
+  png_infop info = nullptr;
+  std::vector<uint8_t> row;
+  std::array<char, 200> message{};  // of the last failure; no allocation below libpng
+
+  State() = default;
+  ~State() { png_destroy_write_struct(&png, &info); }
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+
+  std::string failure() const { return printablePath(path) + ": " + message.data(); }
+};
+
+namespace {
+
+void keepMessage(std::array<char, 200>& message, const char* text) {
+  (void)std::snprintf(message.data(), message.size(), "%s", text);
+}
+
+// The functions that libpng calls back. They hold nothing that a jump would leak.
+[[noreturn]] void onError(png_structp png, png_const_charp text) {
+  auto* message = static_cast<std::array<char, 200>*>(png_get_error_ptr(png));
+  if ((*message)[0] == '\0') keepMessage(*message, text);
+  png_longjmp(png, 1);
+}
+
+void onWarning(png_structp /*png*/, png_const_charp /*text*/) {}
+
+void onWrite(png_structp png, png_bytep bytes, size_t size) {
+  auto* stream = static_cast<std::FILE*>(png_get_io_ptr(png));
+  errno = 0;
+  if (std::fwrite(bytes, 1, size, stream) == size) return;
+  const int code = errno != 0 ? errno : EIO;
+  keepMessage(*static_cast<std::array<char, 200>*>(png_get_error_ptr(png)), std::strerror(code));
+  png_error(png, "write failed");
+}
+
+void onFlush(png_structp /*png*/) {}
+
+// Runs `step`, the one place where libpng's jumps land. A step makes libpng calls
+// only and owns nothing, so that no destructor is jumped over.
+template <typename Step>
+bool guarded(png_structp png, const Step& step) {
+  static_assert(std::is_trivially_destructible_v<Step>);
+  // NOLINTNEXTLINE(cert-err52-cpp): libpng reports its errors in no other way.
+  if (setjmp(png_jmpbuf(png)) != 0) return false;
+  step();
+  return true;
+}
+
+}  // namespace
+
+PngWriter::PngWriter() = default;
+PngWriter::~PngWriter() = default;
+
+bool PngWriter::open(const std::string& path, uint32_t width, uint32_t height, std::string& error) {
+  state_.reset();
+  auto state = std::make_unique<State>();
+  state->path = path;
+  if (!state->file.open(path, error)) return false;
+  state->row.resize((static_cast<size_t>(width) + 7) / 8);
+  state->png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &state->message, onError, onWarning);
+  if (state->png != nullptr) state->info = png_create_info_struct(state->png);
+  if (state->info == nullptr) {
+    error = printablePath(path) + ": libpng cannot start";
+    return false;
+  }
+  png_structp png = state->png;
+  png_infop info = state->info;
+  std::FILE* stream = state->file.stream();
+  const bool begun = guarded(png, [png, info, stream, width, height] {
+    png_set_write_fn(png, stream, onWrite, onFlush);
+    png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+    png_set_IHDR(png, info, width, height, 1, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    png_set_invert_mono(png);  // our 1 is black, PNG's is white
+  });
+  if (!begun) {
+    error = state->failure();
+    return false;
+  }
+  state_ = std::move(state);
+  return true;
+}
+
+bool PngWriter::writeRow(std::span<const uint8_t> row, std::string& error) {
+  const size_t used = std::min(row.size(), state_->row.size());
+  std::copy_n(row.begin(), used, state_->row.begin());
+  std::fill(state_->row.begin() + static_cast<std::ptrdiff_t>(used), state_->row.end(), uint8_t{0});
+  png_structp png = state_->png;
+  const uint8_t* bytes = state_->row.data();
+  if (guarded(png, [png, bytes] { png_write_row(png, bytes); })) return true;
+  error = state_->failure();
+  state_.reset();
+  return false;
+}
+
+bool PngWriter::finish(std::string& error) {
+  png_structp png = state_->png;
+  bool done = guarded(png, [png] { png_write_end(png, nullptr); });
+  if (done)
+    done = state_->file.commit(error);
+  else
+    error = state_->failure();
+  state_.reset();
+  return done;
+}
