@@ -167,6 +167,9 @@ class PaletteImage {
   // (100 + contrast) / 100, clamped to 0 to 255. False without a block.
   bool Light(int brightness, int contrast);
 
+  // The 256 levels that Light gives; the identity for 0 and 0.
+  static std::array<uint8_t, 256> lightTable(int brightness, int contrast);
+
   // Replaces every index by its entry in `table`, 256 bytes. No effect on 24
   // bits. False without a block or table.
   bool Lut(const uint8_t* table);

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "image/palette_image.h"
+#include "image/row_ops.h"
 
 namespace {
 
@@ -18,7 +19,9 @@ int32_t truncateToInt32(float value) {
   return static_cast<int32_t>(value);
 }
 
-std::array<uint8_t, 256> lightTable(int brightness, int contrast) {
+}  // namespace
+
+std::array<uint8_t, 256> PaletteImage::lightTable(int brightness, int contrast) {
   const float scale = static_cast<float>(int64_t{contrast} + 100) / 100.0F;
   const auto shift = static_cast<float>(int64_t{brightness} + 128);
   std::array<uint8_t, 256> table = {};
@@ -30,8 +33,6 @@ std::array<uint8_t, 256> lightTable(int brightness, int contrast) {
   return table;
 }
 
-}  // namespace
-
 bool PaletteImage::Light(int brightness, int contrast) {
   if (dib == nullptr) return false;
   return Lut(lightTable(brightness, contrast).data());
@@ -39,12 +40,14 @@ bool PaletteImage::Light(int brightness, int contrast) {
 
 bool PaletteImage::Lut(const uint8_t* table) {
   if (dib == nullptr || table == nullptr) return false;
+  LevelTable levels = {};
+  std::copy_n(table, levels.size(), levels.begin());
   const auto width = static_cast<long>(GetWidth());
   const auto height = static_cast<long>(GetHeight());
   for (long y = 0; y < height; ++y) {
     if (head.biBitCount == 8) {
       uint8_t* row = GetBits(static_cast<uint32_t>(y));
-      for (long x = 0; x < width; ++x) row[x] = table[row[x]];
+      rowOps().replace(row, GetWidth(), levels, row);
       continue;
     }
     for (long x = 0; x < width; ++x) BlindSetPixelIndex(x, y, table[BlindGetPixelIndex(x, y)]);

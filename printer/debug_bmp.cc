@@ -111,8 +111,7 @@ void DravPrinter::setFileNameFormat(const char* stem) {
                 stem, "%d-%d-%d_%d_%d_%d_%ld");
 }
 
-void DravPrinter::saveImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
-                            uint64_t width, uint16_t bitsPerPixel) {
+std::FILE* DravPrinter::openPicture(uint64_t height, uint64_t width, uint16_t bitsPerPixel) {
   const std::tm now = localTime(clock_());
   const auto number = static_cast<long>(savedImages++);
   std::array<char, 2048> path = {};
@@ -125,21 +124,26 @@ void DravPrinter::saveImage(const unsigned char* pixels, uint64_t bytesPerLine, 
   std::FILE* file = openPrivateFile(path.data(), "wb+");
   if (file == nullptr) {
     std::fprintf(stderr, "DravPrinter::saveImage: unable to open the file %s\n", path.data());
-    return;
+    return nullptr;
   }
-  const ScopeGuard closeFile([file] { std::fclose(file); });
-
-  const bool grey = bitsPerPixel == 8;
-  const BmpHeader header = makeHeader(width, height, grey);
+  const BmpHeader header = makeHeader(width, height, bitsPerPixel == 8);
   std::fwrite(header.data(), header.size(), 1, file);
-  if (grey) {
-    writeGreyPalette(file);
-    // As the bytes lie in memory: no padding, first row first, no more than
-    // there are.
-    const uint64_t bytes = std::min(width, bytesPerLine) * height;
-    if (pixels != nullptr && bytes != 0) std::fwrite(pixels, bytes, 1, file);
+  if (bitsPerPixel == 8) writeGreyPalette(file);
+  if (bitsPerPixel == 1) writeMonoPalette(file);
+  return file;
+}
+
+void DravPrinter::saveImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
+                            uint64_t width, uint16_t bitsPerPixel) {
+  std::FILE* file = openPicture(height, width, bitsPerPixel);
+  if (file == nullptr) return;
+  const ScopeGuard closeFile([file] { std::fclose(file); });
+  if (pixels == nullptr) return;
+  if (bitsPerPixel != 8) {
+    writeMonoRows(file, pixels, bytesPerLine, height, width);
     return;
   }
-  if (bitsPerPixel == 1) writeMonoPalette(file);
-  if (pixels != nullptr) writeMonoRows(file, pixels, bytesPerLine, height, width);
+  // As the bytes lie in memory: no padding, first row first, no more than there are.
+  const uint64_t bytes = std::min(width, bytesPerLine) * height;
+  if (bytes != 0) std::fwrite(pixels, bytes, 1, file);
 }

@@ -129,6 +129,9 @@ bool DravPrinter::shouldStopRaster() {
   return rasterInterrupted_;
 }
 
+void DravPrinter::doPrintPacked(uint8_t* /*packed*/, uint32_t /*packedLength*/,
+                                uint64_t /*height*/) {}
+
 void DravPrinter::printBytes(const unsigned char* data, unsigned long size) {
   for (std::FILE* stream : outputStreams_) {
     if (stream != nullptr) std::fwrite(data, size, 1, stream);

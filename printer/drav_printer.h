@@ -161,6 +161,10 @@ class DravPrinter {
  protected:
   // For the concrete printer's bands: asks whether to stop, and counts.
   bool shouldStopRaster();
+  // A concrete printer that takes rows packed as GrayToMono packs them gets most
+  // pages that way, without doPrintImage. `packed` holds `height` rows.
+  virtual bool takesPackedRows() const { return false; }
+  virtual void doPrintPacked(uint8_t* packed, uint32_t packedLength, uint64_t height);
   void countBand() { ++bandsSent_; }
 
  private:
@@ -178,6 +182,29 @@ class DravPrinter {
   void printPage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
                  uint64_t width, WorkBuffer& result);
   void sendFinishedPage();
+  // A picture with its header written, or null after the report; the caller
+  // closes it.
+  std::FILE* openPicture(uint64_t height, uint64_t width, uint16_t bitsPerPixel);
+  // Pixels of a row that are packed, and their report.
+  size_t packedRowPixels(size_t rowBytes) const;
+  void reportPacking(int32_t bytesPerLine, int32_t height) const;
+
+  void chooseHalftone();
+  bool adjustsTone() const { return brightness_ != 0 || contrast_ != 0; }
+  int scaledBrightness() const { return brightness_ * 5; }  // -500 to 500 levels
+  int scaledContrast() const { return contrast_ * 2; }      // -200 to 200 per cent
+
+  // The short way of a page whose images nobody looks at (page_stream.cc).
+  struct PageSize {
+    uint32_t width;
+    uint32_t height;
+  };
+  bool canStream(uint64_t bytesPerLine, uint64_t height, uint64_t width) const;
+  void streamPage(const unsigned char* pixels, const BlankEdges& edges, uint64_t bytesPerLine,
+                  uint64_t height, uint64_t width, const WorkBuffer& result);
+  void reportStreamedProcessing(PageSize size, uint32_t rowBytes);
+  void halftoneRowsTo(const unsigned char* pixels, PageSize size,
+                      const std::function<void(uint32_t, const uint8_t*)>& sink);
   void adjustPage();
   bool halftoneClassic(DitherType type);
   bool halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, int32_t height, size_t capacity);

@@ -5,6 +5,7 @@
 #include "common/log.h"
 #include "printer/blank_lines.h"
 #include "printer/drav_printer.h"
+#include "printer/page_log.h"
 #include "printer/work_buffer.h"
 
 namespace {
@@ -67,6 +68,10 @@ void DravPrinter::printPage(const unsigned char* pixels, uint64_t bytesPerLine, 
                 static_cast<size_t>(size));
 
   pimage_ = nullptr;  // a page that fails must not print the one before it
+  if (canStream(bytesPerLine, height, width)) {
+    streamPage(pixels, edges, bytesPerLine, height, width, result);
+    return;
+  }
   PageProcess(halftoneType_, pixels, static_cast<int32_t>(bytesPerLine),
               static_cast<int32_t>(width), static_cast<int32_t>(height), result.data());
   reportEdges(edges, result.data(), bytesPerLine, height, width);
@@ -122,13 +127,12 @@ void DravPrinter::reportEdges(const BlankEdges& edges, const uint8_t* result, ui
 void DravPrinter::sendFinishedPage() {
   const bool printable = pimage_ != nullptr && pimage_->IsValid();
   setFileNameFormat("dithered");
-  dravLogCommon(kLogDebug,
-                "printImage: Saving processed image, file path will be generated based on time");
+  page_log::savingProcessed();
   if (printable) {
     saveImage(pimage_->GetBits(0), pimage_->GetEffWidth(), pimage_->GetHeight(),
               pimage_->GetWidth(), 8);
   }
-  dravLogCommon(kLogDebug, "printImage: Starting to print the processed image");
+  page_log::printingProcessed();
   if (!printable) {
     dravLogCommon(kLogError, "printImage: pimage is NULL, unable to print the image");
     return;

@@ -6,14 +6,10 @@
 
 #include "common/log.h"
 #include "printer/drav_printer.h"
+#include "printer/page_log.h"
 #include "tattoo/pipeline.h"
 
 namespace {
-
-constexpr int kBrightnessScale = 5;  // -100..100 becomes -500..500 levels
-constexpr int kContrastScale = 2;    // -100..100 becomes -200..200 per cent
-
-int32_t roundUpTo4(int32_t value) { return (value + 3) / 4 * 4; }
 
 // The page's grey bytes, rows `width` bytes apart, as far as the buffer goes.
 QZImage greyRecord(const uint8_t* pixels, int32_t width, int32_t height, size_t capacity) {
@@ -42,11 +38,14 @@ void copyIndices(const PaletteImage& image, uint8_t* dst, int32_t width, int32_t
 
 }  // namespace
 
+void DravPrinter::chooseHalftone() {
+  useQZDithering_ = halftoneType_ == DitherType::Tattoo || halftoneType_ == DitherType::Tattoo_X8;
+  page_log::halftoneChoice(useQZDithering_);
+}
+
 int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t stride, int32_t width,
                                  int32_t height, uint8_t* dst) {
-  useQZDithering_ = halftoneType_ == DitherType::Tattoo || halftoneType_ == DitherType::Tattoo_X8;
-  dravLogCommon(kLogDebug, "PageProcess: QZ dithering is %s",
-                useQZDithering_ ? "enabled" : "disabled");
+  chooseHalftone();
 
   const bool sane = stride >= 0 && width >= 0 && height >= 0;
   if (!sane || !paletteImage_.CreateFromArray(src, static_cast<uint32_t>(width),
@@ -55,8 +54,7 @@ int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t st
     dravLogCommon(kLogCritical, "paletteImage.CreateFromArray with grey failed!");
     return 0;
   }
-  dravLogCommon(kLogDebug,
-                "PageProcess: Successfully created PaletteImage from array with stride %d", stride);
+  page_log::pageCreated(stride);
   const size_t capacity = 2 * static_cast<size_t>(stride) * static_cast<size_t>(height);
 
   adjustPage();
@@ -64,7 +62,7 @@ int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t st
                                     : halftoneClassic(type);
   if (!done) return 0;
 
-  dravLogCommon(kLogDebug, "PageProcess: negativePrint_ %d", negativePrint_ ? 1 : 0);
+  page_log::negative(negativePrint_);
   if (negativePrint_) {
     dravLogCommon(kLogDebug, "PageProcess: Inverting the image for negative print");
     pimage_->Negative();
@@ -76,18 +74,14 @@ int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t st
                       static_cast<int32_t>(pimage_->GetHeight()), rowBytes, capacity);
   const auto length =
       static_cast<int32_t>(static_cast<uint32_t>(height) * static_cast<uint32_t>(rowBytes));
-  dravLogCommon(kLogDebug,
-                "PageProcess: Filled the output buffer with processed pixels, length: %d", length);
+  page_log::outputFilled(length);
   return length;
 }
 
 void DravPrinter::adjustPage() {
-  if (brightness_ != 0 || contrast_ != 0) {
-    const int brightness = brightness_ * kBrightnessScale;
-    const int contrast = contrast_ * kContrastScale;
-    paletteImage_.Light(brightness, contrast);
-    dravLogCommon(kLogDebug, "PageProcess: Adjusted brightness to %d and contrast to %d",
-                  brightness, contrast);
+  if (adjustsTone()) {
+    paletteImage_.Light(scaledBrightness(), scaledContrast());
+    page_log::toneAdjusted(scaledBrightness(), scaledContrast());
   }
   if (rotate180Print_) {
     paletteImage_.Rotate180();
@@ -108,7 +102,7 @@ bool DravPrinter::halftoneClassic(DitherType type) {
     return false;
   }
   pimage_ = &paletteImage_;
-  dravLogCommon(kLogDebug, "PageProcess: Applied default dithering and increased bit depth");
+  page_log::ditheredClassic();
   return true;
 }
 
@@ -120,15 +114,11 @@ bool DravPrinter::halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, in
     return false;
   }
   copyPixels(paletteImage_, dst, width, height, stride, capacity);
-  dravLogCommon(kLogDebug,
-                "PageProcess: Copied pixels to the output buffer for QZ dithering, with stride "
-                "%d, EffWidth %d",
-                stride, static_cast<int>(paletteImage_.GetEffWidth()));
+  page_log::copiedForTattoo(stride, paletteImage_.GetEffWidth());
   const QZImage page = greyRecord(dst, width, height, capacity);
   const QZImage stencil =
       halftoneType_ == DitherType::Tattoo_X8 ? qzTattooDitheringX8(page) : qzTattooDithering(page);
-  dravLogCommon(kLogDebug, "PageProcess: Applied QZ dithering with stride %d, width %d",
-                roundUpTo4(stencil.width), width);
+  page_log::ditheredTattoo(stencil.width);
   if (!qzPaletteImage_.CreateFromArray(stencil.data, static_cast<uint32_t>(width),
                                        static_cast<uint32_t>(height), 8,
                                        static_cast<uint32_t>(width), false)) {
@@ -136,8 +126,7 @@ bool DravPrinter::halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, in
                   "PageProcess: Failed to create a new PaletteImage from QZ dithered data");
     return false;
   }
-  dravLogCommon(kLogDebug,
-                "PageProcess: Successfully created a new PaletteImage from QZ dithered data");
+  page_log::tattooImageCreated();
   pimage_ = &qzPaletteImage_;
   return true;
 }

@@ -16,6 +16,12 @@ class ReceiptEpPrinter : public DravPrinter {
   // Sends `height` packed rows as bands of at most 96 rows to every output
   // stream. A page without rows sends nothing.
   void SendImage(uint32_t packedLength, uint64_t height, uint8_t* packed);
+
+ protected:
+  bool takesPackedRows() const override { return true; }
+  void doPrintPacked(uint8_t* packed, uint32_t packedLength, uint64_t height) override {
+    SendImage(packedLength, height, packed);
+  }
 };
 
 #endif  // PRINTER_RECEIPT_EP_PRINTER_H_

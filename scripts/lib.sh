@@ -11,6 +11,7 @@ BUILD_PACKAGES=(
   "libcups2-dev|CUPS: PPD files, job options"
   "libcupsimage2-dev|CUPS: raster pages"
   "cups-ppdc|ppdc makes the PPD files from ppd/drav.drv"
+  "libhwy-dev|vector code for all processors"
   "libcli11-dev|command line of the drav tool"
   "libpng-dev|pictures of the drav tool"
 )

@@ -2,28 +2,12 @@
 #include "tattoo/error_diffusion.h"
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
+#include "tattoo/error_diffusion_taps.h"
 #include "tattoo/fast_math.h"
 
 namespace {
-
-constexpr float kDotSpread = 0.1427F;
-
-struct Tap {
-  int32_t dx;
-  int32_t dy;
-  float weight;
-};
-
-// In the order in which the shares are added. The sum, 0.940002, is meant.
-constexpr std::array<Tap, 6> kTaps = {{{1, 0, 0.505786F},
-                                       {2, 0, -0.052926F},
-                                       {-2, 1, 0.226194F},
-                                       {-1, 1, 0.128835F},
-                                       {0, 1, 0.243191F},
-                                       {1, 1, -0.111078F}}};
 
 // What a white pixel leaves over: it counts as 255, and inside the image as less
 // for a black neighbour to the left and above. `white` points at the pixel in
@@ -63,7 +47,7 @@ QZImage edf_cus(const QZImage& source, int threshold) {
       } else {
         *pixel = 0;
       }
-      for (const Tap& tap : kTaps) {
+      for (const StencilTap& tap : kStencilTaps) {
         if (!isWithinBounds(x + tap.dx, y + tap.dy, width, height)) continue;
         float& entry = (tap.dy == 0 ? current : below)[static_cast<size_t>(x + tap.dx)];
         entry = error * tap.weight + entry;

@@ -5,6 +5,9 @@
 #ifndef TATTOO_PIPELINE_H_
 #define TATTOO_PIPELINE_H_
 
+#include <array>
+#include <cstdint>
+
 #include "tattoo/qz_image.h"
 
 // "Tattoo": a fixed curve that lifts the whole range, levels from 64 up most.
@@ -14,5 +17,10 @@ QZImage qzTattooDithering(const QZImage& image);
 
 // "Tattoo_X8": a curve that pulls every level toward the image's own threshold.
 QZImage qzTattooDitheringX8(const QZImage& image);
+
+// The two curves, for callers that hand the page over row by row
+// (tattoo/stencil_rows.h).
+enum class StencilCurve { lifted, aroundThreshold };
+std::array<uint8_t, 256> stencilCurveTable(StencilCurve curve, int32_t threshold);
 
 #endif  // TATTOO_PIPELINE_H_

@@ -12,27 +12,39 @@ namespace {
 constexpr int kLevels = 256;
 constexpr int32_t kNoSolution = 128;
 
-using Shares = std::array<float, kLevels>;
-
-// Share of each level among the first width * height bytes, a 32-bit count.
-Shares levelShares(const QZImage& image) {
-  const auto count = static_cast<int32_t>(static_cast<uint32_t>(image.width) *
-                                          static_cast<uint32_t>(image.height));
-  const auto readable =
-      static_cast<int32_t>(std::min(int64_t{count}, std::max(image.byteCount(), int64_t{0})));
-  std::array<int32_t, kLevels> histogram = {};
-  for (int32_t i = 0; i < readable; ++i) ++histogram[image.data[i]];
-  Shares shares = {};
-  for (size_t k = 0; k < kLevels; ++k) {
-    shares[k] = static_cast<float>(histogram[k]) / static_cast<float>(count);
-  }
-  return shares;
-}
-
 }  // namespace
 
+void countLevels(const uint8_t* pixels, size_t size, LevelHistogram& histogram) {
+  // Four counters a level: runs of one level must not wait for their own count.
+  std::array<std::array<int32_t, kLevels>, 4> counts = {};
+  size_t i = 0;
+  for (; i + 4 <= size; i += 4) {
+    ++counts[0][pixels[i]];
+    ++counts[1][pixels[i + 1]];
+    ++counts[2][pixels[i + 2]];
+    ++counts[3][pixels[i + 3]];
+  }
+  for (; i < size; ++i) ++counts[0][pixels[i]];
+  for (size_t k = 0; k < kLevels; ++k) {
+    histogram[k] += counts[0][k] + counts[1][k] + counts[2][k] + counts[3][k];
+  }
+}
+
+// Counts the first width * height bytes, a 32-bit product.
 int32_t thresh_global_moments(const QZImage& image) {
-  const Shares p = levelShares(image);
+  const auto count = static_cast<int32_t>(static_cast<uint32_t>(image.width) *
+                                          static_cast<uint32_t>(image.height));
+  const int64_t readable = std::min(int64_t{count}, image.byteCount());
+  LevelHistogram histogram = {};
+  if (readable > 0) countLevels(image.data, static_cast<size_t>(readable), histogram);
+  return momentThreshold(histogram, count);
+}
+
+int32_t momentThreshold(const LevelHistogram& histogram, int32_t count) {
+  std::array<float, kLevels> p = {};  // share of each level
+  for (size_t k = 0; k < kLevels; ++k) {
+    p[k] = static_cast<float>(histogram[k]) / static_cast<float>(count);
+  }
 
   // Moments about zero; the powers of k are whole numbers before they become
   // single precision.

@@ -6,12 +6,6 @@
 #include "tattoo/fast_math.h"
 #include "tattoo/gaussian.h"
 
-namespace {
-
-constexpr double kSigma = 3.0;
-
-}  // namespace
-
 QZImage add_Weighted(const QZImage& a, const QZImage& b, float amount) {
   const float weightA = 1.0F + amount;
   const float weightB = -amount;
@@ -29,6 +23,6 @@ QZImage add_Weighted(const QZImage& a, const QZImage& b, float amount) {
 
 QZImage enh_unsharp_mask(const QZImage& source, float amountPercent, int size) {
   const float amount = amountPercent / 100.0F;
-  const QZImage blurred = enh_gaussian_filter_fast(source, size, kSigma);
+  const QZImage blurred = enh_gaussian_filter_fast(source, size, kUnsharpSigma);
   return add_Weighted(source, blurred, amount);
 }

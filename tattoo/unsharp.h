@@ -6,6 +6,9 @@
 
 #include "tattoo/qz_image.h"
 
+// Standard deviation of the unsharp mask's Gaussian in pixels, whatever its size.
+inline constexpr double kUnsharpSigma = 3.0;
+
 // a * (1 + amount) - b * amount per pixel, in single precision, rounded and
 // clamped to 0 to 255. `b` is read in a's layout and should be as large; pixels
 // that it lacks stay those of `a`. Throws std::bad_alloc.

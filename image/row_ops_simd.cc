@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "image/row_ops_simd.cc"
+#include "image/vector_targets.h"
+// clang-format off: the target list comes before the vector library
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+// clang-format on
+
+#include <cstring>
+#include <vector>
+
+#include "image/row_ops_simd.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace drav_vector {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR
+
+using RowBytes = hn::ScalableTag<uint8_t>;
+using RowBlock = hn::FixedTag<uint8_t, 16>;
+
+// The pixels of each packed byte in reverse: the first one's mask bit is the
+// lowest, and belongs to the top.
+alignas(16) constexpr uint8_t kReversedEights[16] = {7,  6,  5,  4,  3,  2,  1, 0,
+                                                     15, 14, 13, 12, 11, 10, 9, 8};
+
+size_t pack(const uint8_t* row, size_t width, uint8_t* out) {
+  const RowBytes d;
+  const size_t lanes = hn::Lanes(d);
+  const auto order = hn::LoadDup128(d, kReversedEights);
+  const auto zero = hn::Zero(d);
+  uint8_t* end = out;
+  const auto packVector = [&](const uint8_t* pixels) HWY_ATTR {
+    const auto bytes = hn::TableLookupBytes(hn::LoadU(d, pixels), order);
+    uint8_t bits[8] = {};  // StoreMaskBits may write eight bytes
+    hn::StoreMaskBits(d, hn::Ne(bytes, zero), bits);
+    std::memcpy(end, bits, lanes / 8);
+  };
+  size_t x = 0;
+  for (; x + lanes <= width; x += lanes) {
+    packVector(row + x);
+    end += lanes / 8;
+  }
+  if (x == width) return static_cast<size_t>(end - out);
+  // The rest through a padded copy, whose bits beyond the row are 0.
+  uint8_t rest[64] = {};
+  uint8_t bits[8] = {};
+  std::memcpy(rest, row + x, width - x);
+  uint8_t* const tail = end;
+  end = bits;
+  packVector(rest);
+  std::memcpy(tail, bits, (width - x + 7) / 8);
+  return (width + 7) / 8;
+}
+
+void replace(const uint8_t* row, size_t width, const LevelTable& table, uint8_t* out) {
+  const RowBytes d;
+  const size_t lanes = hn::Lanes(d);
+  size_t x = 0;
+  for (; x + lanes <= width; x += lanes) {
+    // Sixteen look-ups of sixteen entries: the saturating addition sets the top
+    // bit of every index outside the part's range, which looks up 0.
+    auto index = hn::LoadU(d, row + x);
+    auto result = hn::Zero(d);
+    for (size_t part = 0; part < 256; part += 16) {
+      const auto entries = hn::LoadDup128(d, table.data() + part);
+      const auto local = hn::SaturatedAdd(index, hn::Set(d, uint8_t{0x70}));
+      result = hn::Or(result, hn::TableLookupBytesOr0(entries, local));
+      index = hn::Sub(index, hn::Set(d, uint8_t{16}));
+    }
+    hn::StoreU(result, d, out + x);
+  }
+  for (; x < width; ++x) out[x] = table[row[x]];
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+
+}  // namespace HWY_NAMESPACE
+}  // namespace drav_vector
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+void appendVectorRowOps(std::vector<RowOpsVariant>& variants) {
+#if HWY_TARGETS & HWY_SSSE3
+  if (drav_vector::hasSsse3()) {
+    variants.push_back({"ssse3", drav_vector::N_SSSE3::pack, drav_vector::N_SSSE3::replace});
+  }
+#endif
+#if HWY_TARGETS & HWY_SSE4
+  if (drav_vector::hasSse4()) {
+    variants.push_back({"sse4", drav_vector::N_SSE4::pack, drav_vector::N_SSE4::replace});
+  }
+#endif
+#if HWY_TARGETS & HWY_AVX2
+  if (drav_vector::hasAvx2()) {
+    variants.push_back({"avx2", drav_vector::N_AVX2::pack, drav_vector::N_AVX2::replace});
+  }
+#endif
+#if HWY_TARGETS & HWY_NEON
+  variants.push_back({"neon", drav_vector::N_NEON::pack, drav_vector::N_NEON::replace});
+#endif
+}
+#endif  // HWY_ONCE

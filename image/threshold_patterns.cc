@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "image/threshold_patterns.h"
+
+#include <cstddef>
+
+#include "image/diffusion_kernels.h"
+
+namespace {
+
+constexpr ThresholdPattern fixedPattern() {
+  ThresholdPattern pattern = {};
+  for (auto& row : pattern) row.fill(kWhiteAbove + 1);
+  return pattern;
+}
+
+// A level becomes level * 16 / 255, 0 to 16, and is white above the matrix entry;
+// 16, reached by 255 alone, is white everywhere.
+constexpr ThresholdPattern orderedPattern() {
+  constexpr int kMatrix[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
+  ThresholdPattern pattern = {};
+  for (size_t y = 0; y < 4; ++y) {
+    for (size_t x = 0; x < 4; ++x) {
+      int level = 0;
+      while (level * 16 / 255 <= kMatrix[y][x]) ++level;
+      pattern[y][x] = static_cast<uint8_t>(level);
+    }
+  }
+  return pattern;
+}
+
+// The generator's table of a 16 x 16 Bayer matrix, by bit interleaving.
+constexpr unsigned kBayerOrder = 4;
+
+constexpr std::array<uint8_t, 256> bayerTable() {
+  std::array<uint8_t, 256> table = {};
+  for (unsigned i = 0; i < table.size(); ++i) {
+    unsigned a = i / kBayerOrder;
+    unsigned b = i % kBayerOrder;
+    unsigned value = 0;
+    for (unsigned bit = 0; bit < kBayerOrder; ++bit) {
+      value = (((value << 1) | ((a & 1) ^ (b & 1))) << 1) | (b & 1);
+      a >>= 1;
+      b >>= 1;
+    }
+    table[i] = static_cast<uint8_t>(value);
+  }
+  return table;
+}
+
+// The look-up uses the order, 4, as its stride instead of the matrix's side, so
+// that a 4 x 4 pattern of the first 16 entries prints. It stays so. Levels above
+// the entry are white; the entries end at 240.
+constexpr ThresholdPattern bayerPattern() {
+  constexpr std::array<uint8_t, 256> kTable = bayerTable();
+  ThresholdPattern pattern = {};
+  for (size_t y = 0; y < 4; ++y) {
+    for (size_t x = 0; x < 4; ++x) {
+      pattern[y][x] = static_cast<uint8_t>(kTable[x + kBayerOrder * y] + 1);
+    }
+  }
+  return pattern;
+}
+
+constexpr ThresholdPattern kFixed = fixedPattern();
+constexpr ThresholdPattern kOrdered = orderedPattern();
+constexpr ThresholdPattern kBayer = bayerPattern();
+
+}  // namespace
+
+const ThresholdPattern& thresholdPattern(long method) {
+  if (method == 1) return kOrdered;
+  return method == 7 ? kBayer : kFixed;
+}

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+// Which instruction sets the vector code is built for, and which of them this
+// machine has. Included before any header of Google Highway.
+//
+// Fused multiply-add, half floats and AES are switched off: nothing here needs
+// them, floating point must not be fused, and without them the AVX2 code needs
+// AVX2 alone and the arm64 code no cryptography extension (a Raspberry Pi 3 or 4
+// has none). AVX-512 and SVE are off because they are not tested.
+#ifndef IMAGE_VECTOR_TARGETS_H_
+#define IMAGE_VECTOR_TARGETS_H_
+
+#define HWY_DISABLE_BMI2_FMA
+#define HWY_DISABLE_F16C
+#define HWY_DISABLE_PCLMUL_AES
+#define HWY_DISABLED_TARGETS \
+  (HWY_AVX3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
+
+// The run-time check is ours: the library's own needs its shared object at every
+// start of the filter, and prints on standard error on an arm64 processor without
+// AES. NEON is part of arm64 and needs no check.
+namespace drav_vector {
+
+#if defined(__x86_64__) || defined(__i386__)
+inline bool hasAvx2() { return __builtin_cpu_supports("avx2") != 0; }
+inline bool hasSse4() {
+  return __builtin_cpu_supports("sse4.1") != 0 && __builtin_cpu_supports("sse4.2") != 0;
+}
+inline bool hasSsse3() { return __builtin_cpu_supports("ssse3") != 0; }
+#endif
+
+}  // namespace drav_vector
+
+#endif  // IMAGE_VECTOR_TARGETS_H_
