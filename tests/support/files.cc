@@ -31,6 +31,9 @@ std::vector<std::string> TempFolder::names() const {
 }
 
 void writeFile(const std::string& path, const Bytes& bytes) {
+  // A new file each time: some file systems write a file that was emptied to the
+  // disk at once, which would make up most of the tests' time.
+  std::remove(path.c_str());
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   std::copy(bytes.begin(), bytes.end(), std::ostreambuf_iterator<char>(out));
   out.close();

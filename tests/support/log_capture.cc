@@ -60,7 +60,12 @@ std::string captureLogText(const std::function<void()>& code) {
 }
 
 std::vector<std::string> captureLog(const std::function<void()>& code) {
-  return splitLines(captureLogText(code));
+  std::vector<std::string> lines = splitLines(captureLogText(code));
+  // Remarks of the address sanitizer on memory that it refused.
+  lines.erase(std::remove_if(lines.begin(), lines.end(),
+                             [](const std::string& line) { return startsWith(line, "=="); }),
+              lines.end());
+  return lines;
 }
 
 std::vector<std::string> splitLines(std::string_view text) {

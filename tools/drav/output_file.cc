@@ -53,6 +53,8 @@ class SignalPause {
   ~SignalPause() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
   SignalPause(const SignalPause&) = delete;
   SignalPause& operator=(const SignalPause&) = delete;
+  SignalPause(SignalPause&&) = delete;
+  SignalPause& operator=(SignalPause&&) = delete;
 
  private:
   sigset_t before_{};

@@ -16,6 +16,8 @@ class OutputFile {
   ~OutputFile() { discard(); }
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
+  OutputFile(OutputFile&&) = delete;
+  OutputFile& operator=(OutputFile&&) = delete;
 
   // Creates the temporary file, with the rights that a new file gets. Refuses an
   // output that exists and is no regular file (a folder, a device, a pipe).

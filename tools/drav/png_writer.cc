@@ -26,6 +26,8 @@ struct PngWriter::State {
   ~State() { png_destroy_write_struct(&png, &info); }
   State(const State&) = delete;
   State& operator=(const State&) = delete;
+  State(State&&) = delete;
+  State& operator=(State&&) = delete;
 
   std::string failure() const { return printablePath(path) + ": " + message.data(); }
 };

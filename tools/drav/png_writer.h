@@ -15,6 +15,8 @@ class PngWriter {
   ~PngWriter();
   PngWriter(const PngWriter&) = delete;
   PngWriter& operator=(const PngWriter&) = delete;
+  PngWriter(PngWriter&&) = delete;
+  PngWriter& operator=(PngWriter&&) = delete;
 
   // Begins a picture of `width` x `height` dots, both from 1 to 2^31 - 1. The file
   // appears under `path` with finish() and not before; see OutputFile.

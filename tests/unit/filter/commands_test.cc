@@ -105,8 +105,7 @@ TEST(CommandsTest, JobWithDrawerLogoBuzzerAndCutSendsTheirSequences) {
 
 TEST(CommandsTest, MissingOptionsSendTheBareJob) {
   const Settings settings = missingOptions();
-  EXPECT_TRUE(
-      sameBytes(hex("1B 40, 1F 1B 1F 13 14 00, 1B 24 01 00"), jobSetupOf(settings)));
+  EXPECT_TRUE(sameBytes(hex("1B 40, 1F 1B 1F 13 14 00, 1B 24 01 00"), jobSetupOf(settings)));
   EXPECT_TRUE(sameBytes({}, pageSetupOf(settings)));
   EXPECT_TRUE(sameBytes(hex("1B 4A A0"), endPageOf(settings)));
   EXPECT_TRUE(sameBytes(hex("1B 76"), endJobOf(settings)));
@@ -122,15 +121,13 @@ TEST(CommandsTest, MissingParametersGoOutAsFf) {
                         jobSetupOf(settings)));
   settings.printDensity = -1;
   settings.docTopLogoID = -1;
-  EXPECT_TRUE(
-      sameBytes(hex("1B 40, 1F 1B 1F 13 14 FF, 1B 24 01 00"), jobSetupOf(settings)));
+  EXPECT_TRUE(sameBytes(hex("1B 40, 1F 1B 1F 13 14 FF, 1B 24 01 00"), jobSetupOf(settings)));
 }
 
 TEST(CommandsTest, ParametersAreTheLowEightBits) {
   Settings settings = missingOptions();
   settings.printDensity = 0x103;
-  EXPECT_TRUE(
-      sameBytes(hex("1B 40, 1F 1B 1F 13 14 03, 1B 24 01 00"), jobSetupOf(settings)));
+  EXPECT_TRUE(sameBytes(hex("1B 40, 1F 1B 1F 13 14 03, 1B 24 01 00"), jobSetupOf(settings)));
   settings.pageBuzzerSetting = 2;
   settings.buzzerRepeat = 0x1FE;
   settings.buzzerOnTime = -256;
@@ -167,10 +164,9 @@ TEST(CommandsTest, DrawersComeBeforeTheBuzzerAtTheStartAndBehindItAtTheEnd) {
   settings.cashDrawer1Setting = 2;
   settings.cashDrawer2Setting = 2;
   settings.documentBuzzerSetting = 2;
+  EXPECT_TRUE(sameBytes(hex("1B 40, 1F 1B 1F 13 14 00, 1B 24 01 00"), jobSetupOf(settings)));
   EXPECT_TRUE(
-      sameBytes(hex("1B 40, 1F 1B 1F 13 14 00, 1B 24 01 00"), jobSetupOf(settings)));
-  EXPECT_TRUE(sameBytes(hex("1B 42 01 02, 1B 70 00 40 40, 1B 70 01 40 40, 1B 76"),
-                        endJobOf(settings)));
+      sameBytes(hex("1B 42 01 02, 1B 70 00 40 40, 1B 70 01 40 40, 1B 76"), endJobOf(settings)));
 }
 
 TEST(CommandsTest, CutTypesOutsideTheTableCutNothing) {
@@ -188,10 +184,10 @@ TEST(CommandsTest, CutTypesOutsideTheTableCutNothing) {
 }
 
 TEST(CommandsTest, PartialAndFullCutFollowFourLineFeeds) {
-  EXPECT_TRUE(sameBytes(hex("0A 0A 0A 0A 1D 56 01"),
-                        written([](std::FILE* out) { cutPaper(1, out); })));
-  EXPECT_TRUE(sameBytes(hex("0A 0A 0A 0A 1D 56 00"),
-                        written([](std::FILE* out) { cutPaper(2, out); })));
+  EXPECT_TRUE(
+      sameBytes(hex("0A 0A 0A 0A 1D 56 01"), written([](std::FILE* out) { cutPaper(1, out); })));
+  EXPECT_TRUE(
+      sameBytes(hex("0A 0A 0A 0A 1D 56 00"), written([](std::FILE* out) { cutPaper(2, out); })));
   EXPECT_TRUE(sameBytes(hex("1B 4A A0"), written([](std::FILE* out) { feedPage(out); })));
 }
 

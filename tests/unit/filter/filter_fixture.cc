@@ -18,7 +18,7 @@ using testing::ElementsAreArray;
 
 struct NumberOption {
   const char* keyword;
-  int32_t model::JobSettings::* field;
+  int32_t model::JobSettings::*field;
 };
 
 constexpr NumberOption kNumberOptions[] = {

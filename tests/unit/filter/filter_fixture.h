@@ -20,8 +20,8 @@
 
 struct FilterResult {
   int status = -1;
-  Bytes out;                       // empty when the test brings its own stream
-  std::vector<std::string> log;    // everything on standard error
+  Bytes out;                     // empty when the test brings its own stream
+  std::vector<std::string> log;  // everything on standard error
   std::vector<SavedPicture> pictures;
   bool hasRecord = false;
   Bytes record;
@@ -55,9 +55,9 @@ class FilterFixture : public testing::Test {
   TempFolder folder_;
   PpdBuilder ppd_;
   std::string options_;
-  bool picturesFail_ = false;            // the folder of the pictures is missing
-  FilterEnvironment environment_;        // standard input and folder are set by run
-  std::FILE* ownOutput_ = nullptr;       // instead of one in memory
+  bool picturesFail_ = false;       // the folder of the pictures is missing
+  FilterEnvironment environment_;   // standard input and folder are set by run
+  std::FILE* ownOutput_ = nullptr;  // instead of one in memory
   // Answers for environment_.cancelRequested, with the input descriptor.
   std::function<bool(int)> cancel_;
   const ScopedEnv utc_{"TZ", "UTC"};

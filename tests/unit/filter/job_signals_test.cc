@@ -13,84 +13,82 @@
 
 namespace {
 
-// Leaves a child at once; open streams are the parent's business.
-[[noreturn]] void leave(bool good) { _exit(good ? 0 : 1); }
+// Each of these runs in a child and answers whether all was well there.
 
-const testing::ExitedWithCode kGood(0);
+bool isQuietBeforeASignal() {
+  installJobSignals();
+  return !jobCancelRequested();
+}
+
+bool notesEverySigterm() {
+  installJobSignals();
+  std::raise(SIGTERM);
+  const bool first = jobCancelRequested();
+  std::raise(SIGTERM);
+  return first && jobCancelRequested();
+}
+
+bool restartsInterruptedCalls() {
+  installJobSignals();
+  struct sigaction action = {};
+  return sigaction(SIGTERM, nullptr, &action) == 0 && (action.sa_flags & SA_RESTART) != 0 &&
+         action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN;
+}
+
+bool seesABrokenPipeAsAnError() {
+  installJobSignals();
+  int ends[2] = {-1, -1};
+  if (pipe(ends) != 0) return false;
+  close(ends[0]);
+  return write(ends[1], "x", 1) == -1 && errno == EPIPE;
+}
+
+bool takesClosedDescriptors() {
+  close(STDIN_FILENO);
+  close(STDOUT_FILENO);
+  close(STDERR_FILENO);
+  reserveStandardDescriptors();
+  char byte = 0;
+  const bool inputFails = read(STDIN_FILENO, &byte, 1) == -1 && errno == EBADF;
+  const bool outputFails = write(STDOUT_FILENO, "x", 1) == -1 && errno == EBADF;
+  const bool errorsVanish = write(STDERR_FILENO, "x", 1) == 1;
+  const int next = open("/dev/null", O_RDONLY);
+  return inputFails && outputFails && errorsVanish && next > STDERR_FILENO;
+}
+
+bool leavesOpenDescriptors() {
+  int ends[2] = {-1, -1};
+  if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) == -1) return false;
+  reserveStandardDescriptors();
+  char byte = 0;
+  return write(STDOUT_FILENO, "x", 1) == 1 && read(ends[0], &byte, 1) == 1 && byte == 'x';
+}
+
+// _exit: open streams and folders are the parent's business.
+#define EXPECT_IN_CHILD(check) EXPECT_EXIT(_exit((check)() ? 0 : 1), testing::ExitedWithCode(0), "")
 
 TEST(JobSignalsDeathTest, NothingIsCancelledBeforeASignal) {
-  EXPECT_EXIT(
-      {
-        installJobSignals();
-        leave(!jobCancelRequested());
-      },
-      kGood, "");
+  EXPECT_IN_CHILD(isQuietBeforeASignal);
 }
 
 TEST(JobSignalsDeathTest, SigtermIsNotedAndSoIsEveryFurtherOne) {
-  EXPECT_EXIT(
-      {
-        installJobSignals();
-        std::raise(SIGTERM);
-        const bool first = jobCancelRequested();
-        std::raise(SIGTERM);
-        leave(first && jobCancelRequested());
-      },
-      kGood, "");
+  EXPECT_IN_CHILD(notesEverySigterm);
 }
 
 TEST(JobSignalsDeathTest, InterruptedCallsAreRestarted) {
-  EXPECT_EXIT(
-      {
-        installJobSignals();
-        struct sigaction action = {};
-        const bool known = sigaction(SIGTERM, nullptr, &action) == 0;
-        leave(known && (action.sa_flags & SA_RESTART) != 0 && action.sa_handler != SIG_DFL &&
-              action.sa_handler != SIG_IGN);
-      },
-      kGood, "");
+  EXPECT_IN_CHILD(restartsInterruptedCalls);
 }
 
 TEST(JobSignalsDeathTest, BrokenPipeIsAWriteErrorAndNoSignal) {
-  EXPECT_EXIT(
-      {
-        installJobSignals();
-        int ends[2] = {-1, -1};
-        if (pipe(ends) != 0) leave(false);
-        close(ends[0]);
-        const ssize_t written = write(ends[1], "x", 1);
-        leave(written == -1 && errno == EPIPE);
-      },
-      kGood, "");
+  EXPECT_IN_CHILD(seesABrokenPipeAsAnError);
 }
 
 TEST(JobSignalsDeathTest, ClosedStandardDescriptorsAreTakenAndFail) {
-  EXPECT_EXIT(
-      {
-        close(STDIN_FILENO);
-        close(STDOUT_FILENO);
-        close(STDERR_FILENO);
-        reserveStandardDescriptors();
-        char byte = 0;
-        const bool inputFails = read(STDIN_FILENO, &byte, 1) == -1 && errno == EBADF;
-        const bool outputFails = write(STDOUT_FILENO, "x", 1) == -1 && errno == EBADF;
-        const bool errorsVanish = write(STDERR_FILENO, "x", 1) == 1;
-        const int next = open("/dev/null", O_RDONLY);
-        leave(inputFails && outputFails && errorsVanish && next > STDERR_FILENO);
-      },
-      kGood, "");
+  EXPECT_IN_CHILD(takesClosedDescriptors);
 }
 
 TEST(JobSignalsDeathTest, OpenStandardDescriptorsStayAsTheyAre) {
-  EXPECT_EXIT(
-      {
-        int ends[2] = {-1, -1};
-        if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) == -1) leave(false);
-        reserveStandardDescriptors();
-        char byte = 0;
-        leave(write(STDOUT_FILENO, "x", 1) == 1 && read(ends[0], &byte, 1) == 1 && byte == 'x');
-      },
-      kGood, "");
+  EXPECT_IN_CHILD(leavesOpenDescriptors);
 }
 
 }  // namespace

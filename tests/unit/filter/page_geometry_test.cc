@@ -48,9 +48,9 @@ TEST(PageGeometryTest, LimitIsCutToWholeDots) {
 TEST(PageGeometryTest, LimitBelowOneDotSkipsNothing) { EXPECT_EQ(skip(0.1, 300, 100), 0U); }
 
 TEST(PageGeometryTest, WidthThatIsMissingNegativeOrNotFiniteIsNoLimit) {
-  for (const double width : {0.0, -0.0, -1.0, -576.0, std::nan(""),
-                             std::numeric_limits<double>::infinity(),
-                             -std::numeric_limits<double>::infinity()}) {
+  for (const double width :
+       {0.0, -0.0, -1.0, -576.0, std::nan(""), std::numeric_limits<double>::infinity(),
+        -std::numeric_limits<double>::infinity()}) {
     EXPECT_EQ(maxMediaLinePixels(width, header(300, 2479)), 0U) << width;
     EXPECT_EQ(skip(width, 300, 2479), 0U) << width;
   }

@@ -345,8 +345,10 @@ TEST(DrawLine, LinesAcrossAllIntegersEnd) {
   EXPECT_EQ(drawn(3, 3, INT_MAX, INT_MIN, INT_MAX, INT_MIN), "o../.o./..o");
   EXPECT_EQ(drawn(3, 3, INT_MAX, INT_MAX, INT_MIN, INT_MAX), ".../.../...");
   EXPECT_EQ(drawn(3, 3, INT_MIN, INT_MIN, INT_MIN, INT_MIN), ".../.../...");
-  // The minor side steps once, in the very middle of the line.
-  EXPECT_EQ(drawn(3, 3, INT_MIN + 1, INT_MAX, 0, 1), "o../.oo/...");
+  // The minor side steps once, in the very middle of the line: at column 1, and
+  // one column earlier for a line that starts earlier.
+  EXPECT_EQ(drawn(3, 3, INT_MIN + 3, INT_MAX, 0, 1), "o../.oo/...");
+  EXPECT_EQ(drawn(3, 3, INT_MIN + 1, INT_MAX, 0, 1), ".../ooo/...");
 }
 
 TEST(DrawLine, SmallDepthsStoreTheLowBits) {

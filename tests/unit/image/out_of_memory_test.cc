@@ -88,6 +88,37 @@ TEST(OutOfMemory, DitherDepthAndCanvasLeaveTheImageAndTakeTheText) {
   }
 }
 
+// Halftoning needs more than the new image: each of its allocations may fail.
+TEST(OutOfMemory, EveryAllocationOfDitherMayFail) {
+  for (const uint32_t bpp : {4U, 8U, 24U}) {
+    for (long method = 0; method <= 8; ++method) {
+      int granted = 0;
+      for (bool finished = false; !finished; ++granted) {
+        SCOPED_TRACE(testing::Message() << bpp << " bits, method " << method << ", " << granted
+                                        << " allocations granted");
+        ASSERT_LT(granted, 100);
+        OwnedImage image;
+        ASSERT_NE(image.Create(50, 40, bpp, 3), nullptr);
+        image.SetGrayPalette();
+        for (long x = 0; x < 50; ++x) image.SetPixelIndex(x, x % 40, 200);
+        const Bytes before = blockOf(image);
+        {
+          const FailingAllocations failing(granted);
+          finished = image.Dither(method);
+          ASSERT_EQ(failing.refused() == 0, finished);
+        }
+        if (finished) {
+          EXPECT_EQ(image.GetBpp(), 1U);
+        } else {
+          EXPECT_STREQ(image.GetLastError(), kNoMemoryText);
+          EXPECT_TRUE(sameBytes(before, blockOf(image)));
+        }
+      }
+      EXPECT_GT(granted, bpp == 8 ? 2 : 1);
+    }
+  }
+}
+
 TEST(OutOfMemory, RotateMirrorAndCentreEndUpEmpty) {
   for (int operation = 0; operation < 3; ++operation) {
     SCOPED_TRACE(operation);

@@ -64,6 +64,13 @@ TEST(Light, MatchesTheModelForEverySettingAndHostileOnes) {
   }
 }
 
+TEST(Light, TableIsWhatTheImageGets) {
+  for (const auto& [brightness, contrast] : {std::pair{0, 0}, {50, -20}, {-77, 33}, {0, -100}}) {
+    const auto table = PaletteImage::lightTable(brightness, contrast);
+    EXPECT_EQ(Bytes(table.begin(), table.end()), lit(brightness, contrast));
+  }
+}
+
 TEST(Light, EmptyImageFails) {
   OwnedImage image;
   EXPECT_FALSE(image.Light(0, 0));

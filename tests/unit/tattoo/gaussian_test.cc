@@ -273,8 +273,10 @@ TEST(GaussianFilter, HostileSizes) {
   const model::Grey picture = randomPicture({5, 3}, 4);
   const QZImage image = greyImage(picture);
   EXPECT_EQ(bytesOf(enh_gaussian_filter(image, 0, 3.0, 3.0)), Bytes(15, 0));
-  // The square of a negative size is positive; its kernel has no position.
-  for (const int size : {-1, -3, -11}) {
+  // The square of a negative size is positive; its kernel has no position, but for
+  // -1, whose half is 0 and which has one tap.
+  EXPECT_TRUE(samePicture(picture, enh_gaussian_filter(image, -1, 3.0, 3.0)));
+  for (const int size : {-2, -3, -11}) {
     EXPECT_EQ(bytesOf(enh_gaussian_filter(image, size, 3.0, 3.0)), Bytes(15, 0)) << size;
   }
   // Squares that wrap: to 0, and below it.

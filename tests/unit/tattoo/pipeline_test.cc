@@ -108,6 +108,21 @@ TEST(TattooWorkedPage, CurveAroundTheThreshold) {
   expectEveryRow(enh_unsharp_mask(page, 300.0F, 11), {0, 84, 129, 140, 139, 145, 225, 255});
 }
 
+TEST(StencilCurve, LiftedCurveIgnoresTheThreshold) {
+  const auto wanted = model::piecewiseGammaTable(64, 0.85F, 0.7F);
+  for (int32_t threshold = -1; threshold <= 255; ++threshold) {
+    EXPECT_EQ(stencilCurveTable(StencilCurve::lifted, threshold), wanted) << threshold;
+  }
+}
+
+TEST(StencilCurve, OtherCurveTurnsAroundTheThreshold) {
+  for (int32_t threshold = -1; threshold <= 255; ++threshold) {
+    EXPECT_EQ(stencilCurveTable(StencilCurve::aroundThreshold, threshold),
+              model::piecewiseGammaTable(threshold, 0.5F, 1.5F))
+        << threshold;
+  }
+}
+
 TEST_P(TattooPipeline, NoAreaComesBackAsACopy) {
   for (const QZ_IMG_COLOR colour : {QZ_IMG_GRAY, QZ_IMG_BGR, QZ_IMG_RGBA}) {
     for (const Size& size : {Size{0, 0}, Size{0, 7}, Size{7, 0}}) {

@@ -3,6 +3,7 @@
 // without a solution, and agreement with a plain model.
 #include "tattoo/threshold.h"
 
+#include <array>
 #include <map>
 
 #include "tests/model/tattoo.h"
@@ -99,6 +100,48 @@ TEST(MomentThreshold, ReadsOneBytePerPixelWhateverTheChannels) {
 TEST(MomentThreshold, NoAreaIs128) {
   EXPECT_EQ(thresh_global_moments(QZImage(0, 5, QZ_IMG_GRAY)), 128);
   EXPECT_EQ(thresh_global_moments(QZImage(5, 0, QZ_IMG_GRAY)), 128);
+}
+
+TEST(MomentThreshold, HistogramAndPixelCountAreEnough) {
+  for (uint64_t seed = 1; seed <= 12; ++seed) {
+    const model::Grey picture = randomPicture({113, 71}, seed);
+    LevelHistogram histogram = {};
+    countLevels(picture.pixels.data(), picture.pixels.size(), histogram);
+    EXPECT_EQ(momentThreshold(histogram, 113 * 71), model::threshGlobalMoments(picture)) << seed;
+  }
+}
+
+TEST(MomentThreshold, CountsOfPartsAddUp) {
+  const model::Grey picture = model::noisePage(1, 1000, 5);
+  std::array<int32_t, 256> wanted = {};
+  for (const uint8_t level : picture.pixels) ++wanted[level];
+  for (size_t cut = 0; cut <= 9; ++cut) {
+    LevelHistogram histogram = {};
+    countLevels(picture.pixels.data(), cut, histogram);
+    countLevels(picture.pixels.data() + cut, picture.pixels.size() - cut, histogram);
+    EXPECT_EQ(histogram, wanted) << cut;
+  }
+  LevelHistogram empty = {};
+  countLevels(nullptr, 0, empty);
+  EXPECT_EQ(empty, LevelHistogram{});
+}
+
+TEST(MomentThreshold, NearlyFullHistogramsOfLargePagesMatchTheModel) {
+  // Counts beyond 2^24, where single precision cannot hold every one of them.
+  const uint64_t seed = 9;
+  model::Random random(seed);
+  for (int round = 0; round < 3000; ++round) {
+    LevelHistogram histogram = {};
+    int32_t total = 0;
+    const uint32_t levels = 1 + random.below(6);
+    for (uint32_t i = 0; i < levels; ++i) {
+      const auto count = static_cast<int32_t>(1 + random.below(1U << (3 + random.below(25))));
+      histogram[random.below(256)] += count;
+      total += count;
+    }
+    ASSERT_EQ(momentThreshold(histogram, total), model::threshOfHistogram(histogram, total))
+        << "seed " << seed << ", round " << round;
+  }
 }
 
 TEST(MomentThreshold, MatchesTheModelOnPatternsAndNoise) {

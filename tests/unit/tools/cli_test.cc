@@ -19,7 +19,7 @@ struct Result {
   std::string err;
 };
 
-Result run(std::vector<std::string> arguments) {
+Result run(const std::vector<std::string>& arguments) {
   std::vector<const char*> argv = {"drav"};
   for (const std::string& argument : arguments) argv.push_back(argument.c_str());
   const int argc = static_cast<int>(argv.size());

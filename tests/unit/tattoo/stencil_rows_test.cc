@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: Apache-2.0
+// Every variant of the stencil rows, unsharp mask and error diffusion together,
+// against the plain model.
+#include "tattoo/stencil_rows.h"
+
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "tests/model/tattoo.h"
+#include "tests/unit/tattoo/tattoo_support.h"
+
+namespace {
+
+// Runs a variant over a picture; the rows must come and go in order, each once.
+Bytes stencilled(const StencilVariant& variant, const model::Grey& picture, int32_t threshold) {
+  Bytes dots;
+  const auto width = static_cast<size_t>(picture.width);
+  uint32_t asked = 0;
+  uint32_t given = 0;
+  const auto source = [&](uint32_t y, uint8_t* row) {
+    EXPECT_EQ(y, asked++);
+    std::memcpy(row, picture.pixels.data() + y * width, width);
+  };
+  const auto sink = [&](uint32_t y, const uint8_t* row) {
+    EXPECT_EQ(y, given++);
+    EXPECT_LE(given, asked);
+    dots.insert(dots.end(), row, row + width);
+  };
+  variant.run(threshold, static_cast<uint32_t>(width), static_cast<uint32_t>(picture.height),
+              source, sink);
+  EXPECT_EQ(asked, static_cast<uint32_t>(picture.height));
+  EXPECT_EQ(given, static_cast<uint32_t>(picture.height));
+  return dots;
+}
+
+Bytes wantedOf(const model::Grey& picture, int32_t threshold) {
+  return model::edfCus(model::unsharpMask(picture, 300.0F, 11), threshold).pixels;
+}
+
+class StencilRows : public testing::TestWithParam<StencilVariant> {
+ protected:
+  static void expectModel(const model::Grey& picture, int32_t threshold) {
+    ASSERT_TRUE(sameBytes(wantedOf(picture, threshold), stencilled(GetParam(), picture, threshold)))
+        << "threshold " << threshold << ", " << picture.width << " x " << picture.height;
+  }
+};
+
+TEST_P(StencilRows, MatchTheModelAtEveryWidth) {
+  for (int width = 1; width <= 120; ++width) {
+    for (uint64_t seed = 0; seed < 4; ++seed) {
+      SCOPED_TRACE(testing::Message() << "seed " << seed);
+      expectModel(randomPicture({width, 6}, seed), 128);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+TEST_P(StencilRows, MatchTheModelAtEveryHeight) {
+  for (int height = 1; height <= 80; ++height) {
+    for (uint64_t seed = 0; seed < 4; ++seed) {
+      SCOPED_TRACE(testing::Message() << "seed " << seed);
+      expectModel(randomPicture({5 + height % 29, height}, seed), 100);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+TEST_P(StencilRows, MatchTheModelAtEveryThreshold) {
+  const model::Grey picture = model::photoPage(53, 37, 5);
+  const model::Grey sharpened = model::unsharpMask(picture, 300.0F, 11);
+  for (int32_t threshold = -1; threshold <= 255; ++threshold) {
+    ASSERT_TRUE(sameBytes(model::edfCus(sharpened, threshold).pixels,
+                          stencilled(GetParam(), picture, threshold)))
+        << threshold;
+  }
+}
+
+TEST_P(StencilRows, MatchTheModelOnEveryPattern) {
+  for (const std::string& name : model::patternNames()) {
+    for (const int32_t threshold : {-1, 90, 128, 255}) {
+      SCOPED_TRACE(name);
+      expectModel(model::patternPage(name, 150, 83, 8), threshold);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+TEST_P(StencilRows, MatchTheModelOnFlatPagesWithOneStep) {
+  // Blurred values close to a half, on which the byte hangs.
+  for (int low = 0; low < 256; low += 5) {
+    for (int step = 1; step <= 16; ++step) {
+      if (low + step > 255) continue;
+      model::Grey picture = model::makeGrey(40, 14, static_cast<uint8_t>(low));
+      for (int y = 0; y < 14; ++y) {
+        for (int x = 0; x < 40; ++x) {
+          if (x + y > 23) picture.set(x, y, static_cast<uint8_t>(low + step));
+        }
+      }
+      expectModel(picture, low);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+TEST_P(StencilRows, MatchTheModelOnTheWidestPage) {
+  for (uint64_t seed = 0; seed < 2; ++seed) {
+    expectModel(randomPicture({2479, 40}, seed), 128);
+    if (HasFatalFailure()) return;
+  }
+}
+
+TEST_P(StencilRows, NoAreaGivesNoDots) {
+  for (const auto& [width, height] : {std::pair{0U, 0U}, {9U, 0U}, {0U, 9U}}) {
+    size_t dots = 0;
+    GetParam().run(
+        128, width, height, [](uint32_t, uint8_t*) {},
+        [&dots, rowBytes = width](uint32_t, const uint8_t*) { dots += rowBytes; });
+    EXPECT_EQ(dots, 0U);
+  }
+}
+
+TEST_P(StencilRows, WhatTheCallbacksThrowReachesTheCaller) {
+  EXPECT_THROW(GetParam().run(
+                   128, 9, 9, [](uint32_t, uint8_t*) { throw std::runtime_error("source"); },
+                   [](uint32_t, const uint8_t*) {}),
+               std::runtime_error);
+  EXPECT_THROW(GetParam().run(
+                   128, 9, 9, [](uint32_t, uint8_t* row) { std::memset(row, 7, 9); },
+                   [](uint32_t, const uint8_t*) { throw std::runtime_error("sink"); }),
+               std::runtime_error);
+}
+
+std::string variantName(const testing::TestParamInfo<StencilVariant>& variant) {
+  return variant.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Variants, StencilRows,
+                         testing::ValuesIn(stencilVariants().begin(), stencilVariants().end()),
+                         variantName);
+
+// Rounding differences show themselves on large noise only. The model runs once
+// for all variants.
+class StencilRowsOnLargeNoise : public testing::TestWithParam<uint64_t> {};
+
+TEST_P(StencilRowsOnLargeNoise, EveryVariantMatchesTheModel) {
+  const model::Grey picture = model::noisePage(1531, 1500, GetParam());
+  const auto threshold = static_cast<int32_t>(100 + GetParam() % 60);
+  const Bytes wanted = wantedOf(picture, threshold);
+  for (const StencilVariant& variant : stencilVariants()) {
+    EXPECT_TRUE(sameBytes(wanted, stencilled(variant, picture, threshold)))
+        << variant.name << ", seed " << GetParam();
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, StencilRowsOnLargeNoise, testing::Values(1, 20, 303));
+
+TEST(StencilVariants, ThePlainOneIsFirstAndTheLastOneIsUsed) {
+  ASSERT_FALSE(stencilVariants().empty());
+  EXPECT_STREQ(stencilVariants().front().name, "plain");
+  const StencilVariant chosen = {"chosen", stencilRows};
+  const model::Grey picture = model::photoPage(61, 47, 3);
+  EXPECT_TRUE(sameBytes(stencilled(stencilVariants().back(), picture, 128),
+                        stencilled(chosen, picture, 128)));
+}
+
+}  // namespace
