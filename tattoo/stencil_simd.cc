@@ -59,10 +59,10 @@ struct BlurTaps {
 // a whole number on either side decides the byte.
 constexpr int kUnsure = 4;
 
-inline uint8_t plainByte(const uint8_t* const* in, size_t x, const BlurTaps& taps) {
+inline int16_t plainLevel(const int16_t* const* in, size_t x, const BlurTaps& taps) {
   double sum = 0.0;
   for (size_t t = 0; t < kTaps; ++t) sum = static_cast<double>(in[t][x]) * taps.exact[t] + sum;
-  return static_cast<uint8_t>(my_round(static_cast<float>(sum)));
+  return static_cast<int16_t>(my_round(static_cast<float>(sum)) & 0xFF);
 }
 
 }  // namespace drav_stencil
@@ -168,19 +168,19 @@ HWY_INLINE hn::Mask<Ints> isSure(hn::Vec<Ints> value) {
   return hn::Lt(centred, hn::Set(d, (1 << (kPointBits - 1)) - kUnsure));
 }
 
-// One output row of `width` bytes from the rows of the 11 taps (or one row at 11
+// One output row of `width` levels from the rows of the 11 taps (or one row at 11
 // offsets). Reads and writes up to the next multiple of a vector.
-HWY_INLINE void blurRow(const uint8_t* const* in, size_t width, const BlurTaps& taps,
-                        uint8_t* HWY_RESTRICT out) {
+HWY_INLINE void blurRow(const int16_t* const* in, size_t width, const BlurTaps& taps,
+                        int16_t* HWY_RESTRICT out) {
   const Shorts d;
   const Ints d32;
-  const HalfBytes d8;
   const size_t lanes = hn::Lanes(d);
   for (size_t x = 0; x < width; x += lanes) {
-    const auto load = [&](size_t t) HWY_ATTR { return hn::PromoteTo(d, hn::LoadU(d8, in[t] + x)); };
     hn::Vec<Shorts> s[kHalf + 1];
-    for (size_t k = 0; k < kHalf; ++k) s[k] = hn::Add(load(k), load(kTaps - 1 - k));
-    s[kHalf] = load(kHalf);
+    for (size_t k = 0; k < kHalf; ++k) {
+      s[k] = hn::Add(hn::LoadU(d, in[k] + x), hn::LoadU(d, in[kTaps - 1 - k] + x));
+    }
+    s[kHalf] = hn::LoadU(d, in[kHalf] + x);
     PairSums high = {hn::Zero(d32), hn::Zero(d32)};
     PairSums low = high;
     for (size_t k = 0; k <= kHalf; k += 2) {
@@ -190,47 +190,54 @@ HWY_INLINE void blurRow(const uint8_t* const* in, size_t width, const BlurTaps& 
     const auto lower = combine(high.lower, low.lower);
     const auto upper = combine(high.upper, low.upper);
     // The halves of each block go back to their places.
-    const auto bytes = hn::ReorderDemote2To(d, hn::ShiftRight<kPointBits>(lower),
-                                            hn::ShiftRight<kPointBits>(upper));
-    hn::StoreU(hn::DemoteTo(d8, bytes), d8, out + x);
+    hn::StoreU(hn::ReorderDemote2To(d, hn::ShiftRight<kPointBits>(lower),
+                                    hn::ShiftRight<kPointBits>(upper)),
+               d, out + x);
     if (HWY_UNLIKELY(!hn::AllTrue(d32, hn::And(isSure(lower), isSure(upper))))) {
       const size_t end = std::min(width, x + lanes);
-      for (size_t i = x; i < end; ++i) out[i] = plainByte(in, i, taps);
+      for (size_t i = x; i < end; ++i) out[i] = plainLevel(in, i, taps);
     }
+  }
+}
+
+HWY_INLINE void widenRow(const uint8_t* row, size_t width, int16_t* HWY_RESTRICT out) {
+  const Shorts d;
+  for (size_t x = 0; x < width; x += hn::Lanes(d)) {
+    hn::StoreU(hn::PromoteTo(d, hn::LoadU(HalfBytes(), row + x)), d, out + x);
   }
 }
 
 // 4 * grey - 3 * blurred, clamped: the weighted sum of the unsharp mask is a whole
 // number.
-HWY_INLINE void sharpenRow(const uint8_t* grey, const uint8_t* blurred, size_t width,
+HWY_INLINE void sharpenRow(const int16_t* grey, const int16_t* blurred, size_t width,
                            uint8_t* out) {
   const Shorts d;
-  const HalfBytes d8;
   for (size_t x = 0; x < width; x += hn::Lanes(d)) {
-    const auto g = hn::PromoteTo(d, hn::LoadU(d8, grey + x));
-    const auto b = hn::PromoteTo(d, hn::LoadU(d8, blurred + x));
+    const auto g = hn::LoadU(d, grey + x);
+    const auto b = hn::LoadU(d, blurred + x);
     const auto sum = hn::Sub(hn::ShiftLeft<2>(g), hn::Add(hn::Add(b, b), b));
-    hn::StoreU(hn::DemoteTo(d8, sum), d8, out + x);
+    hn::StoreU(hn::DemoteTo(HalfBytes(), sum), HalfBytes(), out + x);
   }
 }
 
 // The sharpened rows, in order. Holds the last 11 rows of the page and of its first
-// blur.
+// blur, as 16-bit levels.
 class SharpenedRows {
  public:
   SharpenedRows(uint32_t width, uint32_t height, const GreyRowSource& source)
       : width_(width),
         height_(height),
         source_(source),
-        rowBytes_(width + 2 * kHalf + 2 * hn::Lanes(Bytes())),
-        grey_(rowBytes_ * kTaps),
-        blurred_(rowBytes_ * kTaps),
-        scratch_(rowBytes_) {}
+        rowLevels_(width + 2 * kHalf + 2 * hn::Lanes(Shorts())),
+        bytes_(rowLevels_),
+        grey_(rowLevels_ * kTaps),
+        blurred_(rowLevels_ * kTaps),
+        scratch_(rowLevels_) {}
 
   // Writes up to a vector behind `width` bytes.
   void next(uint8_t* out) {
     while (ready_ < std::min<size_t>(height_, row_ + kHalf + 1)) prepare(ready_++);
-    const uint8_t* in[kTaps];
+    const int16_t* in[kTaps];
     for (size_t t = 0; t < kTaps; ++t) {
       const auto wanted = static_cast<int64_t>(row_ + t) - static_cast<int64_t>(kHalf);
       const auto y = std::clamp<int64_t>(wanted, 0, static_cast<int64_t>(height_) - 1);
@@ -242,18 +249,19 @@ class SharpenedRows {
   }
 
  private:
-  uint8_t* slot(std::vector<uint8_t>& ring, size_t y) {
-    return ring.data() + y % kTaps * rowBytes_;
+  int16_t* slot(std::vector<int16_t>& ring, size_t y) {
+    return ring.data() + y % kTaps * rowLevels_;
   }
 
   // Fetches row y, repeats its edge pixels, and blurs it.
   void prepare(size_t y) {
-    uint8_t* row = slot(grey_, y);
-    uint8_t* pixels = row + kHalf;
-    source_(static_cast<uint32_t>(y), pixels);
-    std::memset(row, pixels[0], kHalf);
-    std::memset(pixels + width_, pixels[width_ - 1], kHalf);
-    const uint8_t* in[kTaps];
+    source_(static_cast<uint32_t>(y), bytes_.data());
+    int16_t* row = slot(grey_, y);
+    int16_t* pixels = row + kHalf;
+    widenRow(bytes_.data(), width_, pixels);
+    std::fill_n(row, kHalf, pixels[0]);
+    std::fill_n(pixels + width_, kHalf, pixels[width_ - 1]);
+    const int16_t* in[kTaps];
     for (size_t t = 0; t < kTaps; ++t) in[t] = row + t;
     blurRow(in, width_, taps_, slot(blurred_, y));
   }
@@ -262,10 +270,11 @@ class SharpenedRows {
   const size_t height_;
   const GreyRowSource& source_;
   const BlurTaps taps_;
-  const size_t rowBytes_;
-  std::vector<uint8_t> grey_;
-  std::vector<uint8_t> blurred_;
-  std::vector<uint8_t> scratch_;
+  const size_t rowLevels_;
+  std::vector<uint8_t> bytes_;
+  std::vector<int16_t> grey_;
+  std::vector<int16_t> blurred_;
+  std::vector<int16_t> scratch_;
   size_t row_ = 0;    // next row to hand out
   size_t ready_ = 0;  // rows prepared
 };
@@ -408,29 +417,41 @@ class StencilWavefront {
     return hn::BitCast(Floats(), hn::VecFromMask(d, hn::And(hn::Gt(x, first), hn::Lt(x, end))));
   }
 
+  static constexpr size_t kVectors = kLanes / HWY_LANES(float);
+  using Histories = std::array<History, kVectors>;
+
   template <bool kMasked>
-  void diffuseSteps(size_t from, size_t to, History* histories) {
-    const Floats d;
-    const size_t width = hn::Lanes(d);
+  void diffuseSteps(size_t from, size_t to, Histories& kept) {
+    constexpr size_t kWidth = HWY_LANES(float);
+    Histories histories = kept;  // lives in registers
+    float* error = recordOf(errors_[0], static_cast<ptrdiff_t>(from));
+    float* spread = recordOf(spreads_[0], static_cast<ptrdiff_t>(from));
+    // The lowest row's go to the slots of the next block, which lies
+    // kLag * kLanes steps behind.
+    const ptrdiff_t next = static_cast<ptrdiff_t>(from) - static_cast<ptrdiff_t>(kLag * kLanes);
+    float* nextError = recordOf(errors_[1], next);
+    float* nextSpread = recordOf(spreads_[1], next);
+    uint8_t* pixels = columns_.data() + from * kLanes;
     for (size_t s = from; s < to; ++s) {
-      const auto step = static_cast<ptrdiff_t>(s);
-      float* error = recordOf(errors_[0], step);
-      float* spread = recordOf(spreads_[0], step);
-      uint8_t* pixels = columns_.data() + s * kLanes;
-      for (size_t lane = 0; lane < kLanes; lane += width) {
+      HWY_UNROLL(4)
+      for (size_t v = 0; v < kVectors; ++v) {
+        const size_t lane = v * kWidth;
         diffuseStep<kMasked>(s, lane, error + lane, spread + lane, pixels + lane, error + 1 + lane,
-                             spread + 1 + lane, histories[lane / width]);
+                             spread + 1 + lane, histories[v]);
       }
-      // The lowest row's go to the slots of the next block, which lies
-      // kLag * kLanes steps behind.
-      const ptrdiff_t next = step - static_cast<ptrdiff_t>(kLag * kLanes);
-      *recordOf(errors_[1], next) = error[kLanes];
-      *recordOf(spreads_[1], next) = spread[kLanes];
+      *nextError = error[kLanes];
+      *nextSpread = spread[kLanes];
+      error += kRecord;
+      spread += kRecord;
+      nextError += kRecord;
+      nextSpread += kRecord;
+      pixels += kLanes;
     }
+    kept = histories;
   }
 
   void diffuseBlock() {
-    History histories[kLanes];
+    Histories histories;
     for (History& history : histories) {
       history = {hn::Zero(Floats()), hn::Zero(Floats()), hn::Zero(Floats())};
     }
