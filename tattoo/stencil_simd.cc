@@ -21,6 +21,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include "tattoo/error_diffusion_taps.h"
@@ -367,51 +368,130 @@ class StencilWavefront {
     V spread;  // kDotSpread where the last pixel was black
   };
 
+  // What a step reads and writes for one vector of lanes.
+  struct Place {
+    size_t step;
+    size_t lane;             // first lane
+    const float* above;      // errors of the lanes above, this step's record
+    const float* aboveDots;  // their spreads
+    uint8_t* pixels;         // levels in, dots out
+    float* error;
+    float* spread;
+  };
+
+  // Error of the lanes above at the column dx to the left of this step's.
+  HWY_INLINE static V errorAbove(const Place& at, ptrdiff_t dx) {
+    return hn::LoadU(
+        Floats(), at.above - (dx + static_cast<ptrdiff_t>(kLag)) * static_cast<ptrdiff_t>(kRecord));
+  }
+
   template <bool kMasked>
-  HWY_INLINE void diffuseStep(size_t step, size_t lane, const float* above, const float* aboveDots,
-                              uint8_t* pixels, float* ownError, float* ownSpread,
-                              History& history) const {
+  HWY_INLINE void diffuseStep(const Place& at, History& history) const {
     const Floats d;
-    const auto record = static_cast<ptrdiff_t>(kRecord);
+    if (isBlank(at.pixels) && diffuseDust(at, history)) return;
     // Shares from the row above, sources from left to right, then from this row.
-    const auto source = [&](ptrdiff_t dx) HWY_ATTR {
-      return hn::LoadU(d, above - (dx + static_cast<ptrdiff_t>(kLag)) * record);
-    };
-    V carried = hn::Mul(source(1), hn::Set(d, kStencilTaps[5].weight));
-    carried = hn::Add(hn::Mul(source(0), hn::Set(d, kStencilTaps[4].weight)), carried);
-    carried = hn::Add(hn::Mul(source(-1), hn::Set(d, kStencilTaps[3].weight)), carried);
-    carried = hn::Add(hn::Mul(source(-2), hn::Set(d, kStencilTaps[2].weight)), carried);
+    V carried = hn::Mul(errorAbove(at, 1), hn::Set(d, kStencilTaps[5].weight));
+    carried = hn::Add(hn::Mul(errorAbove(at, 0), hn::Set(d, kStencilTaps[4].weight)), carried);
+    carried = hn::Add(hn::Mul(errorAbove(at, -1), hn::Set(d, kStencilTaps[3].weight)), carried);
+    carried = hn::Add(hn::Mul(errorAbove(at, -2), hn::Set(d, kStencilTaps[2].weight)), carried);
     carried = hn::Add(hn::Mul(history.beforeLast, hn::Set(d, kStencilTaps[1].weight)), carried);
     carried = hn::Add(hn::Mul(history.last, hn::Set(d, kStencilTaps[0].weight)), carried);
     const auto level =
-        hn::ConvertTo(d, hn::PromoteTo(FloatInts(), hn::LoadU(FloatBytes(), pixels)));
+        hn::ConvertTo(d, hn::PromoteTo(FloatInts(), hn::LoadU(FloatBytes(), at.pixels)));
     const V value = hn::Add(carried, level);
     const auto white = hn::Gt(value, hn::Set(d, threshold_));
 
-    const V spreadAbove = hn::LoadU(d, aboveDots - static_cast<ptrdiff_t>(kLag) * record);
+    const V spreadAbove =
+        hn::LoadU(d, at.aboveDots - static_cast<ptrdiff_t>(kLag) * static_cast<ptrdiff_t>(kRecord));
     V spread = hn::Add(history.spread, spreadAbove);
-    spread = hn::And(spread, hn::LoadU(d, innerRow_ + lane));
-    if constexpr (kMasked) spread = hn::And(spread, maskOf(step, lane, 1));
+    spread = hn::And(spread, hn::LoadU(d, innerRow_ + at.lane));
+    if constexpr (kMasked) spread = hn::And(spread, maskOf(at, 1));
     const V charge = hn::Mul(hn::Sub(hn::Set(d, 1.0F), spread), hn::Set(d, -255.0F));
     V error = hn::IfThenElse(white, hn::Add(charge, value), value);
-    if constexpr (kMasked) error = hn::And(error, maskOf(step, lane, 0));
+    if constexpr (kMasked) error = hn::And(error, maskOf(at, 0));
 
     history.beforeLast = history.last;
     history.last = error;
     history.spread = hn::IfThenZeroElse(white, hn::Set(d, kDotSpread));
-    hn::StoreU(error, d, ownError);
-    hn::StoreU(history.spread, d, ownSpread);
+    hn::StoreU(error, d, at.error);
+    hn::StoreU(history.spread, d, at.spread);
     const auto dots =
         hn::And(hn::BitCast(FloatInts(), hn::VecFromMask(d, white)), hn::Set(FloatInts(), 255));
-    hn::StoreU(hn::DemoteTo(FloatBytes(), dots), FloatBytes(), pixels);
+    hn::StoreU(hn::DemoteTo(FloatBytes(), dots), FloatBytes(), at.pixels);
+  }
+
+  HWY_INLINE static bool isBlank(const uint8_t* pixels) {
+    hn::TFromD<hn::Repartition<uint64_t, Bytes>> levels = 0;
+    std::memcpy(&levels, pixels, hn::Lanes(Floats()));
+    return levels == 0;
+  }
+
+  // On blank paper the errors of distant ink fade into denormal numbers and never
+  // out of them (half of the smallest rounds to itself), and processors that trap
+  // to microcode for those would spend most of a page's time there. A denormal is
+  // a whole number of 2^-149: its share is the product in double, rounded to the
+  // nearest whole number, ties to even, which is what single precision gives, and
+  // the sums are exact. False, with nothing done, unless every error that the
+  // lanes look at is denormal or zero and every pixel stays black.
+  HWY_INLINE bool diffuseDust(const Place& at, History& history) const {
+    const Floats d;
+    const FloatInts di;
+    const V sources[6] = {errorAbove(at, 1),  errorAbove(at, 0),  errorAbove(at, -1),
+                          errorAbove(at, -2), history.beforeLast, history.last};
+    auto bits = hn::Zero(di);
+    for (const V& source : sources) bits = hn::Or(bits, hn::BitCast(di, source));
+    const auto magnitude = hn::And(bits, hn::Set(di, 0x7FFFFFFF));
+    auto dust = hn::Zero(di);
+    if (!hn::AllTrue(di, hn::Eq(magnitude, hn::Zero(di)))) {
+      if (!hn::AllTrue(di, hn::Lt(magnitude, hn::Set(di, 0x00800000)))) return false;
+      dust = dustCarried(sources);
+      // One that has grown out of the denormals is for the plain way.
+      if (!hn::AllTrue(di, hn::Lt(hn::Abs(dust), hn::Set(di, 0x00800000)))) return false;
+    }
+    if (threshold_ < 0.0F) return false;
+    if (threshold_ == 0.0F && !hn::AllTrue(di, hn::Lt(dust, hn::Set(di, 1)))) return false;
+    const auto sign = hn::And(dust, hn::Set(di, std::numeric_limits<int32_t>::min()));
+    const V error = hn::BitCast(d, hn::Or(sign, hn::Abs(dust)));
+    history.beforeLast = history.last;
+    history.last = error;
+    history.spread = hn::Set(d, kDotSpread);
+    hn::StoreU(error, d, at.error);
+    hn::StoreU(history.spread, d, at.spread);
+    return true;  // the pixels are 0 already, which is black
+  }
+
+  // Units of 2^-149 that the six sources hand on.
+  HWY_INLINE static hn::Vec<FloatInts> dustCarried(const V* sources) {
+    const FloatInts di;
+    const hn::Repartition<double, FloatInts> dd;
+    const hn::Rebind<int32_t, decltype(dd)> dh;
+    const auto roundToWhole = hn::Set(dd, 6755399441055744.0);  // 1.5 * 2^52
+    constexpr size_t kOrder[6] = {5, 4, 3, 2, 1, 0};
+    auto lower = hn::Zero(dd);
+    auto upper = hn::Zero(dd);
+    for (size_t i = 0; i < 6; ++i) {
+      const auto bits = hn::BitCast(di, sources[i]);
+      const auto sign = hn::ShiftRight<31>(bits);
+      const auto magnitude = hn::And(bits, hn::Set(di, 0x7FFFFFFF));
+      const auto units = hn::Sub(hn::Xor(magnitude, sign), sign);
+      const auto weight = hn::Set(dd, static_cast<double>(kStencilTaps[kOrder[i]].weight));
+      const auto share = [&](hn::Vec<decltype(dh)> half) HWY_ATTR {
+        const auto product = hn::Mul(hn::PromoteTo(dd, half), weight);
+        return hn::Sub(hn::Add(product, roundToWhole), roundToWhole);
+      };
+      lower = hn::Add(lower, share(hn::LowerHalf(dh, units)));
+      upper = hn::Add(upper, share(hn::UpperHalf(dh, units)));
+    }
+    return hn::Combine(di, hn::DemoteTo(dh, upper), hn::DemoteTo(dh, lower));
   }
 
   // Lanes inside their row, or inside without its first and last column.
-  HWY_INLINE V maskOf(size_t step, size_t lane, size_t border) const {
+  HWY_INLINE V maskOf(const Place& at, size_t border) const {
     const FloatInts d;
-    const auto x = hn::Sub(hn::Set(d, static_cast<int32_t>(step)),
-                           hn::Mul(hn::Add(hn::Iota(d, 0), hn::Set(d, static_cast<int32_t>(lane))),
-                                   hn::Set(d, static_cast<int32_t>(kLag))));
+    const auto x =
+        hn::Sub(hn::Set(d, static_cast<int32_t>(at.step)),
+                hn::Mul(hn::Add(hn::Iota(d, 0), hn::Set(d, static_cast<int32_t>(at.lane))),
+                        hn::Set(d, static_cast<int32_t>(kLag))));
     const auto first = hn::Set(d, static_cast<int32_t>(border) - 1);
     const auto end = hn::Set(d, static_cast<int32_t>(width_) - static_cast<int32_t>(border));
     return hn::BitCast(Floats(), hn::VecFromMask(d, hn::And(hn::Gt(x, first), hn::Lt(x, end))));
@@ -436,8 +516,9 @@ class StencilWavefront {
       HWY_UNROLL(4)
       for (size_t v = 0; v < kVectors; ++v) {
         const size_t lane = v * kWidth;
-        diffuseStep<kMasked>(s, lane, error + lane, spread + lane, pixels + lane, error + 1 + lane,
-                             spread + 1 + lane, histories[v]);
+        diffuseStep<kMasked>({s, lane, error + lane, spread + lane, pixels + lane, error + 1 + lane,
+                              spread + 1 + lane},
+                             histories[v]);
       }
       *nextError = error[kLanes];
       *nextSpread = spread[kLanes];
