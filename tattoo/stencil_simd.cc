@@ -363,6 +363,9 @@ class StencilWavefront {
   // The errors of the last two steps of a vector's lanes, and whether the last
   // one was black.
   struct History {
+    // Written out: a generated constructor would lack the target's attribute.
+    History()
+        : last(hn::Zero(Floats())), beforeLast(hn::Zero(Floats())), spread(hn::Zero(Floats())) {}
     V last;
     V beforeLast;
     V spread;  // kDotSpread where the last pixel was black
@@ -533,9 +536,6 @@ class StencilWavefront {
 
   void diffuseBlock() {
     Histories histories;
-    for (History& history : histories) {
-      history = {hn::Zero(Floats()), hn::Zero(Floats()), hn::Zero(Floats())};
-    }
     const size_t head = std::min(kLag * (kLanes - 1) + 1, steps_);
     const size_t tail = std::max(head, std::max<size_t>(width_, 1) - 1);
     diffuseSteps<true>(0, head, histories);
