@@ -271,6 +271,10 @@ class Wavefront {
 
   // The shares of the last two steps, for the taps in the same row.
   struct History {
+    // Written out: a generated constructor would lack the target's attribute.
+    History() {
+      for (size_t w = 0; w < kWeights; ++w) last[w] = beforeLast[w] = hn::Zero(SignedBytes());
+    }
     V last[kWeights];
     V beforeLast[kWeights];
   };
@@ -373,10 +377,6 @@ class Wavefront {
 
   void diffuseBlock() {
     History history;
-    for (size_t w = 0; w < kWeights; ++w) {
-      history.last[w] = hn::Zero(SignedBytes());
-      history.beforeLast[w] = hn::Zero(SignedBytes());
-    }
     diffuseSteps<true>(0, head_, history);
     diffuseSteps<false>(head_, tail_, history);
     diffuseSteps<true>(tail_, b_.steps, history);

@@ -15,6 +15,12 @@
 #define HWY_DISABLED_TARGETS \
   (HWY_AVX3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 
+// On arm64 NEON is the base line: no other target, and no target attribute, which
+// would ask for the cryptography extension.
+#if defined(__aarch64__)
+#define HWY_COMPILE_ONLY_STATIC
+#endif
+
 // The run-time check is ours: the library's own needs its shared object at every
 // start of the filter, and prints on standard error on an arm64 processor without
 // AES. NEON is part of arm64 and needs no check.

@@ -21,6 +21,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include "tattoo/error_diffusion_taps.h"
@@ -59,10 +60,10 @@ struct BlurTaps {
 // a whole number on either side decides the byte.
 constexpr int kUnsure = 4;
 
-inline uint8_t plainByte(const uint8_t* const* in, size_t x, const BlurTaps& taps) {
+inline int16_t plainLevel(const int16_t* const* in, size_t x, const BlurTaps& taps) {
   double sum = 0.0;
   for (size_t t = 0; t < kTaps; ++t) sum = static_cast<double>(in[t][x]) * taps.exact[t] + sum;
-  return static_cast<uint8_t>(my_round(static_cast<float>(sum)));
+  return static_cast<int16_t>(my_round(static_cast<float>(sum)) & 0xFF);
 }
 
 }  // namespace drav_stencil
@@ -168,19 +169,19 @@ HWY_INLINE hn::Mask<Ints> isSure(hn::Vec<Ints> value) {
   return hn::Lt(centred, hn::Set(d, (1 << (kPointBits - 1)) - kUnsure));
 }
 
-// One output row of `width` bytes from the rows of the 11 taps (or one row at 11
+// One output row of `width` levels from the rows of the 11 taps (or one row at 11
 // offsets). Reads and writes up to the next multiple of a vector.
-HWY_INLINE void blurRow(const uint8_t* const* in, size_t width, const BlurTaps& taps,
-                        uint8_t* HWY_RESTRICT out) {
+HWY_INLINE void blurRow(const int16_t* const* in, size_t width, const BlurTaps& taps,
+                        int16_t* HWY_RESTRICT out) {
   const Shorts d;
   const Ints d32;
-  const HalfBytes d8;
   const size_t lanes = hn::Lanes(d);
   for (size_t x = 0; x < width; x += lanes) {
-    const auto load = [&](size_t t) HWY_ATTR { return hn::PromoteTo(d, hn::LoadU(d8, in[t] + x)); };
     hn::Vec<Shorts> s[kHalf + 1];
-    for (size_t k = 0; k < kHalf; ++k) s[k] = hn::Add(load(k), load(kTaps - 1 - k));
-    s[kHalf] = load(kHalf);
+    for (size_t k = 0; k < kHalf; ++k) {
+      s[k] = hn::Add(hn::LoadU(d, in[k] + x), hn::LoadU(d, in[kTaps - 1 - k] + x));
+    }
+    s[kHalf] = hn::LoadU(d, in[kHalf] + x);
     PairSums high = {hn::Zero(d32), hn::Zero(d32)};
     PairSums low = high;
     for (size_t k = 0; k <= kHalf; k += 2) {
@@ -190,47 +191,54 @@ HWY_INLINE void blurRow(const uint8_t* const* in, size_t width, const BlurTaps& 
     const auto lower = combine(high.lower, low.lower);
     const auto upper = combine(high.upper, low.upper);
     // The halves of each block go back to their places.
-    const auto bytes = hn::ReorderDemote2To(d, hn::ShiftRight<kPointBits>(lower),
-                                            hn::ShiftRight<kPointBits>(upper));
-    hn::StoreU(hn::DemoteTo(d8, bytes), d8, out + x);
+    hn::StoreU(hn::ReorderDemote2To(d, hn::ShiftRight<kPointBits>(lower),
+                                    hn::ShiftRight<kPointBits>(upper)),
+               d, out + x);
     if (HWY_UNLIKELY(!hn::AllTrue(d32, hn::And(isSure(lower), isSure(upper))))) {
       const size_t end = std::min(width, x + lanes);
-      for (size_t i = x; i < end; ++i) out[i] = plainByte(in, i, taps);
+      for (size_t i = x; i < end; ++i) out[i] = plainLevel(in, i, taps);
     }
+  }
+}
+
+HWY_INLINE void widenRow(const uint8_t* row, size_t width, int16_t* HWY_RESTRICT out) {
+  const Shorts d;
+  for (size_t x = 0; x < width; x += hn::Lanes(d)) {
+    hn::StoreU(hn::PromoteTo(d, hn::LoadU(HalfBytes(), row + x)), d, out + x);
   }
 }
 
 // 4 * grey - 3 * blurred, clamped: the weighted sum of the unsharp mask is a whole
 // number.
-HWY_INLINE void sharpenRow(const uint8_t* grey, const uint8_t* blurred, size_t width,
+HWY_INLINE void sharpenRow(const int16_t* grey, const int16_t* blurred, size_t width,
                            uint8_t* out) {
   const Shorts d;
-  const HalfBytes d8;
   for (size_t x = 0; x < width; x += hn::Lanes(d)) {
-    const auto g = hn::PromoteTo(d, hn::LoadU(d8, grey + x));
-    const auto b = hn::PromoteTo(d, hn::LoadU(d8, blurred + x));
+    const auto g = hn::LoadU(d, grey + x);
+    const auto b = hn::LoadU(d, blurred + x);
     const auto sum = hn::Sub(hn::ShiftLeft<2>(g), hn::Add(hn::Add(b, b), b));
-    hn::StoreU(hn::DemoteTo(d8, sum), d8, out + x);
+    hn::StoreU(hn::DemoteTo(HalfBytes(), sum), HalfBytes(), out + x);
   }
 }
 
 // The sharpened rows, in order. Holds the last 11 rows of the page and of its first
-// blur.
+// blur, as 16-bit levels.
 class SharpenedRows {
  public:
   SharpenedRows(uint32_t width, uint32_t height, const GreyRowSource& source)
       : width_(width),
         height_(height),
         source_(source),
-        rowBytes_(width + 2 * kHalf + 2 * hn::Lanes(Bytes())),
-        grey_(rowBytes_ * kTaps),
-        blurred_(rowBytes_ * kTaps),
-        scratch_(rowBytes_) {}
+        rowLevels_(width + 2 * kHalf + 2 * hn::Lanes(Shorts())),
+        bytes_(rowLevels_),
+        grey_(rowLevels_ * kTaps),
+        blurred_(rowLevels_ * kTaps),
+        scratch_(rowLevels_) {}
 
   // Writes up to a vector behind `width` bytes.
   void next(uint8_t* out) {
     while (ready_ < std::min<size_t>(height_, row_ + kHalf + 1)) prepare(ready_++);
-    const uint8_t* in[kTaps];
+    const int16_t* in[kTaps];
     for (size_t t = 0; t < kTaps; ++t) {
       const auto wanted = static_cast<int64_t>(row_ + t) - static_cast<int64_t>(kHalf);
       const auto y = std::clamp<int64_t>(wanted, 0, static_cast<int64_t>(height_) - 1);
@@ -242,18 +250,19 @@ class SharpenedRows {
   }
 
  private:
-  uint8_t* slot(std::vector<uint8_t>& ring, size_t y) {
-    return ring.data() + y % kTaps * rowBytes_;
+  int16_t* slot(std::vector<int16_t>& ring, size_t y) {
+    return ring.data() + y % kTaps * rowLevels_;
   }
 
   // Fetches row y, repeats its edge pixels, and blurs it.
   void prepare(size_t y) {
-    uint8_t* row = slot(grey_, y);
-    uint8_t* pixels = row + kHalf;
-    source_(static_cast<uint32_t>(y), pixels);
-    std::memset(row, pixels[0], kHalf);
-    std::memset(pixels + width_, pixels[width_ - 1], kHalf);
-    const uint8_t* in[kTaps];
+    source_(static_cast<uint32_t>(y), bytes_.data());
+    int16_t* row = slot(grey_, y);
+    int16_t* pixels = row + kHalf;
+    widenRow(bytes_.data(), width_, pixels);
+    std::fill_n(row, kHalf, pixels[0]);
+    std::fill_n(pixels + width_, kHalf, pixels[width_ - 1]);
+    const int16_t* in[kTaps];
     for (size_t t = 0; t < kTaps; ++t) in[t] = row + t;
     blurRow(in, width_, taps_, slot(blurred_, y));
   }
@@ -262,10 +271,11 @@ class SharpenedRows {
   const size_t height_;
   const GreyRowSource& source_;
   const BlurTaps taps_;
-  const size_t rowBytes_;
-  std::vector<uint8_t> grey_;
-  std::vector<uint8_t> blurred_;
-  std::vector<uint8_t> scratch_;
+  const size_t rowLevels_;
+  std::vector<uint8_t> bytes_;
+  std::vector<int16_t> grey_;
+  std::vector<int16_t> blurred_;
+  std::vector<int16_t> scratch_;
   size_t row_ = 0;    // next row to hand out
   size_t ready_ = 0;  // rows prepared
 };
@@ -353,87 +363,179 @@ class StencilWavefront {
   // The errors of the last two steps of a vector's lanes, and whether the last
   // one was black.
   struct History {
+    // Written out: a generated constructor would lack the target's attribute.
+    History()
+        : last(hn::Zero(Floats())), beforeLast(hn::Zero(Floats())), spread(hn::Zero(Floats())) {}
     V last;
     V beforeLast;
     V spread;  // kDotSpread where the last pixel was black
   };
 
+  // What a step reads and writes for one vector of lanes.
+  struct Place {
+    size_t step;
+    size_t lane;             // first lane
+    const float* above;      // errors of the lanes above, this step's record
+    const float* aboveDots;  // their spreads
+    uint8_t* pixels;         // levels in, dots out
+    float* error;
+    float* spread;
+  };
+
+  // Error of the lanes above at the column dx to the left of this step's.
+  HWY_INLINE static V errorAbove(const Place& at, ptrdiff_t dx) {
+    return hn::LoadU(
+        Floats(), at.above - (dx + static_cast<ptrdiff_t>(kLag)) * static_cast<ptrdiff_t>(kRecord));
+  }
+
   template <bool kMasked>
-  HWY_INLINE void diffuseStep(size_t step, size_t lane, const float* above, const float* aboveDots,
-                              uint8_t* pixels, float* ownError, float* ownSpread,
-                              History& history) const {
+  HWY_INLINE void diffuseStep(const Place& at, History& history) const {
     const Floats d;
-    const auto record = static_cast<ptrdiff_t>(kRecord);
+    if (isBlank(at.pixels) && diffuseDust(at, history)) return;
     // Shares from the row above, sources from left to right, then from this row.
-    const auto source = [&](ptrdiff_t dx) HWY_ATTR {
-      return hn::LoadU(d, above - (dx + static_cast<ptrdiff_t>(kLag)) * record);
-    };
-    V carried = hn::Mul(source(1), hn::Set(d, kStencilTaps[5].weight));
-    carried = hn::Add(hn::Mul(source(0), hn::Set(d, kStencilTaps[4].weight)), carried);
-    carried = hn::Add(hn::Mul(source(-1), hn::Set(d, kStencilTaps[3].weight)), carried);
-    carried = hn::Add(hn::Mul(source(-2), hn::Set(d, kStencilTaps[2].weight)), carried);
+    V carried = hn::Mul(errorAbove(at, 1), hn::Set(d, kStencilTaps[5].weight));
+    carried = hn::Add(hn::Mul(errorAbove(at, 0), hn::Set(d, kStencilTaps[4].weight)), carried);
+    carried = hn::Add(hn::Mul(errorAbove(at, -1), hn::Set(d, kStencilTaps[3].weight)), carried);
+    carried = hn::Add(hn::Mul(errorAbove(at, -2), hn::Set(d, kStencilTaps[2].weight)), carried);
     carried = hn::Add(hn::Mul(history.beforeLast, hn::Set(d, kStencilTaps[1].weight)), carried);
     carried = hn::Add(hn::Mul(history.last, hn::Set(d, kStencilTaps[0].weight)), carried);
     const auto level =
-        hn::ConvertTo(d, hn::PromoteTo(FloatInts(), hn::LoadU(FloatBytes(), pixels)));
+        hn::ConvertTo(d, hn::PromoteTo(FloatInts(), hn::LoadU(FloatBytes(), at.pixels)));
     const V value = hn::Add(carried, level);
     const auto white = hn::Gt(value, hn::Set(d, threshold_));
 
-    const V spreadAbove = hn::LoadU(d, aboveDots - static_cast<ptrdiff_t>(kLag) * record);
+    const V spreadAbove =
+        hn::LoadU(d, at.aboveDots - static_cast<ptrdiff_t>(kLag) * static_cast<ptrdiff_t>(kRecord));
     V spread = hn::Add(history.spread, spreadAbove);
-    spread = hn::And(spread, hn::LoadU(d, innerRow_ + lane));
-    if constexpr (kMasked) spread = hn::And(spread, maskOf(step, lane, 1));
+    spread = hn::And(spread, hn::LoadU(d, innerRow_ + at.lane));
+    if constexpr (kMasked) spread = hn::And(spread, maskOf(at, 1));
     const V charge = hn::Mul(hn::Sub(hn::Set(d, 1.0F), spread), hn::Set(d, -255.0F));
     V error = hn::IfThenElse(white, hn::Add(charge, value), value);
-    if constexpr (kMasked) error = hn::And(error, maskOf(step, lane, 0));
+    if constexpr (kMasked) error = hn::And(error, maskOf(at, 0));
 
     history.beforeLast = history.last;
     history.last = error;
     history.spread = hn::IfThenZeroElse(white, hn::Set(d, kDotSpread));
-    hn::StoreU(error, d, ownError);
-    hn::StoreU(history.spread, d, ownSpread);
+    hn::StoreU(error, d, at.error);
+    hn::StoreU(history.spread, d, at.spread);
     const auto dots =
         hn::And(hn::BitCast(FloatInts(), hn::VecFromMask(d, white)), hn::Set(FloatInts(), 255));
-    hn::StoreU(hn::DemoteTo(FloatBytes(), dots), FloatBytes(), pixels);
+    hn::StoreU(hn::DemoteTo(FloatBytes(), dots), FloatBytes(), at.pixels);
+  }
+
+  HWY_INLINE static bool isBlank(const uint8_t* pixels) {
+    hn::TFromD<hn::Repartition<uint64_t, Bytes>> levels = 0;
+    std::memcpy(&levels, pixels, hn::Lanes(Floats()));
+    return levels == 0;
+  }
+
+  // On blank paper the errors of distant ink fade into denormal numbers and never
+  // out of them (half of the smallest rounds to itself), and processors that trap
+  // to microcode for those would spend most of a page's time there. A denormal is
+  // a whole number of 2^-149: its share is the product in double, rounded to the
+  // nearest whole number, ties to even, which is what single precision gives, and
+  // the sums are exact. False, with nothing done, unless every error that the
+  // lanes look at is denormal or zero and every pixel stays black.
+  HWY_INLINE bool diffuseDust(const Place& at, History& history) const {
+    const Floats d;
+    const FloatInts di;
+    const V sources[6] = {errorAbove(at, 1),  errorAbove(at, 0),  errorAbove(at, -1),
+                          errorAbove(at, -2), history.beforeLast, history.last};
+    auto bits = hn::Zero(di);
+    for (const V& source : sources) bits = hn::Or(bits, hn::BitCast(di, source));
+    const auto magnitude = hn::And(bits, hn::Set(di, 0x7FFFFFFF));
+    auto dust = hn::Zero(di);
+    if (!hn::AllTrue(di, hn::Eq(magnitude, hn::Zero(di)))) {
+      if (!hn::AllTrue(di, hn::Lt(magnitude, hn::Set(di, 0x00800000)))) return false;
+      dust = dustCarried(sources);
+      // One that has grown out of the denormals is for the plain way.
+      if (!hn::AllTrue(di, hn::Lt(hn::Abs(dust), hn::Set(di, 0x00800000)))) return false;
+    }
+    if (threshold_ < 0.0F) return false;
+    if (threshold_ == 0.0F && !hn::AllTrue(di, hn::Lt(dust, hn::Set(di, 1)))) return false;
+    const auto sign = hn::And(dust, hn::Set(di, std::numeric_limits<int32_t>::min()));
+    const V error = hn::BitCast(d, hn::Or(sign, hn::Abs(dust)));
+    history.beforeLast = history.last;
+    history.last = error;
+    history.spread = hn::Set(d, kDotSpread);
+    hn::StoreU(error, d, at.error);
+    hn::StoreU(history.spread, d, at.spread);
+    return true;  // the pixels are 0 already, which is black
+  }
+
+  // Units of 2^-149 that the six sources hand on.
+  HWY_INLINE static hn::Vec<FloatInts> dustCarried(const V* sources) {
+    const FloatInts di;
+    const hn::Repartition<double, FloatInts> dd;
+    const hn::Rebind<int32_t, decltype(dd)> dh;
+    const auto roundToWhole = hn::Set(dd, 6755399441055744.0);  // 1.5 * 2^52
+    constexpr size_t kOrder[6] = {5, 4, 3, 2, 1, 0};
+    auto lower = hn::Zero(dd);
+    auto upper = hn::Zero(dd);
+    for (size_t i = 0; i < 6; ++i) {
+      const auto bits = hn::BitCast(di, sources[i]);
+      const auto sign = hn::ShiftRight<31>(bits);
+      const auto magnitude = hn::And(bits, hn::Set(di, 0x7FFFFFFF));
+      const auto units = hn::Sub(hn::Xor(magnitude, sign), sign);
+      const auto weight = hn::Set(dd, static_cast<double>(kStencilTaps[kOrder[i]].weight));
+      const auto share = [&](hn::Vec<decltype(dh)> half) HWY_ATTR {
+        const auto product = hn::Mul(hn::PromoteTo(dd, half), weight);
+        return hn::Sub(hn::Add(product, roundToWhole), roundToWhole);
+      };
+      lower = hn::Add(lower, share(hn::LowerHalf(dh, units)));
+      upper = hn::Add(upper, share(hn::UpperHalf(dh, units)));
+    }
+    return hn::Combine(di, hn::DemoteTo(dh, upper), hn::DemoteTo(dh, lower));
   }
 
   // Lanes inside their row, or inside without its first and last column.
-  HWY_INLINE V maskOf(size_t step, size_t lane, size_t border) const {
+  HWY_INLINE V maskOf(const Place& at, size_t border) const {
     const FloatInts d;
-    const auto x = hn::Sub(hn::Set(d, static_cast<int32_t>(step)),
-                           hn::Mul(hn::Add(hn::Iota(d, 0), hn::Set(d, static_cast<int32_t>(lane))),
-                                   hn::Set(d, static_cast<int32_t>(kLag))));
+    const auto x =
+        hn::Sub(hn::Set(d, static_cast<int32_t>(at.step)),
+                hn::Mul(hn::Add(hn::Iota(d, 0), hn::Set(d, static_cast<int32_t>(at.lane))),
+                        hn::Set(d, static_cast<int32_t>(kLag))));
     const auto first = hn::Set(d, static_cast<int32_t>(border) - 1);
     const auto end = hn::Set(d, static_cast<int32_t>(width_) - static_cast<int32_t>(border));
     return hn::BitCast(Floats(), hn::VecFromMask(d, hn::And(hn::Gt(x, first), hn::Lt(x, end))));
   }
 
+  static constexpr size_t kVectors = kLanes / HWY_LANES(float);
+  using Histories = std::array<History, kVectors>;
+
   template <bool kMasked>
-  void diffuseSteps(size_t from, size_t to, History* histories) {
-    const Floats d;
-    const size_t width = hn::Lanes(d);
+  void diffuseSteps(size_t from, size_t to, Histories& kept) {
+    constexpr size_t kWidth = HWY_LANES(float);
+    Histories histories = kept;  // lives in registers
+    float* error = recordOf(errors_[0], static_cast<ptrdiff_t>(from));
+    float* spread = recordOf(spreads_[0], static_cast<ptrdiff_t>(from));
+    // The lowest row's go to the slots of the next block, which lies
+    // kLag * kLanes steps behind.
+    const ptrdiff_t next = static_cast<ptrdiff_t>(from) - static_cast<ptrdiff_t>(kLag * kLanes);
+    float* nextError = recordOf(errors_[1], next);
+    float* nextSpread = recordOf(spreads_[1], next);
+    uint8_t* pixels = columns_.data() + from * kLanes;
     for (size_t s = from; s < to; ++s) {
-      const auto step = static_cast<ptrdiff_t>(s);
-      float* error = recordOf(errors_[0], step);
-      float* spread = recordOf(spreads_[0], step);
-      uint8_t* pixels = columns_.data() + s * kLanes;
-      for (size_t lane = 0; lane < kLanes; lane += width) {
-        diffuseStep<kMasked>(s, lane, error + lane, spread + lane, pixels + lane, error + 1 + lane,
-                             spread + 1 + lane, histories[lane / width]);
+      HWY_UNROLL(4)
+      for (size_t v = 0; v < kVectors; ++v) {
+        const size_t lane = v * kWidth;
+        diffuseStep<kMasked>({s, lane, error + lane, spread + lane, pixels + lane, error + 1 + lane,
+                              spread + 1 + lane},
+                             histories[v]);
       }
-      // The lowest row's go to the slots of the next block, which lies
-      // kLag * kLanes steps behind.
-      const ptrdiff_t next = step - static_cast<ptrdiff_t>(kLag * kLanes);
-      *recordOf(errors_[1], next) = error[kLanes];
-      *recordOf(spreads_[1], next) = spread[kLanes];
+      *nextError = error[kLanes];
+      *nextSpread = spread[kLanes];
+      error += kRecord;
+      spread += kRecord;
+      nextError += kRecord;
+      nextSpread += kRecord;
+      pixels += kLanes;
     }
+    kept = histories;
   }
 
   void diffuseBlock() {
-    History histories[kLanes];
-    for (History& history : histories) {
-      history = {hn::Zero(Floats()), hn::Zero(Floats()), hn::Zero(Floats())};
-    }
+    Histories histories;
     const size_t head = std::min(kLag * (kLanes - 1) + 1, steps_);
     const size_t tail = std::max(head, std::max<size_t>(width_, 1) - 1);
     diffuseSteps<true>(0, head, histories);
