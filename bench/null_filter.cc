@@ -20,8 +20,8 @@ constexpr size_t kBmpHeaderBytes = 1078;
 bool writeFile(const std::string& path, const uint8_t* bytes, size_t size) {
   std::FILE* file = std::fopen(path.c_str(), "wb+");
   if (file == nullptr) return false;
-  const bool written = std::fwrite(bytes, kBmpHeaderBytes, 1, file) == 1 &&
-                       std::fwrite(bytes, size, 1, file) == 1;
+  const bool written =
+      std::fwrite(bytes, kBmpHeaderBytes, 1, file) == 1 && std::fwrite(bytes, size, 1, file) == 1;
   return std::fclose(file) == 0 && written;
 }
 

@@ -57,7 +57,7 @@ uint8_t* PaletteImage::Create(uint32_t width, uint32_t height, uint32_t bpp, uin
     return nullptr;
   }
   bpp = roundUpBpp(bpp);
-  if (!blockFits(width, height, bpp) || !withinMemoryLimit(width, height, bpp)) {
+  if (!IsCreatable(width, height, bpp)) {
     SetLastError("PALETTE_IMAGE_MAX_MEMORY exceeded");
     return nullptr;
   }
@@ -83,6 +83,12 @@ uint8_t* PaletteImage::Create(uint32_t width, uint32_t height, uint32_t bpp, uin
   std::memcpy(dib, &head, kHeaderSize);
   info.pixels = GetBits(0);
   return dib;
+}
+
+bool PaletteImage::IsCreatable(uint32_t width, uint32_t height, uint32_t bpp) {
+  bpp = roundUpBpp(bpp);
+  return width != 0 && height != 0 && blockFits(width, height, bpp) &&
+         withinMemoryLimit(width, height, bpp);
 }
 
 bool PaletteImage::Destroy() {

@@ -63,6 +63,9 @@ class PaletteImage {
   // `imageType` is carried along and never interpreted.
   uint8_t* Create(uint32_t width, uint32_t height, uint32_t bpp, uint32_t imageType);
 
+  // Whether Create takes these sizes, memory permitting.
+  static bool IsCreatable(uint32_t width, uint32_t height, uint32_t bpp);
+
   // Frees the block; sizes and the last error stay readable. Always true.
   bool Destroy();
 

@@ -55,10 +55,12 @@ class PictureRows {
 }  // namespace
 
 bool DravPrinter::canStream(uint64_t bytesPerLine, uint64_t height, uint64_t width) const {
-  constexpr uint64_t kMaxPixels = std::numeric_limits<int32_t>::max();
+  constexpr uint64_t kMaxSide = std::numeric_limits<int32_t>::max();
+  const bool creatable =
+      width <= kMaxSide && height <= kMaxSide &&
+      PaletteImage::IsCreatable(static_cast<uint32_t>(width), static_cast<uint32_t>(height), 8);
   const bool plainPage = !rotate180Print_ && !mirrorPrint_ && !negativePrint_ && antiWrinkle_ == 0;
-  return takesPackedRows() && plainPage && width != 0 && height != 0 && width == bytesPerLine &&
-         (width + 3) * height <= kMaxPixels;
+  return takesPackedRows() && plainPage && width == bytesPerLine && creatable;
 }
 
 void DravPrinter::streamPage(const unsigned char* pixels, const BlankEdges& edges,

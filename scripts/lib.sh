@@ -37,6 +37,14 @@ TEST_PACKAGES=(
   "git|names the files to check"
 )
 
+# shellcheck disable=SC2034
+BENCH_PACKAGES=(
+  "libbenchmark-dev|Google Benchmark"
+  "python3-pil|peer: Pillow"
+  "netpbm|peer: pamditherbw, pgmtopbm"
+  "imagemagick|peer: convert"
+)
+
 say() { printf '%s\n' "$*"; }
 fail() {
   printf '%s: %s\n' "${0##*/}" "$*" >&2

@@ -14,6 +14,7 @@ import subprocess
 import sys
 import tempfile
 import termios
+import threading
 import time
 import unittest
 from collections.abc import Callable, Mapping, Sequence
@@ -26,7 +27,7 @@ import private_spool
 SPOOL = private_spool.SPOOL
 TIME_ZONE = "TST-5:30"  # local time is five and a half hours ahead
 LOCAL = datetime.timezone(datetime.timedelta(hours=5, minutes=30))
-TIMEOUT = 60.0
+TIMEOUT = 45.0
 
 ZEROS = bytes(64)
 JOB_SETUP = bytes.fromhex("1B40 1F1B1F131400 1B240100")  # every option missing or off
@@ -261,10 +262,13 @@ class RunningFilter:
         return os.read(self.process.stdout.fileno(), count)
 
     def finish(self) -> Outcome:
-        """Drains the output and waits for the end."""
+        """Drains the output and waits for the end; one that never comes is forced."""
         assert self.process.stdout is not None
+        force = threading.Timer(TIMEOUT, self.process.kill)
+        force.start()
         stdout = self.process.stdout.read()
-        status = self.process.wait(TIMEOUT)
+        status = self.process.wait()
+        force.cancel()
         return Outcome(status, stdout, self.log())
 
 

@@ -178,6 +178,17 @@ class SlowReaderTest(CancelCase):
         bands = cancelled.stdout[:-len(PAGE_END)]
         self.assertEqual(whole.stdout[:len(bands)], bands)
 
+    def test_in_the_last_band_no_further_page_is_waited_for(self) -> None:
+        # One band above the capacity of a pipe; the input stays open.
+        job = self.start(cut_ppd("0", "2"))
+        page = cups_raster.grey([b"\xff" * 16000] * 96)
+        job.feed(cups_raster.stream([page]))
+        job.until_logged("DEBUG:printImage: Starting to print the processed image")
+        job.until_blocked()
+        job.terminate()
+        band = filter_case.band(2000, b"\xff" * 192000)
+        self.assert_cancelled(job.finish(), START + band + PAGE_END + FULL_CUT)
+
     def test_the_record_has_the_same_bands(self) -> None:
         ppd = ppd_text.ppd_text({"RecordPrinterCommands": "1"}, {"dravFilterOutputFile": "rec"})
         job = self.assert_whole_bands(self.cancel_in_page(ppd), ["page feed"])

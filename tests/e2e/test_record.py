@@ -4,6 +4,7 @@ import datetime
 import os
 import pathlib
 import random
+import re
 import stat
 
 import cups_raster
@@ -114,6 +115,24 @@ class RecordTest(FilterCase):
             with self.subTest(lines=lines):
                 self.assert_printed_without(record_ppd("\n".join(["b" * 200] * lines)))
                 self.assertEqual(self.records(), [])
+
+    def test_name_is_never_cut_short(self) -> None:
+        # Every folder exists: wherever a buffer ends, what is left could be opened.
+        for folders in (0, 1, 3, 6, 12):
+            prefix = "\n".join(["d" * 150 + "/"] * folders + ["r" * 150])
+            (self.folder / prefix).parent.mkdir(parents=True, exist_ok=True)
+            with self.subTest(characters=len(prefix)):
+                outcome = self.run_pages(DOTS_PAGE, ppd=record_ppd(prefix))
+                self.assertEqual((outcome.status, outcome.stdout), (0, dots_job()))
+                made = [str(path.relative_to(self.folder)) for path in self.folder.rglob("*")
+                        if path.is_file() and path.name != "printer.ppd"]
+                if len(prefix) < 200 or made:
+                    self.assertEqual(outcome.errors, [])
+                    self.assertEqual(len(made), 1)
+                    self.assertRegex(made[0], "^" + re.escape(prefix) + r"-\d{14}\.bin$")
+                    (self.folder / made[0]).unlink()
+                else:
+                    self.assertEqual(len(outcome.errors), 1)
 
     def test_symbolic_link_is_not_followed(self) -> None:
         for target in (self.write("target", b"precious"), self.folder / "missing"):

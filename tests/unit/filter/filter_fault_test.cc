@@ -288,4 +288,41 @@ TEST_F(FilterFaultTest, MemoryThatRunsOutAnywhereIsOneCriticalLine) {
   }
 }
 
+#if defined(DRAV_TEST_WRAPS_ALLOCATIONS)
+TEST_F(FilterFaultTest, EachRefusedAllocationIsReportedAndSendsNoHalfPage) {
+  const std::vector<model::RasterPage> pages = {patternPage("text", 40, 110)};
+  for (const int type : {2, 8}) {
+    model::JobSettings settings;
+    settings.halftoneType = type;
+    settings.docCutType = 1;
+    describe(settings, true);
+    const Bytes whole = model::runJob(settings, pages).stdoutBytes;
+    // What may have gone out: nothing, the job's start, or all but the bands.
+    Bytes start(64, 0);
+    append(start, model::jobSetupBytes(settings));
+    Bytes withoutBands = start;
+    append(withoutBands, model::endPageBytes(settings));
+    append(withoutBands, model::endJobBytes(settings));
+    for (grantedAllocations_ = 0;; ++grantedAllocations_) {
+      SCOPED_TRACE(std::to_string(type) + ", granted " + std::to_string(grantedAllocations_));
+      ASSERT_LT(grantedAllocations_, 1000);
+      const int before = openDescriptors();
+      const FilterResult result = run(pages);
+      EXPECT_EQ(openDescriptors(), before);
+      if (refusedAllocations_ == 0) {
+        EXPECT_EQ(result.status, 0);
+        EXPECT_TRUE(sameBytes(whole, result.out));
+        break;
+      }
+      EXPECT_TRUE(result.out.empty() || result.out == start || result.out == withoutBands);
+      const size_t critical = countLines(result.log, "CRIT:");
+      EXPECT_LE(critical, 1U);
+      EXPECT_GE(critical + countLines(result.log, "ERROR:"), 1U);
+      EXPECT_EQ(result.status, result.out == withoutBands ? 0 : 1);
+    }
+    grantedAllocations_ = -1;
+  }
+}
+#endif
+
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "common/halftone_names.h"
 #include "tests/model/page_patterns.h"
+#include "tests/support/failing_allocations.h"
 #include "tests/support/log_capture.h"
 
 namespace {
@@ -117,7 +118,17 @@ FilterResult FilterFixture::runWith(const std::vector<std::string>& arguments, i
     environment_.cancelRequested = [this, standardInput] { return cancel_(standardInput); };
   }
   FilterResult result;
-  result.log = captureLog([&] { result.status = runFilter(argc, argv.data(), environment_); });
+  result.log = captureLog([&] {
+#if defined(DRAV_TEST_WRAPS_ALLOCATIONS)
+    if (grantedAllocations_ >= 0) {
+      const FailingAllocations failing(grantedAllocations_);
+      result.status = runFilter(argc, argv.data(), environment_);
+      refusedAllocations_ = failing.refused();
+      return;
+    }
+#endif
+    result.status = runFilter(argc, argv.data(), environment_);
+  });
   result.out = out.bytes();
   result.pictures = savedPictures(pictures);
   result.hasRecord = access(recordPath().c_str(), F_OK) == 0;

@@ -58,6 +58,9 @@ class FilterFixture : public testing::Test {
   bool picturesFail_ = false;       // the folder of the pictures is missing
   FilterEnvironment environment_;   // standard input and folder are set by run
   std::FILE* ownOutput_ = nullptr;  // instead of one in memory
+  // Allocations that runFilter is granted; none is refused when negative.
+  int grantedAllocations_ = -1;
+  int refusedAllocations_ = 0;
   // Answers for environment_.cancelRequested, with the input descriptor.
   std::function<bool(int)> cancel_;
   const ScopedEnv utc_{"TZ", "UTC"};

@@ -3,11 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "tests/model/page_patterns.h"
 #include "tests/model/pages.h"
+#include "tests/support/failing_allocations.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/saved_pictures.h"
 #include "tests/support/scoped_env.h"
@@ -237,6 +240,130 @@ TEST_F(PagePipelineTest, MemoryThatCannotBeHadEndsThePageWithoutOutput) {
                        "DEBUG:printImage: Image processing completed"}));
   EXPECT_TRUE(out_.bytes().empty());
   EXPECT_TRUE(folder_.names().empty());
+}
+
+TEST_F(PagePipelineTest, PageTooLargeForAnImageIsNotPrinted) {
+  // 2^29 pixels: eight bits of each no longer fit the image class's 32-bit count.
+  constexpr uint64_t kWidth = 16384;
+  constexpr uint64_t kHeight = 32768;
+  struct Free {
+    void operator()(uint8_t* block) const { std::free(block); }
+  };
+  const std::unique_ptr<uint8_t, Free> page(
+      static_cast<uint8_t*>(std::calloc(kWidth * kHeight, 1)));
+  ASSERT_NE(page, nullptr);
+  for (const DitherType type : {DitherType::None, DitherType::Tattoo}) {
+    configure({});
+    printer_.setHalftoneType(type).setDumpFolder(folder_.file("missing"));
+    const std::vector<std::string> log =
+        captureLog([&] { printer_.printImage(page.get(), kWidth, kHeight, kWidth); });
+    EXPECT_THAT(log, Contains("CRIT:paletteImage.CreateFromArray with grey failed!"));
+    EXPECT_THAT(log, Contains("ERROR:printImage: pimage is NULL, unable to print the image"));
+    EXPECT_EQ(countLines(log, "DravPrinter::saveImage: "), 1U) << "the input picture alone";
+    ASSERT_TRUE(out_.bytes().empty());
+  }
+}
+
+#if defined(DRAV_TEST_WRAPS_ALLOCATIONS)
+TEST_F(PagePipelineTest, PageThatRunsOutOfMemoryAnywhereSendsNothing) {
+  const Bytes page = model::photoPage(40, 110, 3).pixels;
+  bool sawMissingResult = false;
+  for (const int type : {0, 1, 2, 5, 7, 8, 9}) {
+    for (const bool turned : {false, true}) {
+      SCOPED_TRACE(std::to_string(type) + (turned ? ", turned" : ""));
+      model::PrinterSettings settings;
+      settings.halftoneType = type;
+      settings.rotate180 = turned;
+      settings.brightness = 5;
+      configure(settings);
+      const Bytes whole = model::printImage(settings, page, 40, 110, 40).bands;
+      for (int granted = 0;; ++granted) {
+        ASSERT_LT(granted, 1000);
+        MemoryStream out;
+        printer_.getOutputStreams() = {out.get()};
+        print(page, 40, 110, 40);
+        const Bytes before = out.bytes();
+        int refused = 0;
+        bool thrown = false;
+        const std::vector<std::string> log = captureLog([&] {
+          const FailingAllocations failing(granted);
+          try {
+            printer_.printImage(page.data(), 40, 110, 40);
+          } catch (const std::bad_alloc&) {
+            thrown = true;
+          }
+          refused = failing.refused();
+        });
+        Bytes expected = before;
+        if (refused == 0) append(expected, whole);
+        ASSERT_TRUE(sameBytes(expected, out.bytes())) << granted << " allocations granted";
+        if (refused == 0) break;
+        EXPECT_TRUE(thrown || countLines(log, "ERROR:") + countLines(log, "CRIT:") != 0)
+            << granted << " allocations granted";
+        if (testing::Value(log, Contains("ERROR:printImage: Memory allocation for processing "
+                                         "result failed, unable to continue processing"))) {
+          sawMissingResult = true;
+          EXPECT_EQ(log.back(), "DEBUG:printImage: Image processing completed");
+          EXPECT_EQ(countLines(log, "DEBUG:PageProcess: "), 0U);
+        }
+      }
+    }
+  }
+  EXPECT_TRUE(sawMissingResult);
+}
+#endif
+
+// Keeps the finished page that it gets.
+class KeepingPrinter : public DravPrinter {
+ public:
+  void doPrintImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
+                    uint64_t width) override {
+    ++calls;
+    rowBytes = bytesPerLine;
+    columns = width;
+    rows.assign(pixels, pixels + bytesPerLine * height);
+  }
+
+  int calls = 0;
+  uint64_t rowBytes = 0;
+  uint64_t columns = 0;
+  Bytes rows;
+};
+
+TEST_F(PagePipelineTest, OtherPrintersGetTheFinishedPageUnpacked) {
+  const Bytes page = model::photoPage(37, 20, 6).pixels;
+  for (int type = 0; type < 10; ++type) {
+    SCOPED_TRACE(type);
+    model::PrinterSettings settings;
+    settings.halftoneType = type;
+    const model::FinishedPage expected = model::processPage(settings, page, 37, 37, 20);
+    KeepingPrinter printer;
+    printer.getOutputStreams() = {out_.get()};
+    printer.setDumpFolder(folder_.path()).setHalftoneType(static_cast<DitherType>(type));
+    captureLog([&] { printer.printImage(page.data(), 37, 20, 37); });
+    EXPECT_EQ(printer.calls, 1);
+    EXPECT_EQ(printer.rowBytes, 40U);
+    EXPECT_EQ(printer.columns, 37U);
+    EXPECT_TRUE(sameBytes(expected.image.rows(), printer.rows));
+  }
+  EXPECT_TRUE(out_.bytes().empty()) << "the pipeline itself writes nothing";
+}
+
+TEST_F(PagePipelineTest, WidePagesAgreeWithTheModelAtEveryHalftone) {
+  // Wide enough for every vector length, with each remainder of the width.
+  for (int type = 0; type < 11; ++type) {
+    for (const int width : {255, 256, 257, 1181, 2480}) {
+      SCOPED_TRACE(std::to_string(type) + ", width " + std::to_string(width));
+      model::PrinterSettings settings;
+      settings.halftoneType = type;
+      settings.brightness = width == 1181 ? 4 : 0;
+      settings.skipRightPixels = width == 2480 ? 79 : 0;
+      const auto columns = static_cast<uint64_t>(width);
+      const model::Grey picture = model::patternPage(width % 2 == 0 ? "photo" : "noise", width, 9,
+                                                     static_cast<uint64_t>(type));
+      expectAsModel(settings, picture.pixels, columns, 9, columns);
+    }
+  }
 }
 
 TEST_F(PagePipelineTest, FailedSavesCostTwoLinesAndNothingElse) {

@@ -133,7 +133,7 @@ TEST(QZImage, NoAreaIsAnEmptyImage) {
 
 TEST(QZImage, NegativeByteCountThrows) {
   const Bytes source(16, 1);
-  for (const Size& size : {Size{-1, 1}, Size{1, -1}, Size{INT_MIN, 1}, Size{INT_MIN, INT_MAX}}) {
+  for (const Size& size : {Size{-1, 1}, Size{1, -1}, Size{INT_MIN, 1}, Size{-70000, 70000}}) {
     EXPECT_THROW(QZImage(size.width, size.height, QZ_IMG_GRAY), std::bad_alloc);
     EXPECT_THROW(QZImage(size.width, size.height, QZ_IMG_RGB, source.data()), std::bad_alloc);
   }

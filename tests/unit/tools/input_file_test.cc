@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <fstream>
 #include <thread>
 
 #include "tests/support/files.h"
@@ -33,7 +34,11 @@ TEST(InputFile, ReadsAPipeToItsEnd) {
   const std::string pipe = folder.file("pipe");
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   const Bytes content(size_t{3} << 20U, 0x5A);
-  std::thread writer([&] { writeFile(pipe, content); });
+  std::thread writer([&] {
+    std::ofstream out(pipe, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(content.data()),
+              static_cast<std::streamsize>(content.size()));
+  });
   Bytes got;
   std::string error;
   EXPECT_TRUE(readInput(pipe, got, error)) << error;
