@@ -11,7 +11,7 @@ from collections.abc import Mapping
 import cups_raster
 import filter_case
 import ppd_text
-from filter_case import SPOOL, FilterCase, Outcome
+from filter_case import FilterCase, Outcome
 
 MODEL = os.environ.get("DRAV_MODEL_STREAM", "")
 

@@ -144,8 +144,10 @@ class PpdTest(unittest.TestCase):
     def test_cupstestppd_passes(self):
         if ARGUMENTS.filter_dir != ARGUMENTS.cups_filter_dir:
             self.skipTest("the filter is not in CUPS's own folder")
-        for name, _ in self.files.items():
-            result = subprocess.run(["cupstestppd", "-R", self.stage, "-W", "none",
+        # Filters must belong to root; what others stage is checked without them.
+        ignored = [] if os.geteuid() == 0 else ["-I", "filters"]
+        for name in self.files:
+            result = subprocess.run(["cupstestppd", "-R", self.stage, "-W", "none", *ignored,
                                      self.made / name], check=False, capture_output=True, text=True)
             self.assertEqual(result.returncode, 0, result.stdout)
             verdict, *remarks = result.stdout.strip().splitlines()

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cinttypes>
 #include <cstdio>
 #include <string_view>
+#include <utility>
 
 namespace {
 

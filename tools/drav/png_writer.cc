@@ -9,6 +9,8 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "tools/drav/input_file.h"
