@@ -12,6 +12,8 @@ class [[nodiscard]] ScopeGuard {
   ~ScopeGuard() { action_(); }
   ScopeGuard(const ScopeGuard&) = delete;
   ScopeGuard& operator=(const ScopeGuard&) = delete;
+  ScopeGuard(ScopeGuard&&) = delete;
+  ScopeGuard& operator=(ScopeGuard&&) = delete;
 
  private:
   Action action_;

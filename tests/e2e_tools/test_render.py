@@ -94,8 +94,16 @@ class RenderTest(unittest.TestCase):
     def render(self, stream):
         self.job.write_bytes(stream)
         result = self.run_drav("render", self.job, self.out)
-        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
-        return read_png(self.out.read_bytes())
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        width, rows = read_png(self.out.read_bytes())
+        self.assertRegex(result.stdout.decode(),
+                         rf"\A{width} x {len(rows)} dots, [1-9][0-9]* bands\n\Z")
+        return width, rows
+
+    def test_the_summary_counts_the_bands(self):
+        self.job.write_bytes(band(1, 96) + band(1, 96) + band(2, 8))
+        result = self.run_drav("render", self.job, self.out)
+        self.assertEqual(result.stdout, b"16 x 200 dots, 3 bands\n")
 
     def assert_failed(self, result, *words, left=("job.bin",)):
         """Status 2, one line that holds `words`, and no file besides `left`."""

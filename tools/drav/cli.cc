@@ -35,6 +35,15 @@ CLI::App* addRender(CLI::App& app, RenderArguments& arguments) {
   return render;
 }
 
+int renderCommand(const RenderArguments& arguments) {
+  RasterExtent extent;
+  std::string error;
+  if (!renderFile(arguments.job, arguments.out, extent, error)) return fail(error);
+  std::cout << uint64_t{extent.bytesPerRow} * 8 << " x " << extent.rows << " dots, " << extent.bands
+            << " bands\n";
+  return std::cout.flush().good() ? kExitDone : fail("standard output cannot be written");
+}
+
 int runParsed(int argc, const char* const* argv) {
   CLI::App app("Looks at jobs of the Drav printer driver", "drav");
   app.set_version_flag("--version", "drav " DRAV_VERSION);
@@ -55,9 +64,7 @@ int runParsed(int argc, const char* const* argv) {
     return std::cout.flush().good() ? kExitDone : fail("standard output cannot be written");
   }
 
-  std::string error;
-  if (render->parsed() && !renderFile(renderArguments.job, renderArguments.out, error))
-    return fail(error);
+  if (render->parsed()) return renderCommand(renderArguments);
   return kExitDone;
 }
 

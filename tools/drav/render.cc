@@ -48,6 +48,7 @@ bool measureRaster(std::span<const uint8_t> stream, RasterExtent& extent, std::s
   extent = {};
   JobStreamReader reader(stream);
   while (const auto command = reader.next()) {
+    if (command->rows != 0) ++extent.bands;
     extent.rows += command->rows;
     extent.bytesPerRow = std::max(extent.bytesPerRow, command->bytesPerRow);
   }
@@ -61,10 +62,10 @@ bool renderStream(std::span<const uint8_t> stream, const std::string& outPath, s
          draw(stream, extent, outPath, error);
 }
 
-bool renderFile(const std::string& jobPath, const std::string& outPath, std::string& error) {
+bool renderFile(const std::string& jobPath, const std::string& outPath, RasterExtent& extent,
+                std::string& error) {
   std::vector<uint8_t> stream;
   if (!readInput(jobPath, stream, error)) return false;
-  RasterExtent extent;
   if (!measureRaster(stream, extent, error) || !checkExtent(extent, error)) {
     error = (jobPath == "-" ? "standard input" : printablePath(jobPath)) + ": " + error;
     return false;

@@ -12,6 +12,7 @@ inline constexpr uint64_t kMaxPictureBytes = uint64_t{1} << 30U;
 
 // Size of the picture of a job.
 struct RasterExtent {
+  uint64_t bands = 0;
   uint64_t rows = 0;
   uint32_t bytesPerRow = 0;  // of the widest row
 };
@@ -29,8 +30,8 @@ struct RasterExtent {
                                 std::string& error);
 
 // The same for the file or pipe `jobPath`, "-" being standard input; `error` then
-// names the file that is to blame.
+// names the file that is to blame, and `extent` tells what was drawn.
 [[nodiscard]] bool renderFile(const std::string& jobPath, const std::string& outPath,
-                              std::string& error);
+                              RasterExtent& extent, std::string& error);
 
 #endif  // TOOLS_DRAV_RENDER_H_

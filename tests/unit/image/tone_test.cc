@@ -48,6 +48,14 @@ TEST(Light, ContrastScalesAround128) {
   EXPECT_EQ(steep[192], 255);
 }
 
+TEST(Light, ProductsAreRoundedBeforeTheyAreAdded) {
+  // A fused multiply-add would give one level less.
+  const Bytes levels = lit(-255, 30);
+  EXPECT_EQ(levels[233], 10);
+  EXPECT_EQ(levels[243], 23);
+  EXPECT_EQ(levels[253], 36);
+}
+
 TEST(Light, MatchesTheModelForEverySettingAndHostileOnes) {
   std::vector<int> values;
   for (int value = -260; value <= 260; value += 5) values.push_back(value);

@@ -157,16 +157,22 @@ TEST(EdfCus, MatchesTheModelOnEveryPattern) {
   }
 }
 
-// Rounding differences show themselves on large noise only.
-class EdfCusOnLargeNoise : public testing::TestWithParam<uint64_t> {};
+// Rounding differences show themselves on large pages only.
+class EdfCusOnLargePages : public testing::TestWithParam<uint64_t> {};
 
-TEST_P(EdfCusOnLargeNoise, MatchesTheModel) {
+TEST_P(EdfCusOnLargePages, NoiseMatchesTheModel) {
   const model::Grey picture = model::noisePage(1600, 1500, GetParam());
   const int threshold = static_cast<int>(90 + GetParam() % 80);
   EXPECT_TRUE(sameBytes(model::edfCus(picture, threshold).pixels, diffused(picture, threshold)))
       << "seed " << GetParam();
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, EdfCusOnLargeNoise, testing::Values(1, 20, 303, 4004));
+TEST_P(EdfCusOnLargePages, SmoothPagesMatchTheModel) {
+  const model::Grey picture = model::photoPage(1500, 1600, GetParam());
+  EXPECT_TRUE(sameBytes(model::edfCus(picture, 128).pixels, diffused(picture, 128)))
+      << "seed " << GetParam();
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, EdfCusOnLargePages, testing::Values(1, 20, 303, 4004));
 
 }  // namespace
