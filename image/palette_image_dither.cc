@@ -103,6 +103,6 @@ bool PaletteImage::Dither(long method) {
     return false;
   }
   halftone.SetPaletteColor(0, 0, 0, 0, 0);
-  halftone.SetPaletteColor(1, 255, 255, 255, 255);
+  halftone.SetPaletteColor(1, 255, 255, 255, 0);
   return Transfer(halftone, true);
 }

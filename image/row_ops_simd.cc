@@ -3,8 +3,8 @@
 #define HWY_TARGET_INCLUDE "image/row_ops_simd.cc"
 #include "image/vector_targets.h"
 // clang-format off: the target list comes before the vector library
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
 // clang-format on
 
 #include <cstring>

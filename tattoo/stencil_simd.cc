@@ -13,8 +13,8 @@
 #define HWY_TARGET_INCLUDE "tattoo/stencil_simd.cc"
 #include "tattoo/vector_targets.h"
 // clang-format off: the target list comes before the vector library
-#include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
 // clang-format on
 
 #include <algorithm>

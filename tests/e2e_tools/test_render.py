@@ -101,7 +101,7 @@ class RenderTest(unittest.TestCase):
         return width, rows
 
     def test_the_summary_counts_the_bands(self):
-        self.job.write_bytes(band(1, 96) + band(1, 96) + band(2, 8))
+        self.job.write_bytes(band([b"\x01"] * 96) + band([b"\x01"] * 96) + band([b"\x01\x80"] * 8))
         result = self.run_drav("render", self.job, self.out)
         self.assertEqual(result.stdout, b"16 x 200 dots, 3 bands\n")
 

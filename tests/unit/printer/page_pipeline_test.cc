@@ -196,27 +196,32 @@ TEST_F(PagePipelineTest, PaddingColumnsArePackedAsNoDot) {
 }
 
 TEST_F(PagePipelineTest, FailedPageIsReportedAndNeverPrintsTheOneBefore) {
-  for (const DitherType type : {DitherType::Burkes, DitherType::Tattoo}) {
-    configure({});
-    printer_.setHalftoneType(type);
-    MemoryStream out;
-    printer_.getOutputStreams() = {out.get()};
-    print(Bytes(16 * 4, 255), 16, 4, 16);
-    const Bytes good = out.bytes();
-    ASSERT_FALSE(good.empty());
-    const size_t pictures = folder_.names().size();
+  // Rows as long as the picture is wide, and longer ones, whose page is built as
+  // an image.
+  for (const uint64_t width : {uint64_t{16}, uint64_t{15}}) {
+    for (const DitherType type : {DitherType::Burkes, DitherType::Tattoo}) {
+      SCOPED_TRACE(std::to_string(width) + ", " + dravHalftoneTypeToStr(type));
+      configure({});
+      printer_.setHalftoneType(type);
+      MemoryStream out;
+      printer_.getOutputStreams() = {out.get()};
+      print(Bytes(16 * 4, 255), 16, 4, width);
+      const Bytes good = out.bytes();
+      ASSERT_FALSE(good.empty());
+      const size_t pictures = folder_.names().size();
 
-    const std::vector<std::string> log = print(Bytes(16 * 4, 255), 16, 4, 0);
-    EXPECT_THAT(log, Contains("CRIT:paletteImage.CreateFromArray with grey failed!"));
-    EXPECT_THAT(log, Contains("ERROR:printImage: pimage is NULL, unable to print the image"));
-    EXPECT_EQ(log.back(), "DEBUG:printImage: Image processing completed");
-    EXPECT_TRUE(sameBytes(good, out.bytes()));
-    EXPECT_EQ(folder_.names().size(), pictures + 1) << "the input picture alone";
+      const std::vector<std::string> log = print(Bytes(16 * 4, 255), 16, 4, 0);
+      EXPECT_THAT(log, Contains("CRIT:paletteImage.CreateFromArray with grey failed!"));
+      EXPECT_THAT(log, Contains("ERROR:printImage: pimage is NULL, unable to print the image"));
+      EXPECT_EQ(log.back(), "DEBUG:printImage: Image processing completed");
+      EXPECT_TRUE(sameBytes(good, out.bytes()));
+      EXPECT_EQ(folder_.names().size(), pictures + 1) << "the input picture alone";
 
-    print(Bytes(16 * 4, 255), 16, 4, 16);
-    Bytes twice = good;
-    append(twice, good);
-    EXPECT_TRUE(sameBytes(twice, out.bytes())) << "the page after it is printed again";
+      print(Bytes(16 * 4, 255), 16, 4, width);
+      Bytes twice = good;
+      append(twice, good);
+      EXPECT_TRUE(sameBytes(twice, out.bytes())) << "the page after it is printed again";
+    }
   }
 }
 

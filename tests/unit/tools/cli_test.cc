@@ -75,7 +75,8 @@ TEST(Cli, RendersAJob) {
   writeFile(folder.file("job"), hex("1D 76 30 00 01 00 01 00 FF"));
   const Result result = run({"render", folder.file("job"), folder.file("a.png")});
   EXPECT_EQ(result.status, kExitDone);
-  EXPECT_EQ(result.out + result.err, "");
+  EXPECT_EQ(result.out, "8 x 1 dots, 1 bands\n");
+  EXPECT_EQ(result.err, "");
   EXPECT_THAT(folder.names(), testing::ElementsAre("a.png", "job"));
 }
 

@@ -31,7 +31,7 @@ TEST(Render, DrawsTheBandsOfAllPagesAndJobsUnderEachOther) {
   append(next, hex("1B 40, 1D 76 30 00 02 00 01 00 AA 55, 1B 76"));
   append(stream, next);
   std::string error;
-  ASSERT_TRUE(renderStream(stream, folder.file("a.png"), extent, error)) << error;
+  ASSERT_TRUE(renderStream(stream, folder.file("a.png"), error)) << error;
   const Picture picture = readPng(folder.file("a.png"));
   EXPECT_EQ(picture.width, 16U);
   EXPECT_EQ(picture.height, 5U);
@@ -44,7 +44,7 @@ TEST(Render, NarrowPagesAreWhiteOnTheRight) {
   append(stream, band(3, 2, 0xFF));
   append(stream, band(2, 1, 0xFF));
   std::string error;
-  ASSERT_TRUE(renderStream(stream, folder.file("a.png"), extent, error)) << error;
+  ASSERT_TRUE(renderStream(stream, folder.file("a.png"), error)) << error;
   EXPECT_TRUE(sameBytes(levelsOf(hex("FF 00 00, FF FF FF, FF FF FF, FF FF 00")),
                         readPng(folder.file("a.png")).levels));
 }
@@ -63,9 +63,9 @@ TEST(Render, MeasuresTheWidestRowAndAllRows) {
 TEST(Render, JobWithoutRowsIsAnError) {
   const TempFolder folder;
   std::string error;
-  EXPECT_FALSE(renderStream({}, folder.file("a.png"), extent, error));
+  EXPECT_FALSE(renderStream({}, folder.file("a.png"), error));
   EXPECT_EQ(error, "no raster rows, nothing to draw");
-  EXPECT_FALSE(renderStream(hex("1B 40 1B 76"), folder.file("a.png"), extent, error));
+  EXPECT_FALSE(renderStream(hex("1B 40 1B 76"), folder.file("a.png"), error));
   EXPECT_EQ(error, "no raster rows, nothing to draw");
   EXPECT_THAT(folder.names(), IsEmpty());
 }
@@ -75,7 +75,7 @@ TEST(Render, DamageAfterGoodRowsLeavesNoPicture) {
   Bytes stream = band(2, 2, 0xFF);
   append(stream, hex("58"));
   std::string error;
-  EXPECT_FALSE(renderStream(stream, folder.file("a.png"), extent, error));
+  EXPECT_FALSE(renderStream(stream, folder.file("a.png"), error));
   EXPECT_EQ(error, "offset 12: unknown bytes 58");
   EXPECT_THAT(folder.names(), IsEmpty());
 }
@@ -86,7 +86,7 @@ TEST(Render, PicturesOutOfProportionAreRefused) {
   Bytes stream = band(65535, 1, 0);
   append(stream, band(1, 16384, 0));
   std::string error;
-  EXPECT_FALSE(renderStream(stream, folder.file("a.png"), extent, error));
+  EXPECT_FALSE(renderStream(stream, folder.file("a.png"), error));
   EXPECT_EQ(error,
             "a picture of 524280 x 16385 dots is larger than 1073741824 bytes,"
             " the most that is drawn");
