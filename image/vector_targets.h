@@ -27,11 +27,12 @@
 namespace drav_vector {
 
 #if defined(__x86_64__) || defined(__i386__)
-inline bool hasAvx2() { return __builtin_cpu_supports("avx2") != 0; }
+inline bool hasAvx2() { return static_cast<bool>(__builtin_cpu_supports("avx2")); }
 inline bool hasSse4() {
-  return __builtin_cpu_supports("sse4.1") != 0 && __builtin_cpu_supports("sse4.2") != 0;
+  return static_cast<bool>(__builtin_cpu_supports("sse4.1")) &&
+         static_cast<bool>(__builtin_cpu_supports("sse4.2"));
 }
-inline bool hasSsse3() { return __builtin_cpu_supports("ssse3") != 0; }
+inline bool hasSsse3() { return static_cast<bool>(__builtin_cpu_supports("ssse3")); }
 #endif
 
 }  // namespace drav_vector

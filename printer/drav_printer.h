@@ -137,8 +137,8 @@ class DravPrinter {
 
   // Copies the indices of `image` into rows of `stride` bytes. Nothing is
   // written from `capacity` on.
-  void copyPixels(const PaletteImage& image, uint8_t* dst, int32_t width, int32_t height,
-                  int32_t stride, size_t capacity = SIZE_MAX) const;
+  static void copyPixels(const PaletteImage& image, uint8_t* dst, int32_t width, int32_t height,
+                         int32_t stride, size_t capacity = SIZE_MAX);
 
   // The same with index 1 as 0xFF and, when printing negative, complemented.
   void copyProcessedPixels(const PaletteImage* image, uint8_t* dst, int32_t width, int32_t height,

@@ -132,7 +132,7 @@ bool DravPrinter::halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, in
 }
 
 void DravPrinter::copyPixels(const PaletteImage& image, uint8_t* dst, int32_t width, int32_t height,
-                             int32_t stride, size_t capacity) const {
+                             int32_t stride, size_t capacity) {
   copyIndices(image, dst, width, height, stride, capacity, [](uint8_t index) { return index; });
 }
 

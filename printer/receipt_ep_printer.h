@@ -9,9 +9,10 @@ class ReceiptEpPrinter : public DravPrinter {
  public:
   ReceiptEpPrinter() = default;
 
-  // Packs the page in place (the pixels are written through) and sends it.
+  // Packs the page in place (the pixels are written through) and sends it. Pages
+  // that need no image come packed already, past this function: hence final.
   void doPrintImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
-                    uint64_t width) override;
+                    uint64_t width) final;
 
   // Sends `height` packed rows as bands of at most 96 rows to every output
   // stream. A page without rows sends nothing.

@@ -48,8 +48,9 @@ QZImage edf_cus(const QZImage& source, int threshold) {
         *pixel = 0;
       }
       for (const StencilTap& tap : kStencilTaps) {
-        if (!isWithinBounds(x + tap.dx, y + tap.dy, width, height)) continue;
-        float& entry = (tap.dy == 0 ? current : below)[static_cast<size_t>(x + tap.dx)];
+        const int32_t target = x + tap.dx;
+        if (!isWithinBounds(target, y + tap.dy, width, height)) continue;
+        float& entry = (tap.dy == 0 ? current : below)[static_cast<size_t>(target)];
         entry = error * tap.weight + entry;
       }
     }

@@ -1053,8 +1053,10 @@ void testCommands() {
   expectInt(static_cast<int64_t>(skipPixels(576, 203, 1000)), 0, "skip of 1000");
   expectInt(static_cast<int64_t>(skipPixels(0, 203, 1700)), 0, "no limit");
   expectInt(static_cast<int64_t>(skipPixels(-5, 203, 1700)), 0, "negative limit");
-  expectInt(static_cast<int64_t>(skipPixels(static_cast<double>(INFINITY), 203, 1700)), 0, "infinite limit");
-  expectInt(static_cast<int64_t>(skipPixels(static_cast<double>(NAN), 203, 1700)), 0, "limit that is no number");
+  expectInt(static_cast<int64_t>(skipPixels(static_cast<double>(INFINITY), 203, 1700)), 0,
+            "infinite limit");
+  expectInt(static_cast<int64_t>(skipPixels(static_cast<double>(NAN), 203, 1700)), 0,
+            "limit that is no number");
   expectInt(static_cast<int64_t>(skipPixels(576, 300, 2479)), 79, "skip of A4");
 }
 
