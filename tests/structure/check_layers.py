@@ -75,7 +75,7 @@ def self_check():
         {"printer/a.cc": '#include "filter/settings.h"\n'},
         {"printer/a.cc": "x = ppdFindOption(ppd, name);\n"},
         {"printer/a.cc": "#include <hwy/highway.h>\n"},
-        {"filter/a.cc": '#include "tools/drav/render.h"\n'},
+        {"filter/a.cc": '#include "tools/drav/render/render.h"\n'},
     ]
     good = {
         "printer/a.cc": '#include "tattoo/pipeline.h"\n#include <cups/raster.h>\n// ppdClose()\n',

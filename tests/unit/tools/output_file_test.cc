@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/output_file.h"
+#include "tools/drav/io/output_file.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/png_writer.h"
+#include "tools/drav/io/png_writer.h"
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>

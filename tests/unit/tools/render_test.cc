@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/render.h"
+#include "tools/drav/render/render.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/png_writer.h"
+#include "tools/drav/io/png_writer.h"
 
 #include <png.h>
 
@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "tools/drav/input_file.h"
-#include "tools/drav/output_file.h"
+#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/output_file.h"
 
 struct PngWriter::State {
   OutputFile file;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // drav render: the dots of a job as a picture.
-#ifndef TOOLS_DRAV_RENDER_H_
-#define TOOLS_DRAV_RENDER_H_
+#ifndef TOOLS_DRAV_RENDER_RENDER_H_
+#define TOOLS_DRAV_RENDER_RENDER_H_
 
 #include <cstdint>
 #include <span>
@@ -34,4 +34,4 @@ struct RasterExtent {
 [[nodiscard]] bool renderFile(const std::string& jobPath, const std::string& outPath,
                               RasterExtent& extent, std::string& error);
 
-#endif  // TOOLS_DRAV_RENDER_H_
+#endif  // TOOLS_DRAV_RENDER_RENDER_H_

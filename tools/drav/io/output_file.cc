@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/output_file.h"
+#include "tools/drav/io/output_file.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 #include <cstring>
 #include <utility>
 
-#include "tools/drav/input_file.h"
+#include "tools/drav/io/input_file.h"
 
 namespace {
 

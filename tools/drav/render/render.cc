@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/render.h"
+#include "tools/drav/render/render.h"
 
 #include <algorithm>
 #include <limits>
 #include <vector>
 
-#include "tools/drav/input_file.h"
-#include "tools/drav/job_stream.h"
-#include "tools/drav/png_writer.h"
+#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/png_writer.h"
+#include "tools/drav/job/job_stream.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writes black-and-white pictures as 1-bit grey PNG files (ISO/IEC 15948), row
 // by row, so that no more than a row is held in memory.
-#ifndef TOOLS_DRAV_PNG_WRITER_H_
-#define TOOLS_DRAV_PNG_WRITER_H_
+#ifndef TOOLS_DRAV_IO_PNG_WRITER_H_
+#define TOOLS_DRAV_IO_PNG_WRITER_H_
 
 #include <cstdint>
 #include <memory>
@@ -39,4 +39,4 @@ class PngWriter {
   std::unique_ptr<State> state_;
 };
 
-#endif  // TOOLS_DRAV_PNG_WRITER_H_
+#endif  // TOOLS_DRAV_IO_PNG_WRITER_H_

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reads a whole input of a command: a file, a pipe, or standard input.
-#ifndef TOOLS_DRAV_INPUT_FILE_H_
-#define TOOLS_DRAV_INPUT_FILE_H_
+#ifndef TOOLS_DRAV_IO_INPUT_FILE_H_
+#define TOOLS_DRAV_IO_INPUT_FILE_H_
 
 #include <cstdint>
 #include <string>
@@ -19,4 +19,4 @@ inline constexpr uint64_t kMaxInputBytes = uint64_t{2} << 30U;
 // The name of an input for a message: one line, whatever bytes the path holds.
 std::string printablePath(const std::string& path);
 
-#endif  // TOOLS_DRAV_INPUT_FILE_H_
+#endif  // TOOLS_DRAV_IO_INPUT_FILE_H_

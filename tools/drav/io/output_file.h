@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A file that appears under its name only when it is complete.
-#ifndef TOOLS_DRAV_OUTPUT_FILE_H_
-#define TOOLS_DRAV_OUTPUT_FILE_H_
+#ifndef TOOLS_DRAV_IO_OUTPUT_FILE_H_
+#define TOOLS_DRAV_IO_OUTPUT_FILE_H_
 
 #include <cstdio>
 #include <string>
@@ -40,4 +40,4 @@ class OutputFile {
   std::FILE* stream_ = nullptr;
 };
 
-#endif  // TOOLS_DRAV_OUTPUT_FILE_H_
+#endif  // TOOLS_DRAV_IO_OUTPUT_FILE_H_

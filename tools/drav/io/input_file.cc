@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/input_file.h"
+#include "tools/drav/io/input_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

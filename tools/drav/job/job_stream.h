@@ -7,8 +7,8 @@
 // follow each other in one stream. Anything else ends the reading with an error
 // that says where it is and what stands there: after a byte that is not
 // understood, nothing says where the next command begins.
-#ifndef TOOLS_DRAV_JOB_STREAM_H_
-#define TOOLS_DRAV_JOB_STREAM_H_
+#ifndef TOOLS_DRAV_JOB_JOB_STREAM_H_
+#define TOOLS_DRAV_JOB_JOB_STREAM_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -81,4 +81,4 @@ class JobStreamReader {
   std::optional<JobStreamError> error_;
 };
 
-#endif  // TOOLS_DRAV_JOB_STREAM_H_
+#endif  // TOOLS_DRAV_JOB_JOB_STREAM_H_

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/drav/command.h"
+
+#include <cstdio>
+#include <iostream>
+
+#include "tools/drav/io/input_file.h"
+
+int failCommand(const std::string& text) {
+  (void)std::fprintf(stderr, "drav: %s\n", printablePath(text).c_str());
+  return kExitFailed;
+}
+
+int endCommand(int status) {
+  return std::cout.flush().good() ? status : failCommand("standard output cannot be written");
+}

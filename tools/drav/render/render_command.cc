@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/drav/render/render_command.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "tools/drav/render/render.h"
+
+namespace {
+
+struct Arguments {
+  std::string job;
+  std::string out;
+};
+
+int run(const Arguments& arguments) {
+  RasterExtent extent;
+  std::string error;
+  if (!renderFile(arguments.job, arguments.out, extent, error)) return failCommand(error);
+  std::cout << uint64_t{extent.bytesPerRow} * 8 << " x " << extent.rows << " dots, " << extent.bands
+            << " bands\n";
+  return kExitDone;
+}
+
+}  // namespace
+
+Command addRender(CLI::App& app) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* render = app.add_subcommand("render", "Draw the dots of a job as a picture");
+  render->add_option("JOB", arguments->job, "Job stream or command record; - is standard input")
+      ->required();
+  render->add_option("OUT", arguments->out, "Picture to write: PNG, one pixel a dot")->required();
+  render->footer(
+      "Example:\n"
+      "  PPD=stencil.ppd rastertodrav 1 me title 1 '' page.ras > job.bin\n"
+      "  drav render job.bin job.png\n");
+  return {render, [arguments] { return run(*arguments); }};
+}
