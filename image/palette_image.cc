@@ -64,14 +64,7 @@ uint8_t* PaletteImage::Create(uint32_t width, uint32_t height, uint32_t bpp, uin
 
   info.effWidth = (bpp * width + 31) / 32 * 4;
   info.imageType = imageType;
-  head.biSize = kHeaderSize;
-  head.biWidth = static_cast<int32_t>(width);
-  head.biHeight = static_cast<int32_t>(height);
-  head.biPlanes = 1;
-  head.biBitCount = static_cast<uint16_t>(bpp);
-  head.biCompression = 0;
-  head.biSizeImage = info.effWidth * height;
-  head.biClrUsed = paletteEntries(bpp);
+  FillHeader(head, width, height, bpp);
 
   // Zeroed: neither the palette nor the row padding, which reaches the printer,
   // may hold what the heap held before.
@@ -83,6 +76,29 @@ uint8_t* PaletteImage::Create(uint32_t width, uint32_t height, uint32_t bpp, uin
   std::memcpy(dib, &head, kHeaderSize);
   info.pixels = GetBits(0);
   return dib;
+}
+
+void PaletteImage::FillHeader(BITMAPINFOHEADER& header, uint32_t width, uint32_t height,
+                              uint32_t bpp) {
+  header.biSize = kHeaderSize;
+  header.biWidth = static_cast<int32_t>(width);
+  header.biHeight = static_cast<int32_t>(height);
+  header.biPlanes = 1;
+  header.biBitCount = static_cast<uint16_t>(bpp);
+  header.biCompression = 0;
+  header.biSizeImage = (bpp * width + 31) / 32 * 4 * height;
+  header.biClrUsed = paletteEntries(bpp);
+}
+
+void PaletteImage::RenewInPlace() {
+  BITMAPINFOHEADER renewed = {};
+  FillHeader(renewed, GetWidth(), GetHeight(), head.biBitCount);
+  head = renewed;
+  std::memcpy(dib, &head, kHeaderSize);
+  const size_t used = GetWidth();
+  for (uint32_t y = 0; y < GetHeight(); ++y) {
+    std::memset(GetBits(y) + used, 0, info.effWidth - used);
+  }
 }
 
 bool PaletteImage::IsCreatable(uint32_t width, uint32_t height, uint32_t bpp) {

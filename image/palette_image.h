@@ -229,6 +229,9 @@ class PaletteImage {
   void TakeError(const PaletteImage& failed) { info.lastError = failed.info.lastError; }
   // Makes `temporary` an image of the given size that inherits this one's
   // bookkeeping, without or with the palette.
+  static void FillHeader(BITMAPINFOHEADER& header, uint32_t width, uint32_t height, uint32_t bpp);
+  // An 8-bit image's header and row padding become those of a new image.
+  void RenewInPlace();
   bool CreateLike(PaletteImage& temporary, uint32_t width, uint32_t height, uint32_t bpp) const;
   void CopyPaletteTo(PaletteImage& target) const;
   bool IncreaseIndexedBpp(uint32_t bpp);

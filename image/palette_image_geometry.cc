@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "image/palette_image.h"
+#include "image/row_ops.h"
 
 namespace {
 
@@ -23,6 +24,20 @@ uint32_t expandedSide(uint32_t side, long before, long after) {
 
 bool PaletteImage::Rotate180(PaletteImage* target) {
   if (dib == nullptr) return false;
+  if (head.biBitCount == 8 && (target == nullptr || target == this)) {
+    RenewInPlace();
+    const size_t width = GetWidth();
+    const uint32_t height = GetHeight();
+    for (uint32_t y = 0; y < height - y; ++y) {
+      uint8_t* upper = GetBits(y);
+      uint8_t* lower = GetBits(height - 1 - y);
+      rowOps().reverse(upper, width);
+      if (upper == lower) break;
+      rowOps().reverse(lower, width);
+      std::swap_ranges(upper, upper + width, lower);
+    }
+    return true;
+  }
   PaletteImage turned;
   if (CreateLike(turned, GetWidth(), GetHeight(), 8)) {
     CopyPaletteTo(turned);
@@ -46,6 +61,11 @@ bool PaletteImage::Rotate180(PaletteImage* target) {
 
 void PaletteImage::Mirror() {
   if (dib == nullptr) return;
+  if (head.biBitCount == 8) {
+    RenewInPlace();
+    for (uint32_t y = 0; y < GetHeight(); ++y) rowOps().reverse(GetBits(y), GetWidth());
+    return;
+  }
   PaletteImage mirrored;
   if (CreateLike(mirrored, GetWidth(), GetHeight(), 8)) {
     CopyPaletteTo(mirrored);

@@ -58,5 +58,6 @@ bool PaletteImage::Lut(const uint8_t* table) {
 void PaletteImage::Negative() {
   if (dib == nullptr) return;
   uint8_t* pixels = GetBits(0);
-  for (size_t i = 0; i < head.biSizeImage; ++i) pixels[i] = static_cast<uint8_t>(~pixels[i]);
+  const size_t size = head.biSizeImage;
+  for (size_t i = 0; i < size; ++i) pixels[i] = static_cast<uint8_t>(~pixels[i]);
 }

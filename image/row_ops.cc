@@ -25,11 +25,13 @@ void replacePlain(const uint8_t* row, size_t width, const LevelTable& table, uin
   for (size_t x = 0; x < width; ++x) out[x] = table[row[x]];
 }
 
+void reversePlain(uint8_t* row, size_t width) { std::reverse(row, row + width); }
+
 }  // namespace
 
 std::span<const RowOpsVariant> rowOpsVariants() {
   static const std::vector<RowOpsVariant> variants = [] {
-    std::vector<RowOpsVariant> list = {{"plain", packPlain, replacePlain}};
+    std::vector<RowOpsVariant> list = {{"plain", packPlain, replacePlain, reversePlain}};
     appendVectorRowOps(list);
     return list;
   }();

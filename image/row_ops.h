@@ -21,6 +21,9 @@ struct RowOpsVariant {
 
   // out[x] = table[row[x]]. `out` may be `row`.
   void (*replace)(const uint8_t* row, size_t width, const LevelTable& table, uint8_t* out);
+
+  // Turns the row end for end.
+  void (*reverse)(uint8_t* row, size_t width);
 };
 
 // Those that this machine can run: the plain reference first, the fastest last.

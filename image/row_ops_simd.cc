@@ -7,6 +7,7 @@
 #include <hwy/highway.h>
 // clang-format on
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -26,6 +27,9 @@ using RowBlock = hn::FixedTag<uint8_t, 16>;
 // lowest, and belongs to the top.
 alignas(16) constexpr uint8_t kReversedEights[16] = {7,  6,  5,  4,  3,  2,  1, 0,
                                                      15, 14, 13, 12, 11, 10, 9, 8};
+
+alignas(16) constexpr uint8_t kReversed[16] = {15, 14, 13, 12, 11, 10, 9, 8,
+                                               7,  6,  5,  4,  3,  2,  1, 0};
 
 size_t pack(const uint8_t* row, size_t width, uint8_t* out) {
   const RowBytes d;
@@ -56,10 +60,44 @@ size_t pack(const uint8_t* row, size_t width, uint8_t* out) {
   return (width + 7) / 8;
 }
 
+// Brightness alone gives a table that adds one number and saturates. Finds it:
+// true when table[x] is x + shift, cut to 0 ... 255, for every x.
+bool isShift(const LevelTable& table, int& shift) {
+  const RowBytes d;
+  shift = table[0] > 0 ? table[0] : table[255] - 255;
+  const auto up = hn::Set(d, static_cast<uint8_t>(std::max(shift, 0)));
+  const auto down = hn::Set(d, static_cast<uint8_t>(std::max(-shift, 0)));
+  for (size_t x = 0; x < table.size(); x += hn::Lanes(d)) {
+    const auto level = hn::Iota(d, static_cast<uint8_t>(x));
+    const auto moved = hn::SaturatedSub(hn::SaturatedAdd(level, up), down);
+    if (!hn::AllTrue(d, hn::Eq(moved, hn::LoadU(d, table.data() + x)))) return false;
+  }
+  return true;
+}
+
+void shiftLevels(const uint8_t* row, size_t width, const LevelTable& table, int shift,
+                 uint8_t* out) {
+  const RowBytes d;
+  const auto up = hn::Set(d, static_cast<uint8_t>(std::max(shift, 0)));
+  const auto down = hn::Set(d, static_cast<uint8_t>(std::max(-shift, 0)));
+  size_t x = 0;
+  for (; x + hn::Lanes(d) <= width; x += hn::Lanes(d)) {
+    const auto level = hn::LoadU(d, row + x);
+    hn::StoreU(hn::SaturatedSub(hn::SaturatedAdd(level, up), down), d, out + x);
+  }
+  for (; x < width; ++x) out[x] = table[row[x]];
+}
+
 void replace(const uint8_t* row, size_t width, const LevelTable& table, uint8_t* out) {
+  int shift = 0;
+  if (width >= 2 * table.size() && isShift(table, shift)) {
+    shiftLevels(row, width, table, shift, out);
+    return;
+  }
+  size_t x = 0;
+#if HWY_TARGET != HWY_SSSE3 && HWY_TARGET != HWY_SSE4  // one look-up at a time is faster there
   const RowBytes d;
   const size_t lanes = hn::Lanes(d);
-  size_t x = 0;
   for (; x + lanes <= width; x += lanes) {
     // Sixteen look-ups of sixteen entries: the saturating addition sets the top
     // bit of every index outside the part's range, which looks up 0.
@@ -73,7 +111,27 @@ void replace(const uint8_t* row, size_t width, const LevelTable& table, uint8_t*
     }
     hn::StoreU(result, d, out + x);
   }
+#endif
   for (; x < width; ++x) out[x] = table[row[x]];
+}
+
+void reverse(uint8_t* row, size_t width) {
+  const RowBytes d;
+  const auto order = hn::LoadDup128(d, kReversed);
+  const auto turned = [&](hn::Vec<RowBytes> bytes) HWY_ATTR {
+    return hn::ReverseBlocks(d, hn::TableLookupBytes(bytes, order));
+  };
+  const size_t lanes = hn::Lanes(d);
+  uint8_t* first = row;
+  uint8_t* end = row + width;
+  for (; static_cast<size_t>(end - first) >= 2 * lanes; first += lanes) {
+    end -= lanes;
+    const auto left = hn::LoadU(d, first);
+    const auto right = hn::LoadU(d, end);
+    hn::StoreU(turned(right), d, first);
+    hn::StoreU(turned(left), d, end);
+  }
+  std::reverse(first, end);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR
@@ -86,21 +144,25 @@ HWY_AFTER_NAMESPACE();
 void appendVectorRowOps(std::vector<RowOpsVariant>& variants) {
 #if HWY_TARGETS & HWY_SSSE3
   if (drav_vector::hasSsse3()) {
-    variants.push_back({"ssse3", drav_vector::N_SSSE3::pack, drav_vector::N_SSSE3::replace});
+    variants.push_back({"ssse3", drav_vector::N_SSSE3::pack, drav_vector::N_SSSE3::replace,
+                        drav_vector::N_SSSE3::reverse});
   }
 #endif
 #if HWY_TARGETS & HWY_SSE4
   if (drav_vector::hasSse4()) {
-    variants.push_back({"sse4", drav_vector::N_SSE4::pack, drav_vector::N_SSE4::replace});
+    variants.push_back({"sse4", drav_vector::N_SSE4::pack, drav_vector::N_SSE4::replace,
+                        drav_vector::N_SSE4::reverse});
   }
 #endif
 #if HWY_TARGETS & HWY_AVX2
   if (drav_vector::hasAvx2()) {
-    variants.push_back({"avx2", drav_vector::N_AVX2::pack, drav_vector::N_AVX2::replace});
+    variants.push_back({"avx2", drav_vector::N_AVX2::pack, drav_vector::N_AVX2::replace,
+                        drav_vector::N_AVX2::reverse});
   }
 #endif
 #if HWY_TARGETS & HWY_NEON
-  variants.push_back({"neon", drav_vector::N_NEON::pack, drav_vector::N_NEON::replace});
+  variants.push_back({"neon", drav_vector::N_NEON::pack, drav_vector::N_NEON::replace,
+                      drav_vector::N_NEON::reverse});
 #endif
 }
 #endif  // HWY_ONCE

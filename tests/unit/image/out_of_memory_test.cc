@@ -119,11 +119,11 @@ TEST(OutOfMemory, EveryAllocationOfDitherMayFail) {
   }
 }
 
-TEST(OutOfMemory, RotateMirrorAndCentreEndUpEmpty) {
+TEST(OutOfMemory, RotateMirrorAndCentreThatNeedAnImageEndUpEmpty) {
   for (int operation = 0; operation < 3; ++operation) {
     SCOPED_TRACE(operation);
     OwnedImage image;
-    fillSmall(image);
+    ASSERT_NE(image.Create(7, 3, operation == 2 ? 8 : 4, 0), nullptr);
     withoutMemory([&] {
       if (operation == 0) {
         EXPECT_TRUE(image.Rotate180(nullptr));
@@ -136,6 +136,19 @@ TEST(OutOfMemory, RotateMirrorAndCentreEndUpEmpty) {
     EXPECT_FALSE(image.IsValid());
     EXPECT_STREQ(image.GetLastError(), kNoMemoryText);
   }
+}
+
+TEST(OutOfMemory, EightBitImagesTurnInPlace) {
+  OwnedImage image;
+  fillSmall(image);
+  const Bytes before = blockOf(image);
+  withoutMemory([&] {
+    EXPECT_TRUE(image.Rotate180(nullptr));
+    image.Mirror();
+    image.Mirror();
+    EXPECT_TRUE(image.Rotate180(&image));
+  });
+  EXPECT_TRUE(sameBytes(before, blockOf(image)));
 }
 
 TEST(OutOfMemory, RotateIntoATargetEmptiesTheTarget) {

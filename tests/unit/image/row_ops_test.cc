@@ -3,6 +3,7 @@
 // guard bytes on both ends.
 #include "image/row_ops.h"
 
+#include <algorithm>
 #include <string>
 
 #include "tests/unit/image/image_support.h"
@@ -104,6 +105,41 @@ TEST_P(RowOps, ReplaceFindsEveryEntry) {
   EXPECT_TRUE(sameBytes(Bytes(table.begin(), table.end()), out));
 }
 
+// Brightness alone: every shift of every level, and tables that are off by one entry.
+TEST_P(RowOps, ReplaceTakesShiftedTablesAndThoseThatAlmostAre) {
+  model::Random random(5);
+  Bytes row(700);
+  for (uint8_t& byte : row) byte = random.byte();
+  for (size_t level = 0; level < 256; ++level) row[level] = static_cast<uint8_t>(level);
+  for (int shift = -256; shift <= 256; ++shift) {
+    LevelTable table = {};
+    for (int level = 0; level < 256; ++level) {
+      table[static_cast<size_t>(level)] = static_cast<uint8_t>(std::clamp(level + shift, 0, 255));
+    }
+    for (const bool changed : {false, true}) {
+      if (changed) ++table[random.byte()];
+      Bytes wanted;
+      for (const uint8_t byte : row) wanted.push_back(table[byte]);
+      Bytes out = guarded(Bytes(row.size(), kGuard));
+      GetParam().replace(row.data(), row.size(), table, out.data() + kGuardBytes);
+      ASSERT_TRUE(sameBytes(guarded(wanted), out)) << "shift " << shift << ", " << changed;
+    }
+  }
+}
+
+TEST_P(RowOps, ReverseTurnsTheRowAndNothingElse) {
+  for (size_t width = 0; width <= 300; ++width) {
+    model::Random random(width + 23);
+    Bytes row(width);
+    for (uint8_t& byte : row) byte = random.byte();
+    Bytes wanted;
+    for (size_t x = width; x > 0; --x) wanted.push_back(row[x - 1]);
+    Bytes out = guarded(row);
+    GetParam().reverse(out.data() + kGuardBytes, width);
+    ASSERT_TRUE(sameBytes(guarded(wanted), out)) << "width " << width;
+  }
+}
+
 std::string variantName(const testing::TestParamInfo<RowOpsVariant>& variant) {
   return variant.param.name;
 }
@@ -117,6 +153,7 @@ TEST(RowOpsVariants, ThePlainOneIsFirstAndTheLastOneIsUsed) {
   EXPECT_STREQ(rowOpsVariants().front().name, "plain");
   EXPECT_EQ(rowOps().pack, rowOpsVariants().back().pack);
   EXPECT_EQ(rowOps().replace, rowOpsVariants().back().replace);
+  EXPECT_EQ(rowOps().reverse, rowOpsVariants().back().reverse);
 }
 
 }  // namespace
