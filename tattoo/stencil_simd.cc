@@ -2,9 +2,9 @@
 // The tattoo stages row by row in vectors.
 //
 // Blur. The plain sum is formed in double, rounded to single and then to a byte.
-// Here it is a fixed-point sum with 15 bits behind the point, whose distance from
-// the plain one is bounded (see kUnsure); only where that leaves the byte open is
-// the plain sum formed for the pixel.
+// Here it is a sum of 16-bit products whose distance from the plain one is bounded
+// (see BlurTaps); where that leaves the byte open, about one sum in 600, a 64-bit
+// sum decides, and where that does not either, the plain one.
 //
 // Error diffusion. A wavefront: each lane holds one row and lags the row above by
 // kLag columns. Every product and sum is the plain one, single precision, in the
@@ -36,34 +36,67 @@ namespace drav_stencil {
 
 constexpr size_t kTaps = kStencilUnsharpTaps;
 constexpr size_t kHalf = kTaps / 2;
-constexpr int kPointBits = 15;
 
-// The Gaussian of the unsharp mask, exact and in fixed point: 30 bits behind the
-// point, split into two halves of 15.
+// Levels are multiplied by kScale, and the taps by 2^kPointBits / kScale: of all
+// numbers with which two levels together fit 16 bits, 29 is the one (with 58, its
+// double) for which the taps come closest to whole numbers.
+constexpr int32_t kScale = 29;
+constexpr int kPointBits = 22;
+constexpr int kFineBits = 40;  // behind the point of the 64-bit sum
+constexpr int64_t kFineUnit = int64_t{kScale} << kFineBits;
+
+// What the plain sum may be off by for its two roundings to single, 2^-17 each.
+constexpr int64_t kPlainError = int64_t{1} << (kPointBits - 16);
+
+// The Gaussian of the unsharp mask: exact, and in whole numbers.
 struct BlurTaps {
   BlurTaps() {
     generateGaussianKernel1D(kStencilUnsharpTaps, kUnsharpSigma, exact.data());
+    double above = 0.0;
+    double below = 0.0;
     for (size_t k = 0; k <= kHalf; ++k) {
-      const auto fixed = static_cast<int32_t>(std::lround(exact[k] * (1 << (2 * kPointBits))));
-      high[k] = static_cast<int16_t>(fixed >> kPointBits);
-      low[k] = static_cast<int16_t>(fixed & ((1 << kPointBits) - 1));
+      const double scaled = exact[k] * (1 << kPointBits) / kScale;
+      coarse[k] = static_cast<int16_t>(std::lround(scaled));
+      fine[k] = std::llround(exact[k] * static_cast<double>(int64_t{1} << kFineBits));
+      const double error = (coarse[k] - scaled) * kScale * (k < kHalf ? 2 * 255 : 255);
+      (error > 0 ? above : below) += error;
     }
+    const auto high = static_cast<int64_t>(std::ceil(above)) + kPlainError;
+    const auto low = static_cast<int64_t>(std::floor(below)) - kPlainError;
+    bias = static_cast<int32_t>((int64_t{1} << (kPointBits - 1)) - high);
+    lastSure = static_cast<int32_t>((int64_t{1} << kPointBits) - 1 - (high - low));
   }
   std::array<double, kTaps> exact = {};
-  std::array<int16_t, kHalf + 1> high = {};  // symmetric: the first half and the centre
-  std::array<int16_t, kHalf + 1> low = {};
+  std::array<int16_t, kHalf + 1> coarse = {};  // symmetric: the first half and the centre
+  std::array<int64_t, kHalf + 1> fine = {};
+
+  // coarse sum + bias has the byte above its kPointBits lowest bits, provided that
+  // those are lastSure or less: then no error within the bounds reaches another.
+  int32_t bias = 0;
+  int32_t lastSure = 0;
 };
 
-// The fixed-point sum, cut to 15 bits, is at most 1 unit of 2^-15 low, and off by
-// 11 * 255 * 2^-31 for the taps; the plain sum is off by 2^-17 for each of its two
-// roundings to single, half a unit together. A fraction this many units away from
-// a whole number on either side decides the byte.
-constexpr int kUnsure = 4;
-
+// The sum in the order of the taps, as the plain blur forms it. `in`: one row of
+// scaled levels a tap.
 inline int16_t plainLevel(const int16_t* const* in, size_t x, const BlurTaps& taps) {
   double sum = 0.0;
-  for (size_t t = 0; t < kTaps; ++t) sum = static_cast<double>(in[t][x]) * taps.exact[t] + sum;
+  for (size_t t = 0; t < kTaps; ++t) {
+    sum = static_cast<double>(in[t][x] / kScale) * taps.exact[t] + sum;
+  }
   return static_cast<int16_t>(my_round(static_cast<float>(sum)) & 0xFF);
+}
+
+// The same by the 64-bit sum, whose distance from the plain one is far below
+// kMargin: 2^-16 for its roundings and 11 * 255 * 2^-41 for the taps.
+inline int16_t fineLevel(const int16_t* const* in, size_t x, const BlurTaps& taps) {
+  constexpr int64_t kMargin = kFineUnit >> 15;
+  int64_t sum = kFineUnit / 2 + taps.fine[kHalf] * in[kHalf][x];
+  for (size_t k = 0; k < kHalf; ++k) {
+    sum += taps.fine[k] * (int32_t{in[k][x]} + in[kTaps - 1 - k][x]);
+  }
+  const int64_t rest = sum % kFineUnit;
+  if (rest < kMargin || rest > kFineUnit - kMargin) return plainLevel(in, x, taps);
+  return static_cast<int16_t>(sum / kFineUnit);
 }
 
 }  // namespace drav_stencil
@@ -155,127 +188,140 @@ HWY_INLINE PairSums addPair(PairSums sums, hn::Vec<Shorts> a, hn::Vec<Shorts> b,
 }
 #endif
 
-// The sum with 15 bits behind the point, plus a half.
-HWY_INLINE hn::Vec<Ints> combine(hn::Vec<Ints> high, hn::Vec<Ints> low) {
-  const Ints d;
-  return hn::Add(hn::Add(high, hn::ShiftRight<kPointBits>(low)), hn::Set(d, 1 << (kPointBits - 1)));
-}
-
-// True in lanes whose fraction decides the byte.
-HWY_INLINE hn::Mask<Ints> isSure(hn::Vec<Ints> value) {
-  const Ints d;
-  const auto fraction = hn::And(value, hn::Set(d, (1 << kPointBits) - 1));
-  const auto centred = hn::Abs(hn::Sub(fraction, hn::Set(d, 1 << (kPointBits - 1))));
-  return hn::Lt(centred, hn::Set(d, (1 << (kPointBits - 1)) - kUnsure));
-}
-
-// One output row of `width` levels from the rows of the 11 taps (or one row at 11
-// offsets). Reads and writes up to the next multiple of a vector.
+// Forms one row of `width` blurred levels from the rows of the 11 taps (or one row
+// at 11 offsets) and hands each vector of them to `finish`. Reads up to the next
+// multiple of a vector.
+template <class Finish>
 HWY_INLINE void blurRow(const int16_t* const* in, size_t width, const BlurTaps& taps,
-                        int16_t* HWY_RESTRICT out) {
+                        const Finish& finish) {
   const Shorts d;
   const Ints d32;
   const size_t lanes = hn::Lanes(d);
+  const auto bias = hn::Set(d32, taps.bias);
+  const auto fraction = hn::Set(d32, (1 << kPointBits) - 1);
+  const auto lastSure = hn::Set(d32, taps.lastSure);
   for (size_t x = 0; x < width; x += lanes) {
     hn::Vec<Shorts> s[kHalf + 1];
     for (size_t k = 0; k < kHalf; ++k) {
       s[k] = hn::Add(hn::LoadU(d, in[k] + x), hn::LoadU(d, in[kTaps - 1 - k] + x));
     }
     s[kHalf] = hn::LoadU(d, in[kHalf] + x);
-    PairSums high = {hn::Zero(d32), hn::Zero(d32)};
-    PairSums low = high;
+    PairSums sums = {bias, bias};
     for (size_t k = 0; k <= kHalf; k += 2) {
-      high = addPair(high, s[k], s[k + 1], taps.high[k], taps.high[k + 1]);
-      low = addPair(low, s[k], s[k + 1], taps.low[k], taps.low[k + 1]);
+      sums = addPair(sums, s[k], s[k + 1], taps.coarse[k], taps.coarse[k + 1]);
     }
-    const auto lower = combine(high.lower, low.lower);
-    const auto upper = combine(high.upper, low.upper);
     // The halves of each block go back to their places.
-    hn::StoreU(hn::ReorderDemote2To(d, hn::ShiftRight<kPointBits>(lower),
-                                    hn::ShiftRight<kPointBits>(upper)),
-               d, out + x);
-    if (HWY_UNLIKELY(!hn::AllTrue(d32, hn::And(isSure(lower), isSure(upper))))) {
-      const size_t end = std::min(width, x + lanes);
-      for (size_t i = x; i < end; ++i) out[i] = plainLevel(in, i, taps);
+    auto levels = hn::ReorderDemote2To(d, hn::ShiftRight<kPointBits>(sums.lower),
+                                       hn::ShiftRight<kPointBits>(sums.upper));
+    const auto unsureLower = hn::Gt(hn::And(sums.lower, fraction), lastSure);
+    const auto unsureUpper = hn::Gt(hn::And(sums.upper, fraction), lastSure);
+    if (HWY_UNLIKELY(!hn::AllFalse(d32, hn::Or(unsureLower, unsureUpper)))) {
+      int16_t patched[HWY_MAX_BYTES / sizeof(int16_t)];
+      int16_t unsure[HWY_MAX_BYTES / sizeof(int16_t)];
+      hn::StoreU(levels, d, patched);
+      hn::StoreU(hn::ReorderDemote2To(d, hn::VecFromMask(d32, unsureLower),
+                                      hn::VecFromMask(d32, unsureUpper)),
+                 d, unsure);
+      const size_t end = std::min(lanes, width - x);
+      for (size_t i = 0; i < end; ++i) {
+        if (unsure[i] != 0) patched[i] = fineLevel(in, x + i, taps);
+      }
+      levels = hn::LoadU(d, patched);
     }
+    finish(x, levels);
   }
 }
 
-HWY_INLINE void widenRow(const uint8_t* row, size_t width, int16_t* HWY_RESTRICT out) {
+HWY_INLINE hn::Vec<Shorts> loadLevels(const uint8_t* levels) {
+  return hn::PromoteTo(Shorts(), hn::LoadU(HalfBytes(), levels));
+}
+
+HWY_INLINE void scaleRow(const uint8_t* row, size_t width, int16_t* HWY_RESTRICT out) {
   const Shorts d;
+  const auto scale = hn::Set(d, int16_t{kScale});
   for (size_t x = 0; x < width; x += hn::Lanes(d)) {
-    hn::StoreU(hn::PromoteTo(d, hn::LoadU(HalfBytes(), row + x)), d, out + x);
+    hn::StoreU(hn::Mul(loadLevels(row + x), scale), d, out + x);
   }
 }
 
-// 4 * grey - 3 * blurred, clamped: the weighted sum of the unsharp mask is a whole
-// number.
-HWY_INLINE void sharpenRow(const int16_t* grey, const int16_t* blurred, size_t width,
-                           uint8_t* out) {
-  const Shorts d;
-  for (size_t x = 0; x < width; x += hn::Lanes(d)) {
-    const auto g = hn::LoadU(d, grey + x);
-    const auto b = hn::LoadU(d, blurred + x);
-    const auto sum = hn::Sub(hn::ShiftLeft<2>(g), hn::Add(hn::Add(b, b), b));
-    hn::StoreU(hn::DemoteTo(HalfBytes(), sum), HalfBytes(), out + x);
-  }
-}
-
-// The sharpened rows, in order. Holds the last 11 rows of the page and of its first
-// blur, as 16-bit levels.
+// The sharpened rows, in order. Holds the last rows of the page that the taps of
+// kRows rows reach, and of its first blur as scaled 16-bit levels.
 class SharpenedRows {
  public:
+  static constexpr size_t kRows = kTile;
+
   SharpenedRows(uint32_t width, uint32_t height, const GreyRowSource& source)
       : width_(width),
         height_(height),
         source_(source),
         rowLevels_(width + 2 * kHalf + 2 * hn::Lanes(Shorts())),
-        bytes_(rowLevels_),
-        grey_(rowLevels_ * kTaps),
-        blurred_(rowLevels_ * kTaps),
-        scratch_(rowLevels_) {}
+        grey_(rowLevels_ * kRing),
+        scaled_(rowLevels_),
+        blurred_(rowLevels_ * kRing) {}
 
-  // Writes up to a vector behind `width` bytes.
-  void next(uint8_t* out) {
-    while (ready_ < std::min<size_t>(height_, row_ + kHalf + 1)) prepare(ready_++);
-    const int16_t* in[kTaps];
-    for (size_t t = 0; t < kTaps; ++t) {
-      const auto wanted = static_cast<int64_t>(row_ + t) - static_cast<int64_t>(kHalf);
-      const auto y = std::clamp<int64_t>(wanted, 0, static_cast<int64_t>(height_) - 1);
-      in[t] = slot(blurred_, static_cast<size_t>(y));
+  // Gives the next rows, at most kRows. Writes up to a vector behind `width` bytes.
+  void next(uint8_t* const* out, size_t rows) {
+    while (ready_ < std::min<size_t>(height_, row_ + rows + kHalf)) prepare(ready_++);
+    for (size_t x = 0; x < width_; x += kStrip) {
+      for (size_t i = 0; i < rows; ++i) {
+        sharpen(row_ + i, x, std::min(kStrip, width_ - x), out[i] + x);
+      }
     }
-    blurRow(in, width_, taps_, scratch_.data());
-    sharpenRow(slot(grey_, row_) + kHalf, scratch_.data(), width_, out);
-    ++row_;
+    row_ += rows;
   }
 
  private:
-  int16_t* slot(std::vector<int16_t>& ring, size_t y) {
-    return ring.data() + y % kTaps * rowLevels_;
+  template <class T>
+  T* slot(std::vector<T>& ring, size_t y) {
+    return ring.data() + y % kRing * rowLevels_;
+  }
+
+  // 4 * grey - 3 * blurred, clamped: the weighted sum of the unsharp mask is a whole
+  // number.
+  void sharpen(size_t y, size_t from, size_t width, uint8_t* out) {
+    const int16_t* in[kTaps];
+    for (size_t t = 0; t < kTaps; ++t) {
+      const auto wanted = static_cast<int64_t>(y + t) - static_cast<int64_t>(kHalf);
+      const auto row = std::clamp<int64_t>(wanted, 0, static_cast<int64_t>(height_) - 1);
+      in[t] = slot(blurred_, static_cast<size_t>(row)) + from;
+    }
+    const uint8_t* grey = slot(grey_, y) + from;
+    blurRow(in, width, taps_, [&](size_t x, hn::Vec<Shorts> blurred) HWY_ATTR {
+      const auto thrice = hn::Add(hn::Add(blurred, blurred), blurred);
+      const auto sum = hn::Sub(hn::ShiftLeft<2>(loadLevels(grey + x)), thrice);
+      hn::StoreU(hn::DemoteTo(HalfBytes(), sum), HalfBytes(), out + x);
+    });
   }
 
   // Fetches row y, repeats its edge pixels, and blurs it.
   void prepare(size_t y) {
-    source_(static_cast<uint32_t>(y), bytes_.data());
-    int16_t* row = slot(grey_, y);
-    int16_t* pixels = row + kHalf;
-    widenRow(bytes_.data(), width_, pixels);
-    std::fill_n(row, kHalf, pixels[0]);
+    uint8_t* grey = slot(grey_, y);
+    source_(static_cast<uint32_t>(y), grey);
+    int16_t* pixels = scaled_.data() + kHalf;
+    scaleRow(grey, width_, pixels);
+    std::fill_n(scaled_.data(), kHalf, pixels[0]);
     std::fill_n(pixels + width_, kHalf, pixels[width_ - 1]);
     const int16_t* in[kTaps];
-    for (size_t t = 0; t < kTaps; ++t) in[t] = row + t;
-    blurRow(in, width_, taps_, slot(blurred_, y));
+    for (size_t t = 0; t < kTaps; ++t) in[t] = scaled_.data() + t;
+    int16_t* out = slot(blurred_, y);
+    const Shorts d;
+    const auto scale = hn::Set(d, int16_t{kScale});
+    blurRow(in, width_, taps_, [&](size_t x, hn::Vec<Shorts> levels) HWY_ATTR {
+      hn::StoreU(hn::Mul(levels, scale), d, out + x);
+    });
   }
+
+  static constexpr size_t kRing = kRows + kTaps - 1;
+  static constexpr size_t kStrip = 512;  // columns whose rows fit the first cache together
 
   const size_t width_;
   const size_t height_;
   const GreyRowSource& source_;
   const BlurTaps taps_;
   const size_t rowLevels_;
-  std::vector<uint8_t> bytes_;
-  std::vector<int16_t> grey_;
+  std::vector<uint8_t> grey_;
+  std::vector<int16_t> scaled_;  // the row in work
   std::vector<int16_t> blurred_;
-  std::vector<int16_t> scratch_;
   size_t row_ = 0;    // next row to hand out
   size_t ready_ = 0;  // rows prepared
 };
@@ -284,8 +330,27 @@ class SharpenedRows {
 
 // Rows side by side: a byte tile's, whatever the vectors' size.
 constexpr size_t kLanes = kTile;
+static_assert(kLanes <= SharpenedRows::kRows);
 // What a row needs of the one above was computed three steps before or earlier.
 constexpr size_t kLag = 5;
+
+// Tells whether arithmetic has met denormal numbers since it was last asked, from
+// the sticky flags of the SSE unit. A hint that costs nothing per step: results do
+// not depend on it. Elsewhere such numbers cost nothing to speak of.
+struct DustTrap {
+#if HWY_ARCH_X86
+  static constexpr unsigned kFlags = 0x0002U | 0x0010U;  // denormal operand, underflow
+  static bool sprung() {
+    const bool sprung = (_mm_getcsr() & kFlags) != 0;
+    if (sprung) forget();
+    return sprung;
+  }
+  static void forget() { _mm_setcsr(_mm_getcsr() & ~kFlags); }
+#else
+  static bool sprung() { return false; }
+  static void forget() {}
+#endif
+};
 
 class StencilWavefront {
  public:
@@ -304,7 +369,9 @@ class StencilWavefront {
   void run(SharpenedRows& sharpened, const StencilRowSink& sink) {
     for (size_t y = 0; y < height_; y += kLanes) {
       const size_t count = std::min(kLanes, height_ - y);
-      for (size_t i = 0; i < count; ++i) sharpened.next(rowOf(i));
+      uint8_t* rows[kLanes];
+      for (size_t i = 0; i < count; ++i) rows[i] = rowOf(i);
+      sharpened.next(rows, count);
       toColumns();
       clearLanesBeforeStart();
       markInnerRows(y);
@@ -368,7 +435,8 @@ class StencilWavefront {
         : last(hn::Zero(Floats())), beforeLast(hn::Zero(Floats())), spread(hn::Zero(Floats())) {}
     V last;
     V beforeLast;
-    V spread;  // kDotSpread where the last pixel was black
+    V spread;              // kDotSpread where the last pixel was black
+    bool settled = false;  // see isSettled
   };
 
   // What a step reads and writes for one vector of lanes.
@@ -388,17 +456,40 @@ class StencilWavefront {
         Floats(), at.above - (dx + static_cast<ptrdiff_t>(kLag)) * static_cast<ptrdiff_t>(kRecord));
   }
 
-  template <bool kMasked>
-  HWY_INLINE void diffuseStep(const Place& at, History& history) const {
+  // What the six sources hand on: shares from the row above, sources from left to
+  // right, then from this row.
+  template <class Share>
+  HWY_INLINE static V carriedBy(const V* sources, const Share& share) {
+    V carried = share(sources[0], kStencilTaps[5].weight);
+    carried = hn::Add(share(sources[1], kStencilTaps[4].weight), carried);
+    carried = hn::Add(share(sources[2], kStencilTaps[3].weight), carried);
+    carried = hn::Add(share(sources[3], kStencilTaps[2].weight), carried);
+    carried = hn::Add(share(sources[4], kStencilTaps[1].weight), carried);
+    return hn::Add(share(sources[5], kStencilTaps[0].weight), carried);
+  }
+
+  template <bool kMasked, bool kCareful>
+  HWY_INLINE void diffuseStep(const Place& at, History& history, size_t& dustSteps) const {
     const Floats d;
-    if (isBlank(at.pixels) && diffuseDust(at, history)) return;
-    // Shares from the row above, sources from left to right, then from this row.
-    V carried = hn::Mul(errorAbove(at, 1), hn::Set(d, kStencilTaps[5].weight));
-    carried = hn::Add(hn::Mul(errorAbove(at, 0), hn::Set(d, kStencilTaps[4].weight)), carried);
-    carried = hn::Add(hn::Mul(errorAbove(at, -1), hn::Set(d, kStencilTaps[3].weight)), carried);
-    carried = hn::Add(hn::Mul(errorAbove(at, -2), hn::Set(d, kStencilTaps[2].weight)), carried);
-    carried = hn::Add(hn::Mul(history.beforeLast, hn::Set(d, kStencilTaps[1].weight)), carried);
-    carried = hn::Add(hn::Mul(history.last, hn::Set(d, kStencilTaps[0].weight)), carried);
+    if (kCareful && !kMasked && history.settled && staysSettled(at)) {
+      hn::StoreU(history.last, d, at.error);
+      hn::StoreU(history.spread, d, at.spread);
+      ++dustSteps;
+      return;
+    }
+    const V sources[6] = {errorAbove(at, 1),  errorAbove(at, 0),  errorAbove(at, -1),
+                          errorAbove(at, -2), history.beforeLast, history.last};
+    V carried;
+    if (kCareful && holdsDust(sources)) {
+      ++dustSteps;
+      if (isBlank(at.pixels) && diffuseDust<kMasked>(at, sources, history)) return;
+      carried = carriedBy(sources, mixedShare);
+      history.settled = false;
+    } else {
+      history.settled = false;
+      carried = carriedBy(sources, [&](V source, float weight)
+                                       HWY_ATTR { return hn::Mul(source, hn::Set(d, weight)); });
+    }
     const auto level =
         hn::ConvertTo(d, hn::PromoteTo(FloatInts(), hn::LoadU(FloatBytes(), at.pixels)));
     const V value = hn::Add(carried, level);
@@ -429,63 +520,112 @@ class StencilWavefront {
     return levels == 0;
   }
 
+  // ---- Dust
   // On blank paper the errors of distant ink fade into denormal numbers and never
   // out of them (half of the smallest rounds to itself), and processors that trap
-  // to microcode for those would spend most of a page's time there. A denormal is
-  // a whole number of 2^-149: its share is the product in double, rounded to the
-  // nearest whole number, ties to even, which is what single precision gives, and
-  // the sums are exact. False, with nothing done, unless every error that the
-  // lanes look at is denormal or zero and every pixel stays black.
-  HWY_INLINE bool diffuseDust(const Place& at, History& history) const {
+  // to microcode for products of those would spend most of a page's time there. A
+  // denormal is a whole number of 2^-149: its share is the product in double,
+  // rounded to the nearest whole number, ties to even, which is what single
+  // precision gives. Numbers below kDustEnd, 2^-125, are written as their count of
+  // 2^-149 too, and so is any share of them.
+  static constexpr int32_t kDustEnd = 0x01000000;
+
+  HWY_INLINE static hn::Vec<FloatInts> magnitudeOf(V number) {
+    const FloatInts di;
+    return hn::And(hn::BitCast(di, number), hn::Set(di, 0x7FFFFFFF));
+  }
+
+  // True when a lane of a source is below kDustEnd but not 0.
+  HWY_INLINE static bool holdsDust(const V* sources) {
+    const FloatInts di;
+    auto smallest = hn::Set(di, 0x7FFFFFFF);  // of the magnitudes less 1; 0 becomes large
+    for (size_t i = 0; i < 6; ++i) {
+      const auto lessOne = hn::Sub(magnitudeOf(sources[i]), hn::Set(di, 1));
+      smallest = hn::Min(smallest, hn::And(lessOne, hn::Set(di, 0x7FFFFFFF)));
+    }
+    return !hn::AllFalse(di, hn::Lt(smallest, hn::Set(di, kDustEnd - 1)));
+  }
+
+  // Shares of sources below kDustEnd, in units of 2^-149.
+  HWY_INLINE static hn::Vec<FloatInts> dustShare(V source, float weight) {
+    const FloatInts di;
+    const hn::Repartition<double, FloatInts> dd;
+    const hn::Rebind<int32_t, decltype(dd)> dh;
+    const auto roundToWhole = hn::Set(dd, 6755399441055744.0);  // 1.5 * 2^52
+    const auto factor = hn::Set(dd, static_cast<double>(weight));
+    const auto sign = hn::ShiftRight<31>(hn::BitCast(di, source));
+    const auto units = hn::Sub(hn::Xor(magnitudeOf(source), sign), sign);
+    const auto share = [&](hn::Vec<decltype(dh)> half) HWY_ATTR {
+      const auto product = hn::Mul(hn::PromoteTo(dd, half), factor);
+      return hn::DemoteTo(dh, hn::Sub(hn::Add(product, roundToWhole), roundToWhole));
+    };
+    return hn::Combine(di, share(hn::UpperHalf(dh, units)), share(hn::LowerHalf(dh, units)));
+  }
+
+  HWY_INLINE static V fromUnits(hn::Vec<FloatInts> units) {
+    const FloatInts di;
+    const auto sign = hn::And(units, hn::Set(di, std::numeric_limits<int32_t>::min()));
+    return hn::BitCast(Floats(), hn::Or(sign, hn::Abs(units)));
+  }
+
+  // The share of a source of any size, without a trap for those below kDustEnd.
+  HWY_INLINE static V mixedShare(V source, float weight) {
     const Floats d;
     const FloatInts di;
-    const V sources[6] = {errorAbove(at, 1),  errorAbove(at, 0),  errorAbove(at, -1),
-                          errorAbove(at, -2), history.beforeLast, history.last};
+    const auto dust = hn::RebindMask(d, hn::Lt(magnitudeOf(source), hn::Set(di, kDustEnd)));
+    const V whole = hn::Mul(hn::IfThenZeroElse(dust, source), hn::Set(d, weight));
+    const V fine = fromUnits(dustShare(hn::IfThenElseZero(dust, source), weight));
+    return hn::IfThenElse(dust, fine, whole);
+  }
+
+  // Dust soon settles: each row goes on with one and the same error. Then the next
+  // step has the same sources, and the same result, unless the row above brings
+  // another error or the paper ends.
+  HWY_INLINE static bool isSettled(const V* sources, V error) {
+    const FloatInts di;
+    const auto differs = [&](V a, V b)
+                             HWY_ATTR { return hn::Xor(hn::BitCast(di, a), hn::BitCast(di, b)); };
+    auto bits = hn::Or(differs(sources[0], sources[1]), differs(sources[1], sources[2]));
+    bits = hn::Or(bits, differs(sources[2], sources[3]));
+    bits = hn::Or(bits, differs(sources[4], sources[5]));
+    bits = hn::Or(bits, differs(sources[5], error));
+    return hn::AllTrue(di, hn::Eq(bits, hn::Zero(di)));
+  }
+
+  // The sources move on by a column: only the rightmost one above is new.
+  HWY_INLINE static bool staysSettled(const Place& at) {
+    const FloatInts di;
+    return isBlank(at.pixels) && hn::AllTrue(di, hn::Eq(hn::BitCast(di, errorAbove(at, -2)),
+                                                        hn::BitCast(di, errorAbove(at, -1))));
+  }
+
+  // A step of a blank vector whose sources are all dust or 0. False, with nothing
+  // done, when they are not, or when a pixel would not stay black.
+  template <bool kMasked>
+  HWY_INLINE bool diffuseDust(const Place& at, const V* sources, History& history) const {
+    const Floats d;
+    const FloatInts di;
     auto bits = hn::Zero(di);
-    for (const V& source : sources) bits = hn::Or(bits, hn::BitCast(di, source));
-    const auto magnitude = hn::And(bits, hn::Set(di, 0x7FFFFFFF));
+    for (size_t i = 0; i < 6; ++i) bits = hn::Or(bits, magnitudeOf(sources[i]));
+    if (!hn::AllTrue(di, hn::Lt(bits, hn::Set(di, kDustEnd / 2)))) return false;
+    constexpr size_t kOrder[6] = {5, 4, 3, 2, 1, 0};
     auto dust = hn::Zero(di);
-    if (!hn::AllTrue(di, hn::Eq(magnitude, hn::Zero(di)))) {
-      if (!hn::AllTrue(di, hn::Lt(magnitude, hn::Set(di, 0x00800000)))) return false;
-      dust = dustCarried(sources);
-      // One that has grown out of the denormals is for the plain way.
-      if (!hn::AllTrue(di, hn::Lt(hn::Abs(dust), hn::Set(di, 0x00800000)))) return false;
+    for (size_t i = 0; i < 6; ++i) {
+      dust = hn::Add(dust, dustShare(sources[i], kStencilTaps[kOrder[i]].weight));
     }
+    // Sums of what has grown out of the denormals are not exact.
+    if (!hn::AllTrue(di, hn::Lt(hn::Abs(dust), hn::Set(di, kDustEnd / 2)))) return false;
     if (threshold_ < 0.0F) return false;
     if (threshold_ == 0.0F && !hn::AllTrue(di, hn::Lt(dust, hn::Set(di, 1)))) return false;
-    const auto sign = hn::And(dust, hn::Set(di, std::numeric_limits<int32_t>::min()));
-    const V error = hn::BitCast(d, hn::Or(sign, hn::Abs(dust)));
+    V error = fromUnits(dust);
+    if constexpr (kMasked) error = hn::And(error, maskOf(at, 0));
+    history.settled = !kMasked && isSettled(sources, error);
     history.beforeLast = history.last;
     history.last = error;
     history.spread = hn::Set(d, kDotSpread);
     hn::StoreU(error, d, at.error);
     hn::StoreU(history.spread, d, at.spread);
     return true;  // the pixels are 0 already, which is black
-  }
-
-  // Units of 2^-149 that the six sources hand on.
-  HWY_INLINE static hn::Vec<FloatInts> dustCarried(const V* sources) {
-    const FloatInts di;
-    const hn::Repartition<double, FloatInts> dd;
-    const hn::Rebind<int32_t, decltype(dd)> dh;
-    const auto roundToWhole = hn::Set(dd, 6755399441055744.0);  // 1.5 * 2^52
-    constexpr size_t kOrder[6] = {5, 4, 3, 2, 1, 0};
-    auto lower = hn::Zero(dd);
-    auto upper = hn::Zero(dd);
-    for (size_t i = 0; i < 6; ++i) {
-      const auto bits = hn::BitCast(di, sources[i]);
-      const auto sign = hn::ShiftRight<31>(bits);
-      const auto magnitude = hn::And(bits, hn::Set(di, 0x7FFFFFFF));
-      const auto units = hn::Sub(hn::Xor(magnitude, sign), sign);
-      const auto weight = hn::Set(dd, static_cast<double>(kStencilTaps[kOrder[i]].weight));
-      const auto share = [&](hn::Vec<decltype(dh)> half) HWY_ATTR {
-        const auto product = hn::Mul(hn::PromoteTo(dd, half), weight);
-        return hn::Sub(hn::Add(product, roundToWhole), roundToWhole);
-      };
-      lower = hn::Add(lower, share(hn::LowerHalf(dh, units)));
-      upper = hn::Add(upper, share(hn::UpperHalf(dh, units)));
-    }
-    return hn::Combine(di, hn::DemoteTo(dh, upper), hn::DemoteTo(dh, lower));
   }
 
   // Lanes inside their row, or inside without its first and last column.
@@ -503,8 +643,10 @@ class StencilWavefront {
   static constexpr size_t kVectors = kLanes / HWY_LANES(float);
   using Histories = std::array<History, kVectors>;
 
-  template <bool kMasked>
-  void diffuseSteps(size_t from, size_t to, Histories& kept) {
+  // Returns the number of steps of a vector that had dust to care for.
+  template <bool kMasked, bool kCareful>
+  size_t diffuseSteps(size_t from, size_t to, Histories& kept) {
+    size_t dustSteps = 0;
     constexpr size_t kWidth = HWY_LANES(float);
     Histories histories = kept;  // lives in registers
     float* error = recordOf(errors_[0], static_cast<ptrdiff_t>(from));
@@ -519,9 +661,9 @@ class StencilWavefront {
       HWY_UNROLL(4)
       for (size_t v = 0; v < kVectors; ++v) {
         const size_t lane = v * kWidth;
-        diffuseStep<kMasked>({s, lane, error + lane, spread + lane, pixels + lane, error + 1 + lane,
-                              spread + 1 + lane},
-                             histories[v]);
+        diffuseStep<kMasked, kCareful>({s, lane, error + lane, spread + lane, pixels + lane,
+                                        error + 1 + lane, spread + 1 + lane},
+                                       histories[v], dustSteps);
       }
       *nextError = error[kLanes];
       *nextSpread = spread[kLanes];
@@ -532,18 +674,37 @@ class StencilWavefront {
       pixels += kLanes;
     }
     kept = histories;
+    return dustSteps;
+  }
+
+  // In short runs, so that dust that begins or ends is noticed soon.
+  template <bool kMasked>
+  void diffuseRuns(size_t from, size_t to, Histories& histories) {
+    constexpr size_t kRun = 32;
+    while (from < to) {
+      const size_t end = std::min(to, from + kRun);
+      if (careful_) {
+        careful_ = diffuseSteps<kMasked, true>(from, end, histories) != 0;
+        DustTrap::forget();
+      } else {
+        diffuseSteps<kMasked, false>(from, end, histories);
+        careful_ = DustTrap::sprung();
+      }
+      from = end;
+    }
   }
 
   void diffuseBlock() {
     Histories histories;
     const size_t head = std::min(kLag * (kLanes - 1) + 1, steps_);
     const size_t tail = std::max(head, std::max<size_t>(width_, 1) - 1);
-    diffuseSteps<true>(0, head, histories);
-    diffuseSteps<false>(head, tail, histories);
-    diffuseSteps<true>(tail, steps_, histories);
+    diffuseRuns<true>(0, head, histories);
+    diffuseRuns<false>(head, tail, histories);
+    diffuseRuns<true>(tail, steps_, histories);
   }
 
   const float threshold_;
+  bool careful_ = false;  // dust was met lately
   const size_t width_;
   const size_t height_;
   const size_t steps_;

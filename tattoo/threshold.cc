@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 #include <limits>
 
 #include "tattoo/fast_math.h"
@@ -18,11 +20,14 @@ void countLevels(const uint8_t* pixels, size_t size, LevelHistogram& histogram) 
   // Four counters a level: runs of one level must not wait for their own count.
   std::array<std::array<int32_t, kLevels>, 4> counts = {};
   size_t i = 0;
-  for (; i + 4 <= size; i += 4) {
-    ++counts[0][pixels[i]];
-    ++counts[1][pixels[i + 1]];
-    ++counts[2][pixels[i + 2]];
-    ++counts[3][pixels[i + 3]];
+  for (; i + 8 <= size; i += 8) {
+    uint64_t eight = 0;
+    std::memcpy(&eight, pixels + i, sizeof eight);
+    if (eight == std::rotl(eight, 8)) {  // of one level, as most of a drawing is
+      counts[0][eight & 0xFFU] += 8;
+      continue;
+    }
+    for (size_t k = 0; k < 8; ++k) ++counts[k % 4][(eight >> (8 * k)) & 0xFFU];
   }
   for (; i < size; ++i) ++counts[0][pixels[i]];
   for (size_t k = 0; k < kLevels; ++k) {
