@@ -55,7 +55,7 @@ def ms(seconds):
 class Bench:
     def __init__(self, build, work):
         self.build, self.work = build, work
-        ppd = sorted((build / "ppd").glob("*.ppd"))[0]
+        ppd = build / "ppd/dravsa43.ppd"  # the A4-wide stencil printer
         self.environment = {**os.environ, "PPD": str(ppd)}
         self.null_times = []
 

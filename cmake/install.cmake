@@ -14,6 +14,11 @@ else()
   set(DRAV_FILTER_DIR "${DRAV_CUPS_SERVERBIN}/filter" CACHE STRING "Folder of the filter")
   set(DRAV_DRIVER_DIR "${DRAV_CUPS_DATADIR}/drv" CACHE STRING "Folder of the driver source")
   install(FILES ${PROJECT_SOURCE_DIR}/ppd/drav.drv DESTINATION ${DRAV_DRIVER_DIR})
+  # What it includes, and its translations, where CUPS looks for such parts; in
+  # the folder of the sources CUPS would take them for drivers.
+  set(DRAV_DRIVER_PARTS_DIR "${DRAV_CUPS_DATADIR}/ppdc" CACHE STRING
+      "Folder of what the driver source includes")
+  install(FILES ${DRAV_DRIVER_PARTS} DESTINATION ${DRAV_DRIVER_PARTS_DIR})
 endif()
 
 # The scheduler refuses a filter that group or others can write to.

@@ -31,5 +31,5 @@ while IFS= read -r file; do
     echo "$file: no SPDX line in its first three lines" >&2
     status=1
   fi
-done < <(git ls-files -co --exclude-standard -- '*.cc' '*.h' '*.py' '*.sh' '*.cmake' '*CMakeLists.txt' '*.drv' scripts .ci)
+done < <(git ls-files -co --exclude-standard -- '*.cc' '*.h' '*.py' '*.sh' '*.cmake' '*CMakeLists.txt' '*.drv' '*.defs' '*.po' scripts .ci)
 exit $status
