@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/drav/job/command_text.h"
 
-#include <algorithm>
 #include <array>
+#include <span>
 
 namespace {
 
@@ -124,16 +124,4 @@ std::string commandMeaning(const JobCommand& command, const PaperScale& scale) {
 std::string bandSizeText(uint64_t rows, uint32_t bytesPerRow) {
   return plural(rows, "row") + " of " + plural(bytesPerRow, "byte") + " (" +
          std::to_string(uint64_t{bytesPerRow} * 8) + " dots)";
-}
-
-std::string hexBytes(std::span<const uint8_t> bytes, size_t most) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string text;
-  for (const uint8_t byte : bytes.first(std::min(bytes.size(), most))) {
-    if (!text.empty()) text += ' ';
-    text += kDigits[byte >> 4U];
-    text += kDigits[byte & 15U];
-  }
-  if (bytes.size() > most) text += " ...";
-  return text;
 }

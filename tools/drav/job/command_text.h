@@ -4,7 +4,6 @@
 #define TOOLS_DRAV_JOB_COMMAND_TEXT_H_
 
 #include <cstdint>
-#include <span>
 #include <string>
 
 #include "tools/drav/job/job_stream.h"
@@ -19,8 +18,5 @@ std::string commandMeaning(const JobCommand& command, const PaperScale& scale);
 
 // Rows and width of a band, or of several with rows of one length.
 std::string bandSizeText(uint64_t rows, uint32_t bytesPerRow);
-
-// "1B 40"; the first `most` bytes followed by "..." when there are more.
-std::string hexBytes(std::span<const uint8_t> bytes, size_t most);
 
 #endif  // TOOLS_DRAV_JOB_COMMAND_TEXT_H_

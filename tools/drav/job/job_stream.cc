@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <string_view>
 #include <utility>
+
+#include "tools/drav/job/hex_text.h"
 
 namespace {
 
@@ -52,19 +53,6 @@ size_t commonLength(std::span<const uint8_t> bytes, std::string_view beginning) 
 
 uint32_t littleEndian16(std::span<const uint8_t> bytes) {
   return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8U;
-}
-
-// "1B 99", with dots when there are more than `most`.
-std::string hexText(std::span<const uint8_t> bytes, size_t most) {
-  std::string text;
-  for (const uint8_t byte : bytes.first(std::min(bytes.size(), most))) {
-    std::array<char, 4> digits{};
-    (void)std::snprintf(digits.data(), digits.size(), "%02X", static_cast<unsigned>(byte));
-    if (!text.empty()) text += ' ';
-    text += digits.data();
-  }
-  if (bytes.size() > most) text += " ...";
-  return text;
 }
 
 std::string truncatedText(const char* name, uint64_t needed, size_t left) {
