@@ -47,6 +47,7 @@ class Surveyor {
   void warn(WarningKind kind, size_t offset, std::string text);
   void takeCommand(const JobCommand& command);
   void takeDamage(const JobStreamItem& item);
+  void takeFeed(uint64_t amount, uint64_t& total);
   void takeBand(const JobCommand& command);
   void checkWidth(const JobCommand& command);
   void checkInitialised(const JobCommand& command);
@@ -96,13 +97,16 @@ void Surveyor::takeCommand(const JobCommand& command) {
   ++totals.commands;
   checkInitialised(command);
   if (command.kind != CommandKind::kRasterBand) lastBand_ = {};
-  const double feed = feedInches(command, printer_.scale);
-  totals.feedMillimetres += feed * kMillimetresPerInch;
-  if (feed > 0) {
-    endPage();
-    printedSinceFeed_ = false;
-  }
   switch (command.kind) {
+    case CommandKind::kFeedUnits:
+      takeFeed(command.parameters[0], totals.feedUnits);
+      break;
+    case CommandKind::kFeedLines:
+      takeFeed(command.parameters[0], totals.feedLines);
+      break;
+    case CommandKind::kLineFeed:
+      takeFeed(1, totals.feedLines);
+      break;
     case CommandKind::kRasterBand:
       takeBand(command);
       break;
@@ -126,6 +130,13 @@ void Surveyor::takeCommand(const JobCommand& command) {
     default:
       break;
   }
+}
+
+void Surveyor::takeFeed(uint64_t amount, uint64_t& total) {
+  if (amount == 0) return;
+  total += amount;
+  endPage();
+  printedSinceFeed_ = false;
 }
 
 // Opens a job where one begins: at ESC @, or without.
@@ -278,7 +289,7 @@ Survey Surveyor::finish(size_t size) {
   std::stable_sort(survey_.warnings.begin(), survey_.warnings.end(),
                    [](const Warning& a, const Warning& b) { return a.offset < b.offset; });
   if (size == 0) {
-    survey_.unreadable = "empty, no job";
+    survey_.unreadable = "empty, not a job";
   } else if (totals.skippedBytes > size / 2) {
     survey_.unreadable =
         "no job, " +
@@ -296,6 +307,11 @@ const char* warningKey(WarningKind kind) {
       "row-width-changes", "row-exceeds-head",   "no-initialise",   "cut-without-feed",
       "heavy-band",        "heavy-job"};
   return kKeys[static_cast<size_t>(kind)];
+}
+
+double feedMillimetres(const JobTotals& totals, const PaperScale& scale) {
+  return kMillimetresPerInch * (static_cast<double>(totals.feedUnits) / scale.unitsPerInch +
+                                static_cast<double>(totals.feedLines) / scale.linesPerInch);
 }
 
 Survey surveyStream(std::span<const uint8_t> stream, const PrinterFacts& printer,

@@ -78,7 +78,8 @@ struct JobTotals {
   uint64_t rows = 0;
   uint32_t leastBytesPerRow = 0;
   uint32_t mostBytesPerRow = 0;
-  double feedMillimetres = 0;
+  uint64_t feedUnits = 0;  // of ESC J
+  uint64_t feedLines = 0;  // of LF and ESC d
   Coverage coverage;
   std::optional<BandPlace> heaviest;
   uint64_t drawerPulses = 0;
@@ -100,6 +101,9 @@ struct Survey {
 
   bool isClean() const { return warnings.empty(); }
 };
+
+// Paper that the feeds move, in millimetres.
+double feedMillimetres(const JobTotals& totals, const PaperScale& scale);
 
 // Reads the stream once. Its memory does not grow with the stream. `onPage` is given
 // each page in order, a record as one page.

@@ -112,6 +112,7 @@ Json pageJson(const PageSummary& page, const PaperScale& scale) {
 Json totalsJson(const Survey& survey, const PaperScale& scale) {
   const JobTotals& totals = survey.totals;
   const double picture = rowsToMillimetres(totals.rows, scale);
+  const double feeds = feedMillimetres(totals, scale);
   return {{"jobs", survey.isRecord ? Json(nullptr) : Json(totals.jobs)},
           {"pages", survey.isRecord ? Json(nullptr) : Json(totals.pages)},
           {"commands", totals.commands},
@@ -119,9 +120,9 @@ Json totalsJson(const Survey& survey, const PaperScale& scale) {
           {"rows", totals.rows},
           {"leastBytesPerRow", totals.leastBytesPerRow},
           {"mostBytesPerRow", totals.mostBytesPerRow},
-          {"paperMm", rounded(picture + totals.feedMillimetres)},
+          {"paperMm", rounded(picture + feeds)},
           {"pictureMm", rounded(picture)},
-          {"feedMm", rounded(totals.feedMillimetres)},
+          {"feedMm", rounded(feeds)},
           {"coveragePercent", rounded(totals.coverage.percent())},
           {"heaviestBand", placeJson(totals.heaviest, survey.isRecord)},
           {"partialCuts", totals.partialCuts},

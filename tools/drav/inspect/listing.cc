@@ -63,7 +63,11 @@ bool entryIsShortened(const ListingEntry& entry) {
 }
 
 std::string entryMeaning(const ListingEntry& entry, const PaperScale& scale) {
-  if (!entry.first.command) return entry.first.error->reason;
+  if (!entry.first.command) {
+    const bool isSkipped = entry.first.error->fault == JobStreamFault::kUnknownBytes;
+    return entry.first.error->reason +
+           (isSkipped ? ", " + std::to_string(entry.length) + " bytes skipped" : "");
+  }
   const JobCommand& command = *entry.first.command;
   if (command.kind != CommandKind::kRasterBand) {
     std::string text = commandMeaning(command, scale);

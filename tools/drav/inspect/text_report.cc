@@ -45,11 +45,11 @@ std::string rateText(double perInch) { return "1/" + fixedText(perInch, 0) + " i
 
 std::string paperText(const JobTotals& totals, const PaperScale& scale) {
   const double picture = rowsToMillimetres(totals.rows, scale);
-  std::string text = fixedText(picture + totals.feedMillimetres, 1) + " mm: picture " +
-                     fixedText(picture, 1) + " mm at " + std::to_string(scale.dotsAlong) +
-                     " dpi, feeds " + fixedText(totals.feedMillimetres, 1) + " mm with a unit of " +
-                     rateText(scale.unitsPerInch) + " and a line of " +
-                     rateText(scale.linesPerInch);
+  const double feeds = feedMillimetres(totals, scale);
+  std::string text = fixedText(picture + feeds, 1) + " mm: picture " + fixedText(picture, 1) +
+                     " mm at " + std::to_string(scale.dotsAlong) + " dpi, feeds " +
+                     fixedText(feeds, 1) + " mm with a unit of " + rateText(scale.unitsPerInch) +
+                     " and a line of " + rateText(scale.linesPerInch);
   if (totals.logos > 0) text += "; the height of logos is not known";
   return text;
 }

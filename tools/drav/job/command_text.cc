@@ -101,7 +101,7 @@ std::string commandMeaning(const JobCommand& command, const PaperScale& scale) {
     case CommandKind::kLogo:
       return logoText(parameters);
     case CommandKind::kPosition:
-      return "print position " + plural(parameters[0] | parameters[1] << 8, "unit") +
+      return "print position " + plural(parameters[0] + 256U * parameters[1], "unit") +
              " from the left";
     case CommandKind::kFeedUnits:
       return feedText("feed " + plural(parameters[0], "unit"), command, scale);
