@@ -302,7 +302,7 @@ TEST(JobStreamDamage, WhatMightBeDotsIsNoPlaceToGoOn) {
   // not there; other commands.
   for (const char* bytes :
        {"1B 40 98", "1D 76 30 00 01 00 01 00 FF 98", "1D 76 30 00 00 00 01 00 0A",
-        "1D 76 30 00 01 00 00 00 0A", "1D 76 30 00 01 00 02 00 FF", "1D 76 30 00 01 00", "1B 4A A0",
+        "1D 76 30 00 01 00 00 00 0A", "1D 76 30 00 01 00 09 00 FF", "1D 76 30 00 01 00", "1B 4A A0",
         "0A 0A", "1D 56 00", "00 00"}) {
     const Bytes damage = hex(std::string("99 ") + bytes);
     Bytes stream = damage;

@@ -39,7 +39,7 @@ std::vector<std::string> warningsOf(const Bytes& stream, const PrinterFacts& pri
 }
 
 Bytes wholeJob() {
-  return joined({jobStart(), band(2, 96, 0x0F), band(2, 4, 0x01), hex("1B 4A A0"),
+  return joined({jobStart(), band(2, 96, 0x03), band(2, 4, 0x01), hex("1B 4A A0"),
                  hex("1B 4A 78 1B 64 03 0A 0A 0A 0A 1D 56 01 1B 76")});
 }
 
@@ -76,7 +76,7 @@ TEST(JobSurvey, AddsUpAJob) {
   EXPECT_EQ(totals.feedUnits, 280U);
   EXPECT_EQ(totals.feedLines, 7U);
   EXPECT_DOUBLE_EQ(feedMillimetres(totals, {}), 25.4 * (280.0 / 300 + 7.0 / 6));
-  EXPECT_EQ(totals.coverage.black, 192U * 4 + 8);
+  EXPECT_EQ(totals.coverage.black, 192U * 2 + 8);
   EXPECT_EQ(totals.coverage.dots, 1600U);
   EXPECT_EQ(totals.partialCuts, 1U);
   EXPECT_EQ(totals.fullCuts, 0U);
@@ -285,7 +285,7 @@ TEST(JobSurvey, WarnsOfAHeavyJob) {
   // Each job by itself.
   EXPECT_THAT(warningsOf(joined({jobStart(), band(1, 900, 0), hex("1B 76"), jobStart(),
                                  band(1, 30, 0x1F), hex("1B 4A A0 1B 76")})),
-              ElementsAre("heavy-job 1126"));
+              ElementsAre("heavy-job 1050"));
   // One black row is no heavy job.
   EXPECT_THAT(warningsOf(joined({jobStart(), band(1, 1, 0xFF), hex("1B 4A A0 1B 76")})), IsEmpty());
 }
@@ -299,12 +299,12 @@ TEST(JobSurvey, HeavyRecordIsCalledARecord) {
 
 TEST(JobSurvey, KeepsSomeWarningsAndCountsAll) {
   Bytes stream = jobStart();
-  for (int i = 0; i < 130; ++i) append(stream, hex("1B 40 99"));
+  for (int i = 0; i < 130; ++i) append(stream, hex("1B 40 0A 99"));
   append(stream, hex("1B 40 1B 76"));
   const Survey survey = surveyOf(stream);
   EXPECT_EQ(survey.warningCounts[static_cast<size_t>(WarningKind::kUnknownBytes)], 130U);
   EXPECT_THAT(survey.warnings, SizeIs(kMaxKeptWarnings));
-  EXPECT_EQ(survey.warnings.front().offset, 78U);
+  EXPECT_EQ(survey.warnings.front().offset, 79U);
   EXPECT_FALSE(survey.isClean());
 }
 

@@ -209,7 +209,7 @@ TEST(Paper, PlainRasterLeavesFeedsCutsAndLogosOut) {
   std::string error;
   ASSERT_TRUE(renderStream(stream, {}, sink, extent, error)) << error;
   EXPECT_EQ(runsOf(sink), "B3");
-  EXPECT_EQ(paperOf(stream), "D118 B3 W207 D3");
+  EXPECT_EQ(paperOf(stream), "D121 W207 D3");
 }
 
 }  // namespace

@@ -292,9 +292,9 @@ Survey Surveyor::finish(size_t size) {
     survey_.unreadable = "empty, not a job";
   } else if (totals.skippedBytes > size / 2) {
     survey_.unreadable =
-        "no job, " +
+        "not a job, " +
         percentText(100.0 * static_cast<double>(totals.skippedBytes) / static_cast<double>(size)) +
-        " of it is no command: " + firstDamage_;
+        " of its bytes belong to no command: " + firstDamage_;
   }
   return std::move(survey_);
 }
