@@ -14,6 +14,7 @@ BUILD_PACKAGES=(
   "libhwy-dev|vector code for all processors"
   "libcli11-dev|command line of the drav tool"
   "libpng-dev|pictures of the drav tool"
+  "nlohmann-json3-dev|JSON reports of the drav tool"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
