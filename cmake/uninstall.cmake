@@ -3,19 +3,26 @@
 # --install` of this build folder put there; with the same DESTDIR, if one was
 # set. CMake's own list knows neither DESTDIR nor that a test has staged another
 # copy meanwhile, so every install leaves a list of its own, by DESTDIR and
-# component. The lists that CPack's staging would leave are of no use.
+# component. Lists of stages that are gone go too, CPack's stages leave none.
 set(DRAV_INSTALLED_LISTS ${PROJECT_BINARY_DIR}/installed)
 install(CODE "
+file(GLOB stages \"${DRAV_INSTALLED_LISTS}/*/stage\")
+foreach(stage IN LISTS stages)
+  file(READ \"\${stage}\" folder)
+  if(folder AND NOT IS_DIRECTORY \"\${folder}\")
+    cmake_path(GET stage PARENT_PATH stage)
+    file(REMOVE_RECURSE \"\${stage}\")
+  endif()
+endforeach()
 if(NOT \"\$ENV{DESTDIR}\" MATCHES \"/_CPack_Packages/\")
   string(MD5 stage \"\$ENV{DESTDIR}\")
-  list(JOIN CMAKE_INSTALL_MANIFEST_FILES \"\\n\" names)
-  file(WRITE \"${DRAV_INSTALLED_LISTS}/\${stage}/\${CMAKE_INSTALL_COMPONENT}.list\" \"\${names}\\n\")
-  if(NOT CMAKE_INSTALL_COMPONENT)
-    file(GLOB parts \"${DRAV_INSTALLED_LISTS}/\${stage}/?*.list\")
-    if(parts)
-      file(REMOVE \${parts})
-    endif()
+  set(stage \"${DRAV_INSTALLED_LISTS}/\${stage}\")
+  if(NOT CMAKE_INSTALL_COMPONENT)  # replaces what was installed part by part
+    file(REMOVE_RECURSE \"\${stage}\")
   endif()
+  list(JOIN CMAKE_INSTALL_MANIFEST_FILES \"\\n\" names)
+  file(WRITE \"\${stage}/stage\" \"\$ENV{DESTDIR}\")
+  file(WRITE \"\${stage}/files-\${CMAKE_INSTALL_COMPONENT}.list\" \"\${names}\\n\")
 endif()" ALL_COMPONENTS)
 
 add_custom_target(uninstall
