@@ -72,6 +72,8 @@ class Check:
 
     def install(self) -> str:
         """The dependencies are there already: apt must want nothing besides."""
+        with self.root.scheduler():  # makes its folders at its first start
+            pass
         self.before = self.root.entries()
         self.put(ARGUMENTS.old)
         return f"{field(packages(ARGUMENTS.old)[1], 'Version')}, no package missing"
@@ -81,7 +83,7 @@ class Check:
         for package in packages(folder):
             shutil.copy(package, self.root.path("/tmp"))
             names.append(f"/tmp/{package.name}")
-        self.root.run("apt-get", "install", "-y", "--no-download", "--no-install-recommends", *names)
+        self.root.run("apt-get", "install", "-y", "--no-install-recommends", *names)
 
     def owners_and_modes(self) -> str:
         listed = self.root.run("dpkg-query", "--listfiles", DRIVER, TOOLS).split()
@@ -240,16 +242,16 @@ class Check:
         return "programs and driver source gone"
 
     def purge(self) -> str:
-        record = self.root.path(PICTURES) / "drav-20260102030405.bin"
-        record.write_bytes(b"\x1dv0")
         other = self.root.path(PICTURES) / "drav-notes.bin"
         other.write_bytes(b"not ours")
         stamp = self.root.path("/var/lib/systemd/timers/stamp-drav-clean.timer")
         if self.with_clean:
             need(bool(self.pictures()), "no picture is left to purge")
+            record = self.root.path(PICTURES) / "drav-20260102030405.bin"
+            record.write_bytes(b"\x1dv0")
             stamp.parent.mkdir(exist_ok=True)
             stamp.touch()
-        self.root.run("apt-get", "purge", "-y", DRIVER, TOOLS)
+        self.root.run("dpkg", "--purge", DRIVER, TOOLS)
         need(other.exists(), "a file of others was removed")
         other.unlink()
         if stamp.parent.exists() and not any(stamp.parent.iterdir()):
