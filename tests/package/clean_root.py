@@ -30,7 +30,8 @@ class CleanRoot:
     def mount(self) -> None:
         for options in (["-t", "proc", "proc", self.path("/proc")],
                         ["-t", "tmpfs", "tmpfs", self.path("/run")],
-                        ["--bind", "/dev", self.path("/dev")]):
+                        ["--bind", "/dev", self.path("/dev")],
+                        ["-t", "devpts", "devpts", self.path("/dev/pts")]):
             subprocess.run(["mount", *options], check=True)
         subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
         policy = self.path("/usr/sbin/policy-rc.d")  # packages start no service here
