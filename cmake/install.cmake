@@ -1,28 +1,106 @@
 # SPDX-License-Identifier: Apache-2.0
-# Where things go: the filter and the driver files where CUPS looks for them, the
-# tool into the prefix. DESTDIR stages all of it. A folder given here may be
-# relative to the prefix.
-if(APPLE)
-  # Vendor filters live outside the sealed system; the PPD files carry the path.
-  set(DRAV_FILTER_DIR "/Library/Printers/Drav" CACHE STRING "Folder of the filter")
-  set(DRAV_DRIVER_DIR "/Library/Printers/PPDs/Contents/Resources" CACHE STRING
-      "Folder of the PPD files")
-  install(FILES ${DRAV_PPD_FILES} DESTINATION ${DRAV_DRIVER_DIR})
+# What is installed; DESTDIR stages all of it, cmake/layout.cmake has the folders.
+# Components: `driver` and `tools` are the same for everyone; `host` is what a
+# distribution's package lays out in its own way (cmake/packages.cmake).
+drav_install_folders(driver ${DRAV_FILTER_DIR} ${DRAV_DRIVER_DIR})
+if(DRAV_LAYOUT STREQUAL "macos")
+  install(FILES ${DRAV_PPD_FILES} DESTINATION ${DRAV_DRIVER_DIR} COMPONENT driver)
 else()
   # The source alone: CUPS makes the PPD files from it when a queue is added.
-  # PPD files besides would list every model twice.
-  set(DRAV_FILTER_DIR "${DRAV_CUPS_SERVERBIN}/filter" CACHE STRING "Folder of the filter")
-  set(DRAV_DRIVER_DIR "${DRAV_CUPS_DATADIR}/drv" CACHE STRING "Folder of the driver source")
-  install(FILES ${PROJECT_SOURCE_DIR}/ppd/drav.drv DESTINATION ${DRAV_DRIVER_DIR})
-  # What it includes, and its translations, where CUPS looks for such parts; in
-  # the folder of the sources CUPS would take them for drivers.
-  set(DRAV_DRIVER_PARTS_DIR "${DRAV_CUPS_DATADIR}/ppdc" CACHE STRING
-      "Folder of what the driver source includes")
-  install(FILES ${DRAV_DRIVER_PARTS} DESTINATION ${DRAV_DRIVER_PARTS_DIR})
+  # PPD files besides would list every model twice. What it includes, and its
+  # translations, go where CUPS looks for such parts; in the folder of the sources
+  # CUPS would take them for drivers.
+  install(FILES ${PROJECT_SOURCE_DIR}/ppd/drav.drv DESTINATION ${DRAV_DRIVER_DIR}
+          COMPONENT driver)
+  if(DRAV_DRIVER_PARTS)
+    drav_install_folders(driver ${DRAV_DRIVER_PARTS_DIR})
+    install(FILES ${DRAV_DRIVER_PARTS} DESTINATION ${DRAV_DRIVER_PARTS_DIR} COMPONENT driver)
+  endif()
 endif()
 
 # The scheduler refuses a filter that group or others can write to.
-install(TARGETS rastertodrav RUNTIME DESTINATION ${DRAV_FILTER_DIR}
-        PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
-                    WORLD_READ WORLD_EXECUTE)
-install(TARGETS drav RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+set(program_permissions OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                        WORLD_READ WORLD_EXECUTE)
+install(TARGETS rastertodrav RUNTIME DESTINATION ${DRAV_FILTER_DIR} COMPONENT driver
+        PERMISSIONS ${program_permissions})
+drav_install_folders(tools ${CMAKE_INSTALL_BINDIR})
+install(TARGETS drav RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools
+        PERMISSIONS ${program_permissions})
+
+# Guides for users, and the pictures they show. Other documents are for who
+# works on the source.
+set(DRAV_GUIDES "")
+set(DRAV_GUIDE_PICTURES "")
+foreach(guide install options troubleshooting scale)
+  set(path ${PROJECT_SOURCE_DIR}/docs/${guide}.md)
+  if(NOT EXISTS ${path})
+    continue()
+  endif()
+  list(APPEND DRAV_GUIDES ${path})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${path})
+  file(STRINGS ${path} lines REGEX "\\(images/[^)]+\\)")
+  string(REGEX MATCHALL "\\(images/[^)]+\\)" links "${lines}")
+  foreach(link IN LISTS links)
+    string(REGEX REPLACE "^\\((.*)\\)$" "${PROJECT_SOURCE_DIR}/docs/\\1" picture "${link}")
+    list(APPEND DRAV_GUIDE_PICTURES ${picture})
+  endforeach()
+endforeach()
+list(REMOVE_DUPLICATES DRAV_GUIDE_PICTURES)
+
+# Installs the guides into `folder`, pictures below it as the guides name them.
+function(drav_install_guides folder component)
+  install(FILES ${DRAV_GUIDES} DESTINATION ${folder} COMPONENT ${component} ${ARGN})
+  foreach(picture IN LISTS DRAV_GUIDE_PICTURES)
+    cmake_path(RELATIVE_PATH picture BASE_DIRECTORY ${PROJECT_SOURCE_DIR}/docs OUTPUT_VARIABLE below)
+    cmake_path(GET below PARENT_PATH below)
+    drav_install_folders(${component} ${folder}/${below})
+    install(FILES ${picture} DESTINATION ${folder}/${below} COMPONENT ${component} ${ARGN})
+  endforeach()
+endfunction()
+
+# Writes the two units of the clearing job into `folder`; `program` is run by it.
+function(drav_configure_units program folder)
+  set(DRAV_CLEAN_PROGRAM ${program})
+  configure_file(${PROJECT_SOURCE_DIR}/packaging/systemd/drav-clean.service.in
+                 ${folder}/drav-clean.service @ONLY)
+  configure_file(${PROJECT_SOURCE_DIR}/packaging/systemd/drav-clean.timer
+                 ${folder}/drav-clean.timer COPYONLY)
+endfunction()
+
+drav_install_folders(host ${CMAKE_INSTALL_MANDIR}/man1 ${CMAKE_INSTALL_MANDIR}/man8
+                     ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/man/rastertodrav.8
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT host)
+install(FILES ${PROJECT_SOURCE_DIR}/man/drav.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
+install(FILES ${PROJECT_SOURCE_DIR}/CHANGES.md ${PROJECT_SOURCE_DIR}/LICENSE
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT host)
+drav_install_guides(${CMAKE_INSTALL_DOCDIR} host)
+
+if(TARGET drav-clean)
+  drav_install_folders(driver ${CMAKE_INSTALL_LIBEXECDIR}/drav)
+  install(TARGETS drav-clean RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/drav COMPONENT driver
+          PERMISSIONS ${program_permissions})
+  if(DRAV_LAYOUT STREQUAL "linux")
+    set(units ${PROJECT_BINARY_DIR}/systemd)
+    drav_configure_units(${CMAKE_INSTALL_FULL_LIBEXECDIR}/drav/drav-clean ${units})
+    drav_install_folders(host ${DRAV_SYSTEMD_UNIT_DIR})
+    install(FILES ${units}/drav-clean.service ${units}/drav-clean.timer
+            DESTINATION ${DRAV_SYSTEMD_UNIT_DIR} COMPONENT host)
+  endif()
+endif()
+
+# The scheduler wants root as the owner; who may give files away makes sure,
+# since a file that is up to date keeps its owner.
+install(CODE "
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX NORMALIZE OUTPUT_VARIABLE prefix)
+cmake_path(SET filter \"${DRAV_FILTER_DIR}/rastertodrav\")
+cmake_path(ABSOLUTE_PATH filter BASE_DIRECTORY \"\${prefix}\")
+set(filter \"\$ENV{DESTDIR}\${filter}\")
+execute_process(COMMAND id -u OUTPUT_VARIABLE user OUTPUT_STRIP_TRAILING_WHITESPACE)
+if(user STREQUAL \"0\")
+  execute_process(COMMAND chown 0:0 \"\${filter}\" RESULT_VARIABLE status)
+  if(NOT status EQUAL 0)
+    message(WARNING \"\${filter} must belong to root, or the scheduler will not run it\")
+  endif()
+endif()" COMPONENT driver)

@@ -36,6 +36,7 @@ TEST_PACKAGES=(
   "cups-client|cupstestppd checks the PPD files"
   "python3|whole-program tests"
   "git|names the files to check"
+  "mandoc|linter of the manual pages"
 )
 
 # shellcheck disable=SC2034
@@ -44,6 +45,17 @@ BENCH_PACKAGES=(
   "python3-pil|peer: Pillow"
   "netpbm|peer: pamditherbw, pgmtopbm"
   "imagemagick|peer: convert"
+)
+
+# shellcheck disable=SC2034
+PACKAGE_PACKAGES=(
+  "dpkg-dev|computes the dependencies of the packages"
+  "file|cpack tells programs from texts"
+  "lintian|checks packages against Debian's rules"
+  "mmdebstrap|makes a clean root from the machine's own package sources"
+  "iproute2|a loop-back interface for the clean root"
+  "python3|runs the checks"
+  "git|names the files to build from"
 )
 
 say() { printf '%s\n' "$*"; }

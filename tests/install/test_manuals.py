@@ -1,0 +1,77 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""The manual pages are sound, and tell of every command and option there is."""
+import argparse
+import os
+import re
+import shutil
+import subprocess
+import sys
+import unittest
+
+import staged
+
+ARGUMENTS = argparse.Namespace()
+PAGES = sorted((staged.SOURCE / "man").iterdir())
+
+
+def rendered(name: str) -> str:
+    """A page as plain text in lines so long that nothing is broken."""
+    text = subprocess.run(["mandoc", "-T", "ascii", "-O", "width=500", staged.SOURCE / "man" / name],
+                          check=True, capture_output=True, text=True).stdout
+    return re.sub(".\b", "", text)  # printed twice for bold, over _ for underlined
+
+
+def help_of(*command: str) -> str:
+    return subprocess.run([ARGUMENTS.drav, *command, "--help"], check=True, capture_output=True,
+                          text=True, env={**os.environ, "COLUMNS": "200"}).stdout
+
+
+def drav_commands() -> list[str]:
+    _, _, listed = help_of().partition("Subcommands:\n")
+    return re.findall(r"^  ([a-z][a-z-]*) ", listed.split("\n\n")[0], re.M)
+
+
+class ManualTest(unittest.TestCase):
+    def test_pages_have_no_fault(self):
+        for page in PAGES:
+            result = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", page], check=False,
+                                    capture_output=True, text=True)
+            self.assertEqual((result.returncode, result.stdout), (0, ""), page)
+
+    def test_drav_page_has_every_command_with_its_options(self):
+        page = rendered("drav.1")
+        commands = drav_commands()
+        self.assertIn("render", commands)
+        for command in commands:
+            # From the command's entry to the next one.
+            entry = re.search(rf"(?ms)^     {command}\b.*?(?=^     [a-z]|^[A-Z])", page)
+            self.assertIsNotNone(entry, f"drav {command} is not in drav(1)")
+            options = set(re.findall(r"^ +(?:-\w,)?(--?[\w-]+)", help_of(command), re.M))
+            missing = [option for option in options - {"--help"}
+                       if not re.search(rf"(?<![\w-]){option}(?![\w-])", entry[0])]
+            self.assertEqual(missing, [], f"options of drav {command} that drav(1) does not tell of")
+
+    def test_filter_page_has_every_key_that_the_filter_reads(self):
+        page = rendered("rastertodrav.8")
+        source = (staged.SOURCE / "filter/settings.cc").read_text(encoding="utf-8")
+        keys = set(re.findall(r'(?:getOptionChoiceIndex|dravPpdGet\w+)\((?:ppd(?:\.get\(\))?, )?'
+                              r'"(\w+)"', source))
+        self.assertGreaterEqual(len(keys), 20)
+        missing = [key for key in sorted(keys - {"PageSize"})  # every driver has that
+                   if not re.search(rf"\b{key}\b", page)]
+        self.assertEqual(missing, [])
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--drav", required=True)
+    parser.parse_args(namespace=ARGUMENTS)
+    if not shutil.which("mandoc"):
+        print("SKIPPED: mandoc is not installed")
+        sys.exit(77)
+    unittest.main(argv=sys.argv[:1], verbosity=1)
+
+
+if __name__ == "__main__":
+    main()
