@@ -15,6 +15,7 @@ import escpos_stream
 import expected
 import fake_printer
 import private_cups
+import private_network
 import private_spool
 import raster_file
 from driver_file import DriverFile
@@ -173,6 +174,11 @@ def main() -> None:
         if not os.environ.get(name):
             sys.exit(f"{name} is not set")
     private_spool.enter()
+    try:
+        private_network.enter()
+    except OSError as error:
+        print(f"SKIPPED: no network namespace on this machine: {error}", flush=True)
+        sys.exit(private_spool.SKIPPED)
     program = unittest.main(module="__main__", exit=False)
     for test, reason in program.result.skipped:
         print(f"SKIPPED: {test}: {reason}", flush=True)

@@ -6,8 +6,7 @@ import struct
 import threading
 import time
 
-_SMALL = 4096        # bytes of receive buffer: little is under way to a printer that waits
-_SMALL_SEGMENT = 536  # bytes; keeps the sender's buffer small as well
+_SMALL = 4096  # bytes of receive buffer: little is under way to a printer that waits
 _RESET = struct.pack("ii", 1, 0)  # closing resets the connection
 
 
@@ -43,7 +42,6 @@ class FakePrinter:
         self._socket = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
         if pause_at is not None or rate:
             self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, _SMALL)
-            self._socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_MAXSEG, _SMALL_SEGMENT)
         self._socket.bind(("127.0.0.1", 0))
         self.port = self._socket.getsockname()[1]
         if answers:

@@ -49,6 +49,7 @@ LogFilePerm 0644
 User lp
 Group lp
 SystemGroup root
+Printcap {root}/state/printcap
 SyncOnClose No
 SetEnv DRAV_TAP {root}/tap
 SetEnv DBUS_SYSTEM_BUS_ADDRESS unix:path={root}/no-bus
