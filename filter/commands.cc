@@ -117,6 +117,12 @@ void endPage(Settings settings, std::FILE* out) {
   if (settings.pageBuzzerSetting == kAtEnd) soundBuzzer(settings, out);
 }
 
+bool jobEndActs(const Settings& settings) {
+  return settings.feedCutAfterJobEnd > 0 || effectiveCut(settings.docCutType) != 0 ||
+         settings.documentBuzzerSetting == kAtEnd || settings.cashDrawer1Setting == kAtEnd ||
+         settings.cashDrawer2Setting == kAtEnd;
+}
+
 void endJob(Settings settings, std::FILE* out) {
   if (settings.feedCutAfterJobEnd > 0) {
     send(kJobFeed, out);

@@ -40,6 +40,9 @@ void endPage(Settings settings, std::FILE* out = stdout);
 // Job end: feed, job cut, buzzer and drawers when set to 2, and ESC v.
 void endJob(Settings settings, std::FILE* out = stdout);
 
+// True when a job's end does more than ask for the paper status.
+bool jobEndActs(const Settings& settings);
+
 // Tail of a cancelled job, see filter/cancel_tail.h.
 void feedPage(std::FILE* out);
 void cutPaper(int32_t cutType, std::FILE* out);

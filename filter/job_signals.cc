@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 
 namespace {
 
@@ -29,6 +30,15 @@ void installJobSignals() {
 }
 
 bool jobCancelRequested() { return cancelRequested != 0; }
+
+void awaitJobCancel() {
+  constexpr int kSlices = 50;  // of 1 ms; a signal cuts its slice short
+  for (int i = 0; i < kSlices && cancelRequested == 0; ++i) {
+    timespec slice = {};
+    slice.tv_nsec = 1000000;
+    nanosleep(&slice, nullptr);
+  }
+}
 
 void reserveStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {

@@ -11,6 +11,12 @@ void installJobSignals();
 // True once SIGTERM has arrived. Further ones change nothing.
 bool jobCancelRequested();
 
+// Returns as soon as SIGTERM has arrived, or after 50 ms without one. The
+// scheduler signals the converters in front of a filter before the filter: what
+// they leave unfinished can look like the end of the input until our own signal
+// comes, a fraction of a millisecond later where the machine is not busy.
+void awaitJobCancel();
+
 // Opens /dev/null for each standard descriptor that the caller has closed, so
 // that no file of ours can take its number: a closed standard output must fail,
 // not end up in a picture.

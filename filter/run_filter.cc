@@ -159,6 +159,7 @@ class Job {
   Outcome readHeader() {
     if (cancelled()) return Outcome::cancelled;
     const bool read = raster_ && cupsRasterReadHeader2(raster_.get(), &header_) != 0;
+    if (!read && (pagesStarted_ == 0 || jobEndActs(settings_))) environment_.awaitCancel();
     if (cancelled()) return Outcome::cancelled;
     return read ? Outcome::proceed : Outcome::ended;
   }
@@ -201,6 +202,7 @@ class Job {
     dravLogCommon(kLogInfo, "PAGE: %d %d", pagesStarted_, static_cast<int>(header_.NumCopies));
     const uint32_t bytes = pageBytes(header_);
     const bool read = bytes != 0 && cupsRasterReadPixels(raster_.get(), page_.data(), bytes) >= 1;
+    if (!read) environment_.awaitCancel();
     if (cancelled()) return Outcome::cancelled;
     return read ? Outcome::proceed : Outcome::ended;
   }
@@ -220,7 +222,7 @@ class Job {
     printer_->printImage(page_.data(), header_.cupsBytesPerLine, header_.cupsHeight,
                          header_.cupsWidth);
     if (printer_->bandsSent() != bandsBefore) progress_.inkSinceFeed = true;
-    if (printer_->rasterInterrupted()) return Outcome::cancelled;
+    if (printer_->rasterInterrupted() || cancelled()) return Outcome::cancelled;
 
     endPage(settings_, out_);
     progress_.inkSinceFeed = false;

@@ -18,6 +18,7 @@ struct FilterEnvironment {
   Clock clock = systemClock;           // names the record and the diagnostic pictures
   std::string dumpFolder = "/var/spool/cups/tmp";  // diagnostic pictures
   std::function<bool()> cancelRequested = jobCancelRequested;
+  std::function<void()> awaitCancel = awaitJobCancel;  // where one may be on its way
 };
 
 // Arguments as of filter(7): job id, user, title, copies, options, [file]. Reads

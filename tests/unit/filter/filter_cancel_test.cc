@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/log_capture.h"
@@ -91,6 +93,7 @@ std::vector<Checkpoint> checkpointsOf(const model::JobSettings& settings,
       append(now.sent, band);
       now.inkSinceFeed = true;
     }
+    look(page + "last band sent");
     append(now.sent, model::endPageBytes(settings));
     now.inkSinceFeed = false;
     now.pagePrinted = true;
@@ -284,6 +287,52 @@ TEST_F(FilterCancelTest, PixelsCutOffByTheCancelAreNoEndOfTheJob) {
     EXPECT_THAT(result.log, Not(Contains("DEBUG:Ready to print.")));
     EXPECT_EQ(result.status, 1);
   }
+}
+
+// The converters in front of the filter are ended first: the cancel comes when
+// the input has ended already.
+TEST_F(FilterCancelTest, CancelJustBehindTheEndOfTheInputIsWaitedFor) {
+  const std::vector<model::RasterPage> pages = {patternPage("text", 16, 100)};
+  const size_t whole = rawRaster(pages).size();
+  using Change = void (*)(model::JobSettings&);
+  for (const Change change : std::initializer_list<Change>{
+           [](model::JobSettings& s) { s.cashDrawer1Setting = 2; },
+           [](model::JobSettings& s) { s.cashDrawer2Setting = 2; },
+           [](model::JobSettings& s) { s.documentBuzzerSetting = 2; },
+           [](model::JobSettings& s) { s.feedCutAfterJobEnd = 1; },
+           [](model::JobSettings& s) { s.pageCutType = s.docCutType = 1; }}) {
+    model::JobSettings settings;
+    change(settings);
+    describe(settings);
+    const std::vector<Checkpoint> checkpoints = checkpointsOf(settings, pages);
+    for (const auto& [bytes, checkpoint] : std::initializer_list<std::pair<size_t, size_t>>{
+             {whole, checkpoints.size() - 1}, {whole - 300, 2}, {500, 0}}) {
+      bool cancelled = false;
+      environment_.awaitCancel = [&cancelled] { cancelled = true; };
+      cancel_ = [&cancelled](int) { return cancelled; };
+      Bytes raster = rawRaster(pages);
+      raster.resize(bytes);
+      const FilterResult result = run(raster);
+      EXPECT_TRUE(sameBytes(outputOf(checkpoints[checkpoint], settings), result.out)) << bytes;
+      EXPECT_THAT(result.log, Not(Contains("DEBUG:Ready to print.")));
+      EXPECT_THAT(result.log, Not(Contains("ERROR:No pages found!")));
+      EXPECT_EQ(result.status, 1);
+    }
+  }
+}
+
+TEST_F(FilterCancelTest, JobWhoseEndDoesNothingIsNotDelayed) {
+  model::JobSettings settings;
+  settings.cashDrawer1Setting = 1;
+  settings.documentBuzzerSetting = 1;
+  settings.pageCutType = 2;
+  settings.docCutType = 3;
+  describe(settings);
+  int waits = 0;
+  environment_.awaitCancel = [&waits] { ++waits; };
+  const std::vector<model::RasterPage> pages = {patternPage("text", 16, 10)};
+  EXPECT_EQ(run(pages).status, 0);
+  EXPECT_EQ(waits, 0);
 }
 
 TEST_F(FilterCancelTest, PageReadInFullWhenTheCancelComesIsNotPrinted) {

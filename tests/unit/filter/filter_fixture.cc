@@ -53,6 +53,7 @@ std::string numberText(double value) {
 FilterFixture::FilterFixture() {
   environment_.clock = [] { return kNow; };
   environment_.cancelRequested = [] { return false; };
+  environment_.awaitCancel = [] {};
 }
 
 void FilterFixture::describe(model::JobSettings& settings, bool records, bool asJobOptions) {

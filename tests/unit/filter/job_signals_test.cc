@@ -5,9 +5,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 
@@ -26,6 +28,35 @@ bool notesEverySigterm() {
   const bool first = jobCancelRequested();
   std::raise(SIGTERM);
   return first && jobCancelRequested();
+}
+
+std::chrono::milliseconds waited() {
+  const auto start = std::chrono::steady_clock::now();
+  awaitJobCancel();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                               start);
+}
+
+bool waitsAMomentForASignal() {
+  installJobSignals();
+  return waited() >= std::chrono::milliseconds(50) && !jobCancelRequested();
+}
+
+bool doesNotWaitBehindASignal() {
+  installJobSignals();
+  std::raise(SIGTERM);
+  return waited() < std::chrono::milliseconds(50);
+}
+
+bool seesASignalThatComesWhileItWaits() {
+  installJobSignals();
+  const pid_t child = fork();
+  if (child == -1) return false;
+  if (child == 0) _exit(kill(getppid(), SIGTERM));
+  awaitJobCancel();
+  int status = 0;
+  waitpid(child, &status, 0);
+  return status == 0 && jobCancelRequested();
 }
 
 bool restartsInterruptedCalls() {
@@ -73,6 +104,12 @@ TEST(JobSignalsDeathTest, NothingIsCancelledBeforeASignal) {
 
 TEST(JobSignalsDeathTest, SigtermIsNotedAndSoIsEveryFurtherOne) {
   EXPECT_IN_CHILD(notesEverySigterm);
+}
+
+TEST(JobSignalsDeathTest, CancelIsAwaitedForAMoment) {
+  EXPECT_IN_CHILD(waitsAMomentForASignal);
+  EXPECT_IN_CHILD(doesNotWaitBehindASignal);
+  EXPECT_IN_CHILD(seesASignalThatComesWhileItWaits);
 }
 
 TEST(JobSignalsDeathTest, InterruptedCallsAreRestarted) {
