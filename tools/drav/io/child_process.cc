@@ -183,7 +183,8 @@ void ChildProcess::readMessages() {
       return;
     }
     messages_.append(buffer.data(), static_cast<size_t>(got));
-    if (messages_.size() > kMaxMessages) messages_.erase(0, messages_.size() - kMaxMessages);
+    if (messages_.size() > kMaxMessages)
+      messages_.erase(kMaxMessages / 2, messages_.size() - kMaxMessages);
   }
 }
 
@@ -245,8 +246,8 @@ void ChildProcess::reap(bool forced) {
   for (;;) {
     // It stays a zombie for now, so that its number is nobody else's yet.
     siginfo_t ended = {};
-    const int waited = ::waitid(P_PID, static_cast<id_t>(process_), &ended,
-                                WEXITED | WNOHANG | WNOWAIT);
+    const int waited =
+        ::waitid(P_PID, static_cast<id_t>(process_), &ended, WEXITED | WNOHANG | WNOWAIT);
     if ((waited == 0 && ended.si_pid == process_) || (waited < 0 && errno != EINTR)) break;
     if (errors_ >= 0) readMessages();
     if (!forced && (Interruption::requested() || millisecondsSince(start) > patience)) {

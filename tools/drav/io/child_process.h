@@ -58,7 +58,7 @@ class ChildProcess {
   // when it did well, or runs.
   const std::string& failure() const { return failure_; }
 
-  // What it wrote to standard error, the last of it when that was much.
+  // What it wrote to standard error; the first and the last of it when that was much.
   const std::string& messages() const { return messages_; }
 
  private:

@@ -8,6 +8,16 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
+#include <vector>
+
+// What a picture says about itself besides its dots.
+struct PngNotes {
+  uint32_t dotsPerInchX = 0;  // 0: unknown, nothing is said
+  uint32_t dotsPerInchY = 0;
+  // Keyword (1 to 79 letters of Latin-1) and text in UTF-8.
+  std::vector<std::pair<std::string, std::string>> texts;
+};
 
 class PngWriter {
  public:
@@ -23,13 +33,16 @@ class PngWriter {
   // Every function: false with one line in `error`, which names the file; the
   // writer is then good for nothing but another open().
   [[nodiscard]] bool open(const std::string& path, uint32_t width, uint32_t height,
-                          std::string& error);
+                          std::string& error, const PngNotes& notes = {});
 
   // The next row from the top: a set bit is a black dot, the top bit of a byte is
   // the leftmost of its eight. A row that ends early is white from there on; bits
   // past the width are not looked at.
   // REQUIRES: an open picture with rows left.
   [[nodiscard]] bool writeRow(std::span<const uint8_t> row, std::string& error);
+
+  // Completes all but the file's name. REQUIRES: every row was written.
+  [[nodiscard]] bool complete(std::string& error);
 
   // Completes the file. REQUIRES: every row was written.
   [[nodiscard]] bool finish(std::string& error);

@@ -36,7 +36,8 @@ std::string bar(uint64_t done, uint64_t total) {
   std::array<char, 16> percent{};
   (void)std::snprintf(percent.data(), percent.size(), "] %3u %% ",
                       static_cast<unsigned>(share * 100));
-  return "[" + std::string(full, '#') + std::string(kBarCells - full, '.') + percent.data();
+  std::string text = "[";
+  return text.append(full, '#').append(kBarCells - full, '.').append(percent.data());
 }
 
 }  // namespace
