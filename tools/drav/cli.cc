@@ -10,6 +10,7 @@
 
 #include "tools/drav/proof/proof_command.h"
 #include "tools/drav/render/render_command.h"
+#include "tools/drav/sheet/sheet_command.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ int runParsed(int argc, const char* const* argv) {
   const std::vector<Command> commands = {
       addProof(app),
       addRender(app),
+      addSheet(app),
   };
 
   try {

@@ -43,6 +43,9 @@ class Document {
   // What the user should know, one line each; grows with the pages.
   const std::vector<std::string>& notes() const { return notes_; }
 
+  // PNG, JPEG or a portable picture.
+  bool isPicture() const;
+
   // The input's name for people.
   const std::string& name() const { return name_; }
 
@@ -54,7 +57,6 @@ class Document {
   bool useConverters(const std::string& program, std::string& error);
   bool useSubstitute(const std::string& missing, std::string& error);
   void takeNote(const GreyPage& page);
-  bool isPicture() const;
   std::string failure(const std::string& why) const { return name_ + ": " + why; }
 
   const DriverFile& driver_;

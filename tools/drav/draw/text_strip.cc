@@ -22,6 +22,10 @@ double fittingSize(cairo_t* context, const std::string& text, double width, doub
 
 void prepare(cairo_t* context) {
   cairo_select_font_face(context, "sans", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_BOLD);
+  cairo_font_options_t* options = cairo_font_options_create();
+  cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
+  cairo_set_font_options(context, options);
+  cairo_font_options_destroy(options);
 }
 
 }  // namespace

@@ -43,6 +43,7 @@ class PageRun {
     if (request_.approximate) document_.setApproximate();
     if (!document_.open(request_.input, error)) return false;
     facts_.name = document_.name();
+    facts_.isPicture = document_.isPicture();
     return visitAll(visitor, error);
   }
 

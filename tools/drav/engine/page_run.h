@@ -33,6 +33,7 @@ void addPageOptions(CLI::App& app, PageRequest& request);
 // What is known of a run besides its pages.
 struct PageFacts {
   std::string name;           // of the input, for people
+  bool isPicture = false;     // PNG, JPEG or portable
   std::string driver;         // of the driver file, for people
   std::string options;        // those that count for the picture, and those given
   std::string approximation;  // why the dots may differ from those of a queue; or empty
