@@ -11,6 +11,7 @@
 #include "tools/drav/proof/proof_command.h"
 #include "tools/drav/render/render_command.h"
 #include "tools/drav/sheet/sheet_command.h"
+#include "tools/drav/test_page/test_page_command.h"
 
 namespace {
 
@@ -28,6 +29,7 @@ int runParsed(int argc, const char* const* argv) {
       addProof(app),
       addRender(app),
       addSheet(app),
+      addTestPage(app),
   };
 
   try {

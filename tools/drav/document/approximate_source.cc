@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tools/drav/document/converter_messages.h"
+#include "tools/drav/document/page_header.h"
 #include "tools/drav/draw/area_average.h"
 #include "tools/drav/io/child_process.h"
 
@@ -33,28 +34,6 @@ bool paperOf(const DriverFile& driver, Fraction fraction, PaperSize& paper, std:
   const double more = fraction == Fraction::rounded ? 0.5 : 0;
   paper = {static_cast<uint32_t>(width + more), static_cast<uint32_t>(height + more)};
   return true;
-}
-
-cups_page_header2_t makeHeader(const DriverFile& driver, PaperSize size) {
-  cups_page_header2_t header = {};
-  header.HWResolution[0] = driver.resolutionX();
-  header.HWResolution[1] = driver.resolutionY();
-  header.NumCopies = 1;
-  header.cupsPageSize[0] = static_cast<float>(driver.pageWidth());
-  header.cupsPageSize[1] = static_cast<float>(driver.pageLength());
-  header.PageSize[0] = static_cast<unsigned>(std::lround(driver.pageWidth()));
-  header.PageSize[1] = static_cast<unsigned>(std::lround(driver.pageLength()));
-  header.cupsWidth = size.width;
-  header.cupsHeight = size.height;
-  header.cupsBitsPerColor = 8;
-  header.cupsBitsPerPixel = 8;
-  header.cupsBytesPerLine = size.width;
-  header.cupsColorOrder = CUPS_ORDER_CHUNKED;
-  header.cupsColorSpace = CUPS_CSPACE_K;
-  header.cupsNumColors = 1;
-  const std::string name = driver.current("PageSize").name;
-  name.copy(header.cupsPageSizeName, sizeof header.cupsPageSizeName - 1);
-  return header;
 }
 
 // A quarter turn against the clock, as the converters turn pictures.
@@ -87,7 +66,7 @@ class PictureSource : public PageSource {
 class PopplerSource : public PageSource {
  public:
   PopplerSource(const DriverFile& driver, PaperSize paper)
-      : header_(makeHeader(driver, paper)), paper_(paper) {}
+      : header_(makeGreyHeader(driver, paper.width, paper.height)), paper_(paper) {}
 
   bool start(const std::string& program, const std::string& path, const DriverFile& driver,
              std::function<void()> idle, std::string& error) {
@@ -184,7 +163,7 @@ std::unique_ptr<PageSource> pictureSource(const GreyPicture& picture, const Driv
   const PaperSize size = {std::min(paper.width, scaled(upright.width)),
                           std::min(paper.height, scaled(upright.height))};
   GreyPage page;
-  page.header = makeHeader(driver, size);
+  page.header = makeGreyHeader(driver, size.width, size.height);
   page.pixels = areaAverage(upright.levels, upright.width, upright.height, size.width, size.height);
   for (uint8_t& pixel : page.pixels) pixel = static_cast<uint8_t>(255 - pixel);
   return std::make_unique<PictureSource>(std::move(page));

@@ -48,6 +48,7 @@ bool Document::isPicture() const {
 
 bool Document::open(const std::string& input, std::string& error) {
   name_ = input == "-" ? "standard input" : printablePath(input);
+  title_ = input == "-" ? name_ : printablePath(input.substr(input.rfind('/') + 1));
   if (!openFile(input, error)) return false;
   if (size_ == 0) {
     error = failure("is empty");

@@ -48,6 +48,8 @@ class Document {
 
   // The input's name for people.
   const std::string& name() const { return name_; }
+  // The same without its folders.
+  const std::string& title() const { return title_; }
 
  private:
   bool openFile(const std::string& input, std::string& error);
@@ -63,6 +65,7 @@ class Document {
   std::function<void()> idle_;
   bool avoidConverters_ = false;
   std::string name_;
+  std::string title_;
   std::string path_;  // a regular file
   DocumentKind kind_ = DocumentKind::kUnknown;
   std::vector<uint8_t> start_;

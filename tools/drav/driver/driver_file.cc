@@ -156,6 +156,15 @@ double DriverFile::pageLength() const {
   return size != nullptr ? double{size->length} : 0;
 }
 
+std::vector<PaperChoice> DriverFile::papers() const {
+  std::vector<PaperChoice> list;
+  for (int i = 0; i < ppd_->num_sizes; ++i) {
+    const ppd_size_t& size = ppd_->sizes[i];
+    list.push_back({size.name, double{size.width}, double{size.length}});
+  }
+  return list;
+}
+
 uint32_t DriverFile::printableDots() const {
   cups_page_header2_t header = {};
   header.HWResolution[0] = resolutionX_;

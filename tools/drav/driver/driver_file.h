@@ -24,6 +24,12 @@ struct DriverChoice {
   std::string label;  // what people read
 };
 
+struct PaperChoice {
+  std::string name;  // choice of PageSize
+  double width = 0;  // points
+  double length = 0;
+};
+
 class DriverFile {
  public:
   DriverFile();
@@ -60,6 +66,8 @@ class DriverFile {
   // Size of the job's paper in points; 0 when the driver does not know it.
   double pageWidth() const;
   double pageLength() const;
+  // All papers of the driver, in its order.
+  std::vector<PaperChoice> papers() const;
   // Dots per inch of the job; 0 when the driver does not say.
   uint32_t resolutionX() const { return resolutionX_; }
   uint32_t resolutionY() const { return resolutionY_; }

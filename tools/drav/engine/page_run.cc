@@ -43,6 +43,7 @@ class PageRun {
     if (request_.approximate) document_.setApproximate();
     if (!document_.open(request_.input, error)) return false;
     facts_.name = document_.name();
+    facts_.title = document_.title();
     facts_.isPicture = document_.isPicture();
     return visitAll(visitor, error);
   }
@@ -96,20 +97,24 @@ class PageRun {
 
 }  // namespace
 
-void addPageOptions(CLI::App& app, PageRequest& request) {
-  app.add_option("INPUT", request.input,
-                 "PDF, PNG, JPEG, PGM, text, CUPS or PWG raster; - is standard input")
-      ->required();
-  auto* ppd = app.add_option("--ppd", request.job.ppdPath, "Driver file of the printer or queue")
+void addJobOptions(CLI::App& app, JobChoice& job) {
+  auto* ppd = app.add_option("--ppd", job.ppdPath, "Driver file of the printer or queue")
                   ->type_name("FILE");
-  app.add_option("--model", request.job.model,
+  app.add_option("--model", job.model,
                  "One of our own driver files: " + modelList() + "; without, the first of them " +
                      "that prints stencils")
       ->type_name("NAME")
       ->excludes(ppd);
-  app.add_option("-o", request.job.options, "Job option, as for lp; may be repeated")
+  app.add_option("-o", job.options, "Job option, as for lp; may be repeated")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
+}
+
+void addPageOptions(CLI::App& app, PageRequest& request) {
+  app.add_option("INPUT", request.input,
+                 "PDF, PNG, JPEG, PGM, text, CUPS or PWG raster; - is standard input")
+      ->required();
+  addJobOptions(app, request.job);
   app.add_option("--page", request.page, "Take this page alone, counted from 1")
       ->type_name("N")
       ->check(CLI::Range(1U, 1'000'000U));

@@ -26,13 +26,17 @@ struct PageRequest {
   bool quiet = false;
 };
 
-// Adds INPUT and the options that fill a request: --ppd, --model, -o, --page,
+// Adds --ppd, --model and -o.
+void addJobOptions(CLI::App& app, JobChoice& job);
+
+// Adds INPUT and the options that fill a request: those of the job, --page,
 // --approximate, --quiet.
 void addPageOptions(CLI::App& app, PageRequest& request);
 
 // What is known of a run besides its pages.
 struct PageFacts {
   std::string name;           // of the input, for people
+  std::string title;          // the same without its folders
   bool isPicture = false;     // PNG, JPEG or portable
   std::string driver;         // of the driver file, for people
   std::string options;        // those that count for the picture, and those given

@@ -47,7 +47,7 @@ PngNotes notesOf(const NumberedPage& page, const PageFacts& facts, const TextStr
   notes.dotsPerInchY = page.dots.dotsPerInchY;
   const bool exact = facts.approximation.empty();
   notes.texts = {{"Software", "drav " DRAV_VERSION},
-                 {"Source", facts.name + ", page " + std::to_string(page.number)},
+                 {"Source", facts.title + ", page " + std::to_string(page.number)},
                  {"Drav-Driver", facts.driver},
                  {"Drav-Options", facts.options},
                  {"Drav-Accuracy", exact ? "exact" : "approximate: " + facts.approximation}};

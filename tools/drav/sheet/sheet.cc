@@ -137,7 +137,7 @@ class SheetMaker {
 
   void setTitles(const std::string& option, SheetPage& sheet) const {
     const std::string all = option == "HalftoneType" ? "in every halftone" : "in every " + option;
-    sheet.titles = {visit_.facts.name + ", page " + std::to_string(visit_.number) + ", " + all,
+    sheet.titles = {visit_.facts.title + ", page " + std::to_string(visit_.number) + ", " + all,
                     visit_.facts.driver + "; " + sharedOptions(option)};
     const uint32_t x = visit_.page.header.HWResolution[0];
     const uint32_t y = visit_.page.header.HWResolution[1];
@@ -173,7 +173,7 @@ bool writePdf(const std::string& path, const std::vector<SheetPage>& sheets, con
   std::vector<Drawing> pages;
   for (const SheetPage& sheet : sheets) pages.push_back(drawingOf(sheet));
   OutputFile file;
-  return writePdfDrawings(file, path, pages, kPdfPointsPerUnit, "Contact sheet of " + facts.name,
+  return writePdfDrawings(file, path, pages, kPdfPointsPerUnit, "Contact sheet of " + facts.title,
                           error) &&
          file.commit(error);
 }
