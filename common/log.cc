@@ -4,20 +4,27 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
 constexpr std::array<const char*, 6> sLogLevelTexts = {
     "DEBUG:", "DEBUG:", "WARN:", "ERROR:", "CRIT:", "INVALID:"};
 
+// Null stands for standard error, which is no constant.
+std::FILE* logStream = nullptr;
+
 }  // namespace
+
+std::FILE* setLogStream(std::FILE* stream) { return std::exchange(logStream, stream); }
 
 void dravLogCommon(int32_t level, const char* format, ...) {
   if (level < kLogDebug || level > kLogInvalid) level = kLogInvalid;
-  std::fprintf(stderr, "%s", sLogLevelTexts[static_cast<size_t>(level)]);
+  std::FILE* out = logStream != nullptr ? logStream : stderr;
+  std::fprintf(out, "%s", sLogLevelTexts[static_cast<size_t>(level)]);
   va_list values;
   va_start(values, format);
-  std::vfprintf(stderr, format, values);
+  std::vfprintf(out, format, values);
   va_end(values);
-  std::fprintf(stderr, "\n");
+  std::fprintf(out, "\n");
 }

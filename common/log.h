@@ -5,6 +5,7 @@
 #define COMMON_LOG_H_
 
 #include <cstdint>
+#include <cstdio>
 
 // Level of a line. Debug and Info differ for the callers but share the prefix
 // "DEBUG:", so that the scheduler takes neither for a page accounting line.
@@ -21,5 +22,10 @@ enum LogLevel : int32_t {
 // `format`, and "\n". No space follows the prefix, and no level is filtered
 // out. A level outside 0 to 5 prints as kLogInvalid.
 __attribute__((format(printf, 2, 3))) void dravLogCommon(int32_t level, const char* format, ...);
+
+// Sends the lines to `stream` from now on, to standard error again when it is null.
+// The stream stays the caller's, who takes it back before closing it. Returns the
+// one before, null for standard error.
+std::FILE* setLogStream(std::FILE* stream);
 
 #endif  // COMMON_LOG_H_

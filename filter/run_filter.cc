@@ -132,7 +132,7 @@ class Job {
  private:
   void openRecord() {
     const char* name = settings_.recordFileName.data();
-    if (*name == '\0') return;
+    if (*name == '\0' || !environment_.keepRecord) return;
     record_.reset(openPrivateFile(name, "w"));
     if (!record_) {
       dravLogCommon(kLogError, "Unable to open command record file %s!", name);

@@ -16,7 +16,8 @@ struct FilterEnvironment {
   int standardInput = 0;               // raster stream when no file is named; not closed
   std::FILE* standardOutput = stdout;  // printer bytes; not closed
   Clock clock = systemClock;           // names the record and the diagnostic pictures
-  std::string dumpFolder = "/var/spool/cups/tmp";  // diagnostic pictures
+  std::string dumpFolder = "/var/spool/cups/tmp";  // diagnostic pictures; empty for none
+  bool keepRecord = true;  // false: no command record, whatever the PPD asks for
   std::function<bool()> cancelRequested = jobCancelRequested;
   std::function<void()> awaitCancel = awaitJobCancel;  // where one may be on its way
 };

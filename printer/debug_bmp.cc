@@ -112,6 +112,7 @@ void DravPrinter::setFileNameFormat(const char* stem) {
 }
 
 std::FILE* DravPrinter::openPicture(uint64_t height, uint64_t width, uint16_t bitsPerPixel) {
+  if (dumpFolder_.empty()) return nullptr;
   const std::tm now = localTime(clock_());
   const auto number = static_cast<long>(savedImages++);
   std::array<char, 2048> path = {};

@@ -96,7 +96,7 @@ class DravPrinter {
   // The clock that names diagnostic pictures; the system's by default.
   DravPrinter& setClock(std::function<std::time_t()> clock);
   // Folder of the diagnostic pictures, /var/spool/cups/tmp by default. It is
-  // not created.
+  // not created. An empty name: none are saved, and nothing is reported.
   DravPrinter& setDumpFolder(const std::string& folder);
   // Asked before each raster band; when it answers true, no further band goes
   // out. By default nothing stops a page.

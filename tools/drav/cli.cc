@@ -9,7 +9,10 @@
 #include <vector>
 
 #include "tools/drav/inspect/inspect_command.h"
+#include "tools/drav/proof/proof_command.h"
 #include "tools/drav/render/render_command.h"
+#include "tools/drav/sheet/sheet_command.h"
+#include "tools/drav/test_page/test_page_command.h"
 
 namespace {
 
@@ -19,13 +22,13 @@ int runParsed(int argc, const char* const* argv) {
   app.require_subcommand(1);
   app.footer(
       "Examples:\n"
-      "  drav render job.bin job.png\n"
-      "  drav inspect job.bin\n\n"
+      "  drav proof drawing.pdf\n"
+      "  drav inspect job.bin\n"
+      "  drav render job.bin job.png\n\n"
       "Exit status: 0 done, 1 findings, 2 bad input, failure or wrong usage.\n");
   // One line a command; help lists them in this order.
   const std::vector<Command> commands = {
-      addRender(app),
-      addInspect(app),
+      addProof(app), addRender(app), addInspect(app), addSheet(app), addTestPage(app),
   };
 
   try {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdio>
 #include <string>
 
 #include "tests/support/log_capture.h"
@@ -55,6 +57,23 @@ TEST(LogTest, LongMessagesAreNotCut) {
   const std::string text(5000, 'x');
   EXPECT_EQ(captureLogText([&text] { dravLogCommon(2, "%s", text.c_str()); }),
             "WARN:" + text + "\n");
+}
+
+TEST(LogTest, LinesGoToAnotherStreamUntilItIsTakenBack) {
+  std::FILE* stream = std::tmpfile();
+  ASSERT_NE(stream, nullptr);
+  EXPECT_EQ(captureLogText([stream] {
+              EXPECT_EQ(setLogStream(stream), nullptr);
+              dravLogCommon(kLogError, "elsewhere %d", 1);
+              EXPECT_EQ(setLogStream(nullptr), stream);
+              dravLogCommon(kLogError, "here");
+            }),
+            "ERROR:here\n");
+  std::rewind(stream);
+  std::array<char, 64> text{};
+  EXPECT_EQ(std::fread(text.data(), 1, text.size(), stream), 18U);
+  EXPECT_STREQ(text.data(), "ERROR:elsewhere 1\n");
+  EXPECT_EQ(std::fclose(stream), 0);
 }
 
 TEST(LogTest, LevelsOutsideTheTablePrintAsInvalid) {

@@ -380,6 +380,18 @@ TEST_F(RunFilterTest, RecordFileHoldsTheBandsAloneAndIsForItsOwner) {
   EXPECT_EQ(status.st_mode & 0777, mode_t{0600});
 }
 
+TEST_F(RunFilterTest, RecordFileCanBeRefusedByTheCaller) {
+  model::JobSettings settings;
+  describe(settings, true);
+  environment_.keepRecord = false;
+  const std::vector<model::RasterPage> pages = {patternPage("text", 20, 100)};
+  const FilterResult result = run(pages);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_FALSE(result.hasRecord);
+  EXPECT_THAT(result.log, Not(Contains(StartsWith("DEBUG:Filter data output to"))));
+  EXPECT_TRUE(sameBytes(model::runJob(settings, pages).stdoutBytes, result.out));
+}
+
 TEST_F(RunFilterTest, RecordFileOfAJobWithoutPagesIsEmpty) {
   model::JobSettings settings;
   describe(settings, true);

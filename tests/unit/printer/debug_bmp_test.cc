@@ -199,6 +199,17 @@ TEST_F(DebugBmpTest, FailedSaveIsReportedAndCounted) {
   EXPECT_NE(access(folder_.file("missing").c_str(), F_OK), 0) << "the folder is not made";
 }
 
+TEST_F(DebugBmpTest, WithoutAFolderNothingIsSavedReportedOrCounted) {
+  const Bytes pixels(4, 0);
+  const long before = save(pixels, 4, 1, 4, 8).number;
+  const size_t saved = savedPictures(folder_).size();
+  printer_.setDumpFolder("");
+  EXPECT_EQ(captureLogText([&] { printer_.saveImage(pixels.data(), 4, 1, 4, 8); }), "");
+  EXPECT_EQ(savedPictures(folder_).size(), saved);
+  printer_.setDumpFolder(folder_.path());
+  EXPECT_EQ(save(pixels, 4, 1, 4, 8).number, before + 1);
+}
+
 TEST_F(DebugBmpTest, PictureIsForItsOwnerAlone) {
   const mode_t oldMask = umask(0);
   const SavedPicture picture = save(Bytes(4, 0), 4, 1, 4, 8);

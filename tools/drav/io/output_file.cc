@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "tools/drav/io/input_file.h"
 
@@ -17,12 +18,15 @@ namespace {
 
 constexpr std::array kEndingSignals = {SIGINT, SIGTERM, SIGHUP};
 
-// The file that a signal handler must remove; the flag says that it is whole.
-std::array<char, 4096> gTemporaryPath;
-volatile std::sig_atomic_t gTemporaryExists = 0;
+// Names of the files that a signal handler must remove. It changes only while signals
+// are held back, so that the handler finds it whole.
+std::vector<const char*>& temporaries() {
+  static auto& names = *new std::vector<const char*>;  // a signal may come at exit
+  return names;
+}
 
-extern "C" void removeTemporaryAndEnd(int signalNumber) {
-  if (gTemporaryExists != 0) ::unlink(gTemporaryPath.data());
+extern "C" void removeTemporariesAndEnd(int signalNumber) {
+  for (const char* name : temporaries()) ::unlink(name);
   (void)::signal(signalNumber, SIG_DFL);
   (void)::raise(signalNumber);
 }
@@ -34,7 +38,7 @@ void watchSignals() {
     if (::sigaction(signalNumber, nullptr, &current) != 0 || current.sa_handler != SIG_DFL)
       continue;
     struct sigaction action = {};
-    action.sa_handler = removeTemporaryAndEnd;
+    action.sa_handler = removeTemporariesAndEnd;
     sigemptyset(&action.sa_mask);
     (void)::sigaction(signalNumber, &action, nullptr);
   }
@@ -93,10 +97,6 @@ bool OutputFile::open(const std::string& path, std::string& error) {
     return false;
   }
   std::string temporary = temporaryTemplate(path);
-  if (temporary.size() >= gTemporaryPath.size()) {
-    error = systemText(path, ENAMETOOLONG);
-    return false;
-  }
 
   watchSignals();
   int descriptor = -1;
@@ -107,11 +107,10 @@ bool OutputFile::open(const std::string& path, std::string& error) {
       error = systemText(path, errno);
       return false;
     }
-    std::memcpy(gTemporaryPath.data(), temporary.c_str(), temporary.size() + 1);
-    gTemporaryExists = 1;
+    temporary_ = std::move(temporary);
+    enlist();
   }
   path_ = path;
-  temporary_ = temporary;
   if (::fchmod(descriptor, newFileMode()) == 0) stream_ = ::fdopen(descriptor, "wb");
   if (stream_ == nullptr) {
     error = systemText(path, errno);
@@ -122,28 +121,39 @@ bool OutputFile::open(const std::string& path, std::string& error) {
   return true;
 }
 
-bool OutputFile::commit(std::string& error) {
-  if (stream_ == nullptr) {
+// Both are called while signals are held back.
+void OutputFile::enlist() { temporaries().push_back(temporary_.c_str()); }
+
+void OutputFile::strikeOut() {
+  std::erase(temporaries(), temporary_.c_str());
+  temporary_.clear();
+}
+
+bool OutputFile::complete(std::string& error) {
+  if (temporary_.empty()) {
     error = "no output is open";
     return false;
   }
+  if (stream_ == nullptr) return true;
   std::FILE* stream = std::exchange(stream_, nullptr);
   errno = 0;
   const bool failedBefore = std::ferror(stream) != 0;
   const bool closed = std::fclose(stream) == 0;
-  if (failedBefore || !closed) {
-    error = systemText(path_, errno != 0 ? errno : EIO);
-    discard();
-    return false;
-  }
+  if (!failedBefore && closed) return true;
+  error = systemText(path_, errno != 0 ? errno : EIO);
+  discard();
+  return false;
+}
+
+bool OutputFile::commit(std::string& error) {
+  if (!complete(error)) return false;
   const SignalPause pause;
   if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
     error = systemText(path_, errno);
     discard();
     return false;
   }
-  gTemporaryExists = 0;
-  temporary_.clear();
+  strikeOut();
   return true;
 }
 
@@ -152,6 +162,5 @@ void OutputFile::discard() {
   if (temporary_.empty()) return;
   const SignalPause pause;
   ::unlink(temporary_.c_str());
-  gTemporaryExists = 0;
-  temporary_.clear();
+  strikeOut();
 }

@@ -8,8 +8,8 @@
 
 // Everything is written to a temporary file in the folder of the output, which
 // commit() renames. Without a commit the temporary file is removed and an older
-// output stays as it was; also when SIGINT, SIGTERM or SIGHUP ends the program.
-// One at a time.
+// output stays as it was; also when SIGINT, SIGTERM or SIGHUP ends the program. Several
+// may be open at a time, from one thread.
 class OutputFile {
  public:
   OutputFile() = default;
@@ -27,13 +27,19 @@ class OutputFile {
   // Where to write; null unless open. Stays owned by this object.
   std::FILE* stream() const { return stream_; }
 
-  // Writes out what is left and gives the file its name; a symbolic link of that
+  // Writes out what is left, so that nothing but the name is missing. False with one
+  // line in `error` when any write failed; the temporary file is then gone.
+  [[nodiscard]] bool complete(std::string& error);
+
+  // Completes the file and gives it its name; a symbolic link of that
   // name is replaced, not followed. False with one line in `error` when any write
   // failed; the temporary file is then gone.
   [[nodiscard]] bool commit(std::string& error);
 
  private:
   void discard();
+  void enlist();
+  void strikeOut();
 
   std::string path_;
   std::string temporary_;

@@ -76,17 +76,31 @@ bool guarded(png_structp png, const Step& step) {
   return true;
 }
 
+// As libpng takes them; `notes` must outlive the list. Latin-1 cannot hold every text.
+std::vector<png_text> pngTexts(const PngNotes& notes) {
+  std::vector<png_text> texts;
+  for (const auto& [keyword, value] : notes.texts) {
+    const bool plain = std::all_of(value.begin(), value.end(), [](char letter) {
+      return letter == '\n' || (letter >= 0x20 && letter < 0x7F);
+    });
+    png_text text = {};
+    text.compression = plain ? PNG_TEXT_COMPRESSION_NONE : PNG_ITXT_COMPRESSION_NONE;
+    text.key = const_cast<char*>(keyword.c_str());
+    text.text = const_cast<char*>(value.c_str());
+    text.text_length = plain ? value.size() : 0;
+    text.itxt_length = plain ? 0 : value.size();
+    texts.push_back(text);
+  }
+  return texts;
+}
+
 }  // namespace
 
 PngWriter::PngWriter() = default;
 PngWriter::~PngWriter() = default;
 
-void PngWriter::setResolution(uint32_t across, uint32_t along) {
-  dotsAcross_ = across;
-  dotsAlong_ = along;
-}
-
-bool PngWriter::open(const std::string& path, uint32_t width, uint32_t height, std::string& error) {
+bool PngWriter::open(const std::string& path, uint32_t width, uint32_t height, std::string& error,
+                     const PngNotes& notes) {
   state_.reset();
   auto state = std::make_unique<State>();
   state->path = path;
@@ -101,14 +115,19 @@ bool PngWriter::open(const std::string& path, uint32_t width, uint32_t height, s
   png_structp png = state->png;
   png_infop info = state->info;
   std::FILE* stream = state->file.stream();
-  const uint32_t across = dotsPerMetre(dotsAcross_);
-  const uint32_t along = dotsPerMetre(dotsAlong_);
-  const bool begun = guarded(png, [png, info, stream, width, height, across, along] {
+  std::vector<png_text> texts = pngTexts(notes);
+  png_text* firstText = texts.data();
+  const auto textCount = static_cast<int>(texts.size());
+  const uint32_t xPerMetre = dotsPerMetre(notes.dotsPerInchX);
+  const uint32_t yPerMetre = dotsPerMetre(notes.dotsPerInchY);
+  const bool begun = guarded(png, [=] {
     png_set_write_fn(png, stream, onWrite, onFlush);
     png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
     png_set_IHDR(png, info, width, height, 1, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    if (across != 0) png_set_pHYs(png, info, across, along, PNG_RESOLUTION_METER);
+    if (xPerMetre != 0 && yPerMetre != 0)
+      png_set_pHYs(png, info, xPerMetre, yPerMetre, PNG_RESOLUTION_METER);
+    if (textCount != 0) png_set_text(png, info, firstText, textCount);
     png_write_info(png, info);
     png_set_invert_mono(png);  // our 1 is black, PNG's is white
   });
@@ -132,13 +151,20 @@ bool PngWriter::writeRow(std::span<const uint8_t> row, std::string& error) {
   return false;
 }
 
-bool PngWriter::finish(std::string& error) {
+bool PngWriter::complete(std::string& error) {
+  if (state_->png == nullptr) return true;
   png_structp png = state_->png;
   bool done = guarded(png, [png] { png_write_end(png, nullptr); });
-  if (done)
-    done = state_->file.commit(error);
-  else
-    error = state_->failure();
+  if (!done) error = state_->failure();
+  if (done) done = state_->file.complete(error);
+  png_destroy_write_struct(&state_->png, &state_->info);
+  if (!done) state_.reset();
+  return done;
+}
+
+bool PngWriter::finish(std::string& error) {
+  if (!complete(error)) return false;
+  const bool done = state_->file.commit(error);
   state_.reset();
   return done;
 }

@@ -8,6 +8,16 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
+#include <vector>
+
+// What a picture says about itself besides its dots.
+struct PngNotes {
+  uint32_t dotsPerInchX = 0;  // 0: unknown, nothing is said
+  uint32_t dotsPerInchY = 0;
+  // Keyword (1 to 79 letters of Latin-1) and text in UTF-8.
+  std::vector<std::pair<std::string, std::string>> texts;
+};
 
 class PngWriter {
  public:
@@ -18,16 +28,12 @@ class PngWriter {
   PngWriter(PngWriter&&) = delete;
   PngWriter& operator=(PngWriter&&) = delete;
 
-  // Dots per inch, both above 0, of the pictures that are opened from now on. Without
-  // it a picture has no resolution.
-  void setResolution(uint32_t across, uint32_t along);
-
   // Begins a picture of `width` x `height` dots, both from 1 to 2^31 - 1. The file
   // appears under `path` with finish() and not before; see OutputFile.
   // Every function: false with one line in `error`, which names the file; the
   // writer is then good for nothing but another open().
   [[nodiscard]] bool open(const std::string& path, uint32_t width, uint32_t height,
-                          std::string& error);
+                          std::string& error, const PngNotes& notes = {});
 
   // The next row from the top: a set bit is a black dot, the top bit of a byte is
   // the leftmost of its eight. A row that ends early is white from there on; bits
@@ -35,14 +41,15 @@ class PngWriter {
   // REQUIRES: an open picture with rows left.
   [[nodiscard]] bool writeRow(std::span<const uint8_t> row, std::string& error);
 
+  // Completes all but the file's name. REQUIRES: every row was written.
+  [[nodiscard]] bool complete(std::string& error);
+
   // Completes the file. REQUIRES: every row was written.
   [[nodiscard]] bool finish(std::string& error);
 
  private:
   struct State;
   std::unique_ptr<State> state_;
-  uint32_t dotsAcross_ = 0;
-  uint32_t dotsAlong_ = 0;
 };
 
 #endif  // TOOLS_DRAV_IO_PNG_WRITER_H_

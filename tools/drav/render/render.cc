@@ -14,11 +14,10 @@ namespace {
 
 class PngSink : public PictureSink {
  public:
-  PngSink(std::string path, const PaperScale& scale) : path_(std::move(path)) {
-    png_.setResolution(scale.dotsAcross, scale.dotsAlong);
-  }
+  PngSink(std::string path, const PaperScale& scale)
+      : path_(std::move(path)), notes_{scale.dotsAcross, scale.dotsAlong, {}} {}
   bool open(uint32_t width, uint32_t height, std::string& error) override {
-    return png_.open(path_, width, height, error);
+    return png_.open(path_, width, height, error, notes_);
   }
   bool writeRow(std::span<const uint8_t> row, std::string& error) override {
     return png_.writeRow(row, error);
@@ -27,6 +26,7 @@ class PngSink : public PictureSink {
 
  private:
   std::string path_;
+  PngNotes notes_;
   PngWriter png_;
 };
 

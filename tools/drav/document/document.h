@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+// Any input of a command as the grey pages that reach the filter.
+//
+// CUPS and PWG raster is taken as it is. Documents go through the converters that
+// would print them. Where those are missing, poppler or the picture itself serves, and
+// the document says that it is approximate.
+#ifndef TOOLS_DRAV_DOCUMENT_DOCUMENT_H_
+#define TOOLS_DRAV_DOCUMENT_DOCUMENT_H_
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/drav/document/document_kind.h"
+#include "tools/drav/document/grey_page.h"
+#include "tools/drav/driver/driver_file.h"
+
+class Document {
+ public:
+  // `driver` is open and must outlive the document.
+  explicit Document(const DriverFile& driver) : driver_(driver) {}
+
+  // Called every so often while converters are waited for.
+  void setIdle(std::function<void()> idle) { idle_ = std::move(idle); }
+  // Makes do without CUPS's converters even where they are.
+  void setApproximate() { avoidConverters_ = true; }
+
+  // Opens a file or pipe, "-" being standard input. False with one line in `error`,
+  // which names the input.
+  [[nodiscard]] bool open(const std::string& input, std::string& error);
+
+  // The next page. After a failure `error` holds one line that names the input.
+  PageSource::Step next(GreyPage& page, std::string& error);
+
+  // How much of it has been used, from 0 to 1; below 0 when nobody knows.
+  double share() const { return source_ ? source_->share() : -1; }
+
+  // Known after the first page: why the dots may differ from those that a print queue
+  // would send; empty when they may not.
+  const std::string& approximation() const { return approximation_; }
+
+  // What the user should know, one line each; grows with the pages.
+  const std::vector<std::string>& notes() const { return notes_; }
+
+  // PNG, JPEG or a portable picture.
+  bool isPicture() const;
+
+  // The input's name for people.
+  const std::string& name() const { return name_; }
+  // The same without its folders.
+  const std::string& title() const { return title_; }
+
+ private:
+  bool openFile(const std::string& input, std::string& error);
+  bool copyToScratch(const std::string& input, std::string& error);
+  bool checkPicture(std::string& error) const;
+  bool chooseSource(std::string& error);
+  bool useConverters(const std::string& program, std::string& error);
+  bool useSubstitute(const std::string& missing, std::string& error);
+  void takeNote(const GreyPage& page);
+  std::string failure(const std::string& why) const { return name_ + ": " + why; }
+
+  const DriverFile& driver_;
+  std::function<void()> idle_;
+  bool avoidConverters_ = false;
+  std::string name_;
+  std::string title_;
+  std::string path_;  // a regular file
+  DocumentKind kind_ = DocumentKind::kUnknown;
+  std::vector<uint8_t> start_;
+  uint64_t size_ = 0;
+  std::unique_ptr<PageSource> source_;
+  class ConvertedSource* converted_ = nullptr;  // is source_, while no page has come
+  unsigned pages_ = 0;
+  std::string approximation_;
+  std::vector<std::string> notes_;
+};
+
+#endif  // TOOLS_DRAV_DOCUMENT_DOCUMENT_H_

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+// Pictures in another size, each new pixel the mean of the area that it covers.
+#ifndef TOOLS_DRAV_DRAW_AREA_AVERAGE_H_
+#define TOOLS_DRAV_DRAW_AREA_AVERAGE_H_
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+// `from` holds fromHeight rows of fromWidth levels. Parts of a pixel count by their
+// area, so that a fine halftone keeps its mean grey and makes no pattern of its own;
+// in the other direction a pixel becomes a square. REQUIRES: no size is 0.
+std::vector<uint8_t> areaAverage(std::span<const uint8_t> from, uint32_t fromWidth,
+                                 uint32_t fromHeight, uint32_t width, uint32_t height);
+
+#endif  // TOOLS_DRAV_DRAW_AREA_AVERAGE_H_

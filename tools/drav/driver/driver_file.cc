@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/drav/driver/driver_file.h"
+
+#include <cups/ppd.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "common/ppd_lookup.h"
+#include "common/scope_guard.h"
+#include "filter/page_geometry.h"
+#include "tools/drav/driver/models.h"
+#include "tools/drav/io/input_file.h"
+
+namespace {
+
+constexpr uint64_t kMaxPpdBytes = uint64_t{16} << 20U;
+
+DriverChoice asChoice(const ppd_choice_t& choice) { return {choice.choice, choice.text}; }
+
+// The list that libcups makes of an option text.
+class ParsedOptions {
+ public:
+  explicit ParsedOptions(const std::string& text)
+      : count_(cupsParseOptions(text.c_str(), 0, &options_)) {}
+  ~ParsedOptions() { cupsFreeOptions(count_, options_); }
+  ParsedOptions(const ParsedOptions&) = delete;
+  ParsedOptions& operator=(const ParsedOptions&) = delete;
+  ParsedOptions(ParsedOptions&&) = delete;
+  ParsedOptions& operator=(ParsedOptions&&) = delete;
+
+  const cups_option_t* begin() const { return options_; }
+  const cups_option_t* end() const { return options_ + count_; }
+  int count() const { return count_; }
+  cups_option_t* list() const { return options_; }
+
+ private:
+  cups_option_t* options_ = nullptr;
+  int count_;
+};
+
+}  // namespace
+
+DriverFile::DriverFile() = default;
+DriverFile::~DriverFile() = default;
+
+void DriverFile::PpdClose::operator()(ppd_file_s* ppd) const { ppdClose(ppd); }
+
+bool DriverFile::copyToScratch(std::string& error) {
+  if (!scratch_.make(error)) return false;
+  path_ = scratch_.file("driver.ppd");
+  if (!job_.ppdPath.empty()) {
+    std::vector<uint8_t> content;
+    return readInput(job_.ppdPath, content, error, kMaxPpdBytes) &&
+           writeScratchFile(path_, content.data(), content.size(), error);
+  }
+  const EmbeddedModel* model = job_.model.empty() ? &defaultModel() : findModel(job_.model);
+  if (model == nullptr) {
+    error = "there is no model " + printablePath(job_.model) + "; there are " + modelList();
+    return false;
+  }
+  return writeScratchFile(path_, model->ppd.data(), model->ppd.size(), error);
+}
+
+bool DriverFile::open(const JobChoice& job, std::string& error) {
+  job_ = job;
+  for (const std::string& option : job_.options) {
+    if (option.empty() || option.front() == '=') {
+      error = "option \"" + option + "\" has no name";
+      return false;
+    }
+    options_ += (options_.empty() ? "" : " ") + option;
+  }
+  if (!copyToScratch(error)) return false;
+  ppd_.reset(ppdOpenFile(path_.c_str()));
+  if (!ppd_) {
+    int line = 0;
+    const ppd_status_t status = ppdLastError(&line);
+    error = printablePath(job_.ppdPath) + ": is no driver file (PPD): " + ppdErrorString(status) +
+            " in line " + std::to_string(line);
+    return false;
+  }
+  if (dravPpdGetChoice(ppd_.get(), "PageSize") == nullptr) {
+    error = printablePath(job_.ppdPath) + ": is no driver file (PPD) of a printer: no PageSize";
+    return false;
+  }
+  markOptions();
+  readResolution();
+  return true;
+}
+
+void DriverFile::markOptions() {
+  ppdMarkDefaults(ppd_.get());
+  const ParsedOptions parsed(options_);
+  cupsMarkOptions(ppd_.get(), parsed.count(), parsed.list());
+  for (const cups_option_t& given : parsed) {
+    ppd_option_t* option = ppdFindOption(ppd_.get(), given.name);
+    if (option == nullptr || ppdFindChoice(option, given.value) != nullptr ||
+        ::strncasecmp(given.value, "Custom.", 7) == 0)
+      continue;
+    std::string names;
+    for (const DriverChoice& choice : choices(given.name))
+      names += (names.empty() ? "" : ", ") + choice.name;
+    notes_.push_back(std::string(option->keyword) + " has no choice \"" + given.value +
+                     "\", the filter takes " + current(given.name).name + "; choices are " + names);
+  }
+}
+
+bool DriverFile::isGiven(const std::string& option) const {
+  const ParsedOptions parsed(options_);
+  return std::any_of(parsed.begin(), parsed.end(), [&option](const cups_option_t& given) {
+    return ::strcasecmp(given.name, option.c_str()) == 0;
+  });
+}
+
+// "300dpi" or "300x600dpi", the name of the choice, is how drivers say it.
+void DriverFile::readResolution() {
+  const char* name = dravPpdGetChoiceAsStrDefault(
+      ppd_.get(), "Resolution",
+      dravPpdGetAttrAsStrDefault(ppd_.get(), "DefaultResolution", nullptr, ""));
+  unsigned x = 0;
+  unsigned y = 0;
+  const int read = std::sscanf(name, "%5ux%5u", &x, &y);  // NOLINT(cert-err34-c)
+  resolutionX_ = read >= 1 ? x : 0;
+  resolutionY_ = read == 2 ? y : resolutionX_;
+}
+
+std::string DriverFile::title() const {
+  if (ppd_->nickname != nullptr) return ppd_->nickname;
+  return ppd_->modelname != nullptr ? ppd_->modelname : "unnamed driver";
+}
+
+std::vector<DriverChoice> DriverFile::choices(const std::string& option) const {
+  std::vector<DriverChoice> list;
+  const ppd_option_t* found = ppdFindOption(ppd_.get(), option.c_str());
+  if (found == nullptr) return list;
+  for (int i = 0; i < found->num_choices; ++i) list.push_back(asChoice(found->choices[i]));
+  return list;
+}
+
+DriverChoice DriverFile::current(const std::string& option) const {
+  const ppd_choice_t* choice = dravPpdGetChoice(ppd_.get(), option.c_str());
+  return choice != nullptr ? asChoice(*choice) : DriverChoice{};
+}
+
+double DriverFile::pageWidth() const {
+  const ppd_size_t* size = ppdPageSize(ppd_.get(), nullptr);
+  return size != nullptr ? double{size->width} : 0;
+}
+
+double DriverFile::pageLength() const {
+  const ppd_size_t* size = ppdPageSize(ppd_.get(), nullptr);
+  return size != nullptr ? double{size->length} : 0;
+}
+
+std::vector<PaperChoice> DriverFile::papers() const {
+  std::vector<PaperChoice> list;
+  for (int i = 0; i < ppd_->num_sizes; ++i) {
+    const ppd_size_t& size = ppd_->sizes[i];
+    list.push_back({size.name, double{size.width}, double{size.length}});
+  }
+  return list;
+}
+
+uint32_t DriverFile::printableDots() const {
+  cups_page_header2_t header = {};
+  header.HWResolution[0] = resolutionX_;
+  const double width = dravPpdGetAttrAsFloatDefault(ppd_.get(), "MaxMediaWidth", nullptr, 0);
+  return static_cast<uint32_t>(std::min<uint64_t>(maxMediaLinePixels(width, header), UINT32_MAX));
+}

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+// The filter itself, run on one page in memory: what comes out are the dots that the
+// printer gets, because the same code makes them.
+#ifndef TOOLS_DRAV_ENGINE_PAGE_ENGINE_H_
+#define TOOLS_DRAV_ENGINE_PAGE_ENGINE_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/drav/document/grey_page.h"
+#include "tools/drav/driver/driver_file.h"
+
+// The dots of a page as the printer's head gets them.
+struct DotPage {
+  uint32_t bytesPerRow = 0;
+  uint32_t rows = 0;
+  uint32_t dotsPerInchX = 0;  // as the page says; 0 when it does not
+  uint32_t dotsPerInchY = 0;
+  std::vector<uint8_t> dots;  // a set bit is a dot; the top bit of a byte is the leftmost
+
+  uint32_t width() const { return bytesPerRow * 8; }
+  bool isDot(uint32_t x, uint32_t y) const {
+    return (dots[size_t{y} * bytesPerRow + x / 8] >> (7U - x % 8) & 1U) != 0;
+  }
+};
+
+// Dots of the page that are set.
+uint64_t countDots(const DotPage& page);
+
+// Prints a page as often as one likes, with options of each run. No picture and no
+// command record is left anywhere, and the filter's log is kept from standard error.
+// The variable PPD is set while a run goes on. One run at a time in a process.
+class PageEngine {
+ public:
+  // `driver` is open and must outlive this.
+  explicit PageEngine(const DriverFile& driver) : driver_(driver) {}
+  ~PageEngine();
+  PageEngine(const PageEngine&) = delete;
+  PageEngine& operator=(const PageEngine&) = delete;
+  PageEngine(PageEngine&&) = delete;
+  PageEngine& operator=(PageEngine&&) = delete;
+
+  // Takes the page that the next runs print. False with one line in `error`.
+  [[nodiscard]] bool load(const GreyPage& page, std::string& error);
+
+  // Prints it with the job's options, over which those of `options` go ("NAME=VALUE
+  // ..."). False with one line in `error`, the filter's own where it had one; also when
+  // an Interruption was requested. REQUIRES: a page was loaded.
+  [[nodiscard]] bool print(const std::string& options, DotPage& dots, std::string& error);
+
+ private:
+  const DriverFile& driver_;
+  int raster_ = -1;  // the page as a CUPS raster stream
+  cups_page_header2_t header_ = {};
+};
+
+#endif  // TOOLS_DRAV_ENGINE_PAGE_ENGINE_H_

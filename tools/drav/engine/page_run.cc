@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/drav/engine/page_run.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
+#include "tools/drav/document/document.h"
+#include "tools/drav/driver/models.h"
+#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/interruption.h"
+
+namespace {
+
+// What decides over the picture, whether it was given or is the driver's default, then
+// what else was given.
+std::string optionsOf(const DriverFile& driver) {
+  std::string text;
+  for (const char* name : {"PageSize", "HalftoneType", "Brightness"}) {
+    const std::string value = driver.current(name).name;
+    if (!value.empty()) text += std::string(text.empty() ? "" : " ") + name + "=" + value;
+  }
+  for (const std::string& given : driver.givenOptions()) {
+    const std::string name = given.substr(0, given.find('='));
+    if (driver.current(name).name.empty() || (" " + text).find(" " + name + "=") == text.npos)
+      text += " " + given;
+  }
+  return text;
+}
+
+std::string pageText(unsigned number) { return "page " + std::to_string(number); }
+
+class PageRun {
+ public:
+  PageRun(const PageRequest& request, PageFacts& facts)
+      : request_(request), facts_(facts), progress_(request.quiet), document_(driver_) {}
+
+  bool run(const PageVisitor& visitor, std::string& error) {
+    if (!driver_.open(request_.job, error)) return false;
+    facts_.driver = driver_.title();
+    facts_.options = optionsOf(driver_);
+    progress_.show(0, 0, "reading " + printablePath(request_.input));
+    document_.setIdle([this] { progress_.tick(); });
+    if (request_.approximate) document_.setApproximate();
+    if (!document_.open(request_.input, error)) return false;
+    facts_.name = document_.name();
+    facts_.title = document_.title();
+    facts_.isPicture = document_.isPicture();
+    return visitAll(visitor, error);
+  }
+
+ private:
+  bool visitAll(const PageVisitor& visitor, std::string& error) {
+    GreyPage page;
+    unsigned number = 0;
+    for (;;) {
+      const PageSource::Step step = document_.next(page, error);
+      if (step == PageSource::Step::failed) return false;
+      if (step == PageSource::Step::end) break;
+      ++number;
+      if (request_.page != 0 && number != request_.page) continue;
+      if (!visitOne(visitor, page, number, error)) return false;
+      if (number == request_.page) break;
+    }
+    gatherNotes();
+    if (number != 0 && number >= request_.page) return true;
+    error = facts_.name + ": has " + std::to_string(number) + (number == 1 ? " page" : " pages") +
+            ", no " + pageText(request_.page);
+    return false;
+  }
+
+  bool visitOne(const PageVisitor& visitor, const GreyPage& page, unsigned number,
+                std::string& error) {
+    gatherNotes();
+    const double share = document_.share();
+    const uint64_t steps = share < 0 ? 0 : 1000;
+    progress_.show(share < 0 ? 0 : static_cast<uint64_t>(share * 1000), steps, pageText(number));
+    PageEngine engine(driver_);
+    if (engine.load(page, error) &&
+        visitor({number, page, engine, driver_, facts_, progress_, share}, error))
+      return true;
+    error = facts_.name + ": " + pageText(number) + ": " + error;
+    return false;
+  }
+
+  void gatherNotes() {
+    facts_.approximation = document_.approximation();
+    facts_.notes = driver_.notes();
+    facts_.notes.insert(facts_.notes.end(), document_.notes().begin(), document_.notes().end());
+  }
+
+  const PageRequest& request_;
+  PageFacts& facts_;
+  Progress progress_;
+  DriverFile driver_;
+  Document document_;
+};
+
+}  // namespace
+
+void addJobOptions(CLI::App& app, JobChoice& job) {
+  auto* ppd = app.add_option("--ppd", job.ppdPath, "Driver file of the printer or queue")
+                  ->type_name("FILE");
+  app.add_option("--model", job.model,
+                 "One of our own driver files: " + modelList() + "; without, the first of them " +
+                     "that prints stencils")
+      ->type_name("NAME")
+      ->excludes(ppd);
+  app.add_option("-o", job.options, "Job option, as for lp; may be repeated")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+}
+
+void addPageOptions(CLI::App& app, PageRequest& request) {
+  app.add_option("INPUT", request.input,
+                 "PDF, PNG, JPEG, PGM, text, CUPS or PWG raster; - is standard input")
+      ->required();
+  addJobOptions(app, request.job);
+  app.add_option("--page", request.page, "Take this page alone, counted from 1")
+      ->type_name("N")
+      ->check(CLI::Range(1U, 1'000'000U));
+  app.add_flag("--approximate", request.approximate, "Do without CUPS's converters");
+  app.add_flag("-q,--quiet", request.quiet, "Say nothing but errors");
+}
+
+bool runPages(const PageRequest& request, const PageVisitor& visitor, PageFacts& facts,
+              std::string& error) {
+  const Interruption interruption;
+  return PageRun(request, facts).run(visitor, error);
+}
+
+void printNotes(const PageFacts& facts) {
+  for (const std::string& note : facts.notes)
+    (void)std::fprintf(stderr, "drav: note: %s\n", printablePath(note).c_str());
+}

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+// The way of every command that shows pages: input, grey pages, the filter.
+#ifndef TOOLS_DRAV_ENGINE_PAGE_RUN_H_
+#define TOOLS_DRAV_ENGINE_PAGE_RUN_H_
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/drav/document/grey_page.h"
+#include "tools/drav/driver/driver_file.h"
+#include "tools/drav/engine/page_engine.h"
+#include "tools/drav/io/progress.h"
+
+namespace CLI {
+class App;
+}  // namespace CLI
+
+// What the command line asks for.
+struct PageRequest {
+  std::string input;  // a path, or "-"
+  JobChoice job;
+  unsigned page = 0;         // the only page wanted, from 1; 0 for all
+  bool approximate = false;  // without CUPS's converters
+  bool quiet = false;
+};
+
+// Adds --ppd, --model and -o.
+void addJobOptions(CLI::App& app, JobChoice& job);
+
+// Adds INPUT and the options that fill a request: those of the job, --page,
+// --approximate, --quiet.
+void addPageOptions(CLI::App& app, PageRequest& request);
+
+// What is known of a run besides its pages.
+struct PageFacts {
+  std::string name;           // of the input, for people
+  std::string title;          // the same without its folders
+  bool isPicture = false;     // PNG, JPEG or portable
+  std::string driver;         // of the driver file, for people
+  std::string options;        // those that count for the picture, and those given
+  std::string approximation;  // why the dots may differ from those of a queue; or empty
+  std::vector<std::string> notes;
+};
+
+// A page, ready to be printed with any options.
+struct PageVisit {
+  unsigned number;  // from 1
+  const GreyPage& page;
+  PageEngine& engine;  // the page is loaded
+  const DriverFile& driver;
+  const PageFacts& facts;
+  Progress& progress;
+  double share;  // of the input, as of Document::share()
+};
+
+// Called for each page that is wanted. False with one line in `error` ends the run.
+using PageVisitor = std::function<bool(const PageVisit& visit, std::string& error)>;
+
+// Runs the request. False with one line in `error`, which names what is to blame. A
+// signal ends the program from here, with nothing left behind: write results after it.
+[[nodiscard]] bool runPages(const PageRequest& request, const PageVisitor& visitor,
+                            PageFacts& facts, std::string& error);
+
+// Prints the notes of a run, a line each, on standard error.
+void printNotes(const PageFacts& facts);
+
+#endif  // TOOLS_DRAV_ENGINE_PAGE_RUN_H_

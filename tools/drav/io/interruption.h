@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// Ctrl-C and its kin while there is something to tidy up.
+#ifndef TOOLS_DRAV_IO_INTERRUPTION_H_
+#define TOOLS_DRAV_IO_INTERRUPTION_H_
+
+// While one lives, SIGINT, SIGTERM and SIGHUP set a flag instead of ending the
+// program, and interrupt slow system calls, so that child processes can be ended and
+// scratch files removed. Its destructor gives the signals back and, when one has
+// arrived, raises it again: the program then ends as its sender meant it to. Signals
+// that the caller ignores stay ignored. Declare it before what must be tidied up,
+// and close its scope before an OutputFile is opened. One at a time.
+class Interruption {
+ public:
+  Interruption();
+  ~Interruption();
+  Interruption(const Interruption&) = delete;
+  Interruption& operator=(const Interruption&) = delete;
+  Interruption(Interruption&&) = delete;
+  Interruption& operator=(Interruption&&) = delete;
+
+  // True once a signal has arrived; long work asks and gives up.
+  static bool requested();
+};
+
+#endif  // TOOLS_DRAV_IO_INTERRUPTION_H_

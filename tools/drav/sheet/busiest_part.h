@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+// Finds the part of a page that shows most of what a halftone does.
+#ifndef TOOLS_DRAV_SHEET_BUSIEST_PART_H_
+#define TOOLS_DRAV_SHEET_BUSIEST_PART_H_
+
+#include "tools/drav/document/grey_page.h"
+#include "tools/drav/sheet/sheet_drawing.h"
+
+// The part of `width` x `height` pixels, or as much as the page has, with the most edges
+// and middle greys, within the first `usableWidth` columns. Pages of other depths than
+// 8 bits give the top left corner.
+DotRectangle busiestPart(const GreyPage& page, uint32_t usableWidth, uint32_t width,
+                         uint32_t height);
+
+#endif  // TOOLS_DRAV_SHEET_BUSIEST_PART_H_

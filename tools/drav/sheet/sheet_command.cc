@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/drav/sheet/sheet_command.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <map>
+#include <memory>
+
+#include "tools/drav/sheet/sheet.h"
+
+namespace {
+
+struct Arguments {
+  SheetRequest request;
+  std::string over;
+  std::pair<double, double> crop;
+};
+
+int run(const Arguments& arguments, bool hasCrop) {
+  SheetRequest request = arguments.request;
+  if (arguments.over == "halftone") request.options = {"HalftoneType"};
+  if (arguments.over == "brightness") request.options = {"Brightness"};
+  if (hasCrop) request.crop = arguments.crop;
+  std::vector<std::string> written;
+  PageFacts facts;
+  std::string error;
+  if (!makeSheets(request, written, facts, error)) return failCommand(error);
+  if (request.pages.quiet) return kExitDone;
+  printNotes(facts);
+  for (const std::string& path : written) std::cout << path << "\n";
+  return kExitDone;
+}
+
+}  // namespace
+
+Command addSheet(CLI::App& app) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* sheet =
+      app.add_subcommand("sheet", "Show a page in every halftone and in every brightness");
+  addPageOptions(*sheet, arguments->request.pages);
+  sheet->add_option("--over", arguments->over, "One sheet alone: halftone or brightness")
+      ->check(CLI::IsMember({"halftone", "brightness"}));
+  const CLI::Option* crop =
+      sheet
+          ->add_option("--crop", arguments->crop,
+                       "Top left corner of the part shown dot by dot, in mm; without, the part "
+                       "with the most going on")
+          ->type_name("X Y");
+  sheet
+      ->add_option("-O,--output", arguments->request.out,
+                   "PNG (the brightness goes to OUT-brightness.png) or PDF (two pages), by its "
+                   "ending; without, INPUT-sheet.png in the current folder")
+      ->type_name("OUT");
+  sheet->footer(
+      "Examples:\n"
+      "  drav sheet drawing.pdf\n"
+      "  drav sheet drawing.png -O sheet.pdf --crop 80 120\n"
+      "  drav sheet receipts.pdf --page 2 --over brightness -o HalftoneType=Ordered\n");
+  return {sheet, [arguments, crop] { return run(*arguments, crop->count() != 0); }};
+}
