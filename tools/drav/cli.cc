@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/drav/doctor/doctor_command.h"
 #include "tools/drav/render/render_command.h"
 
 namespace {
@@ -18,11 +19,13 @@ int runParsed(int argc, const char* const* argv) {
   app.require_subcommand(1);
   app.footer(
       "Example:\n"
-      "  drav render job.bin job.png\n\n"
+      "  drav render job.bin job.png\n"
+      "  sudo drav doctor\n\n"
       "Exit status: 0 done, 1 findings, 2 bad input, failure or wrong usage.\n");
   // One line a command; help lists them in this order.
   const std::vector<Command> commands = {
       addRender(app),
+      addDoctor(app),
   };
 
   try {
