@@ -89,6 +89,7 @@ bool ArchiveWriter::open(const std::string& path, std::string& error) {
   archive* const writer = state_->writer.get();
   return state_->good(archive_write_add_filter_gzip(writer), error) &&
          state_->good(archive_write_set_format_pax_restricted(writer), error) &&
+         state_->good(archive_write_set_bytes_in_last_block(writer, 1), error) &&
          state_->good(archive_write_open_FILE(writer, state_->file.stream()), error);
 }
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tools/drav/doctor/access.h"
-#include "tools/drav/doctor/filter_check.h"
+#include "tools/drav/doctor/advice.h"
 #include "tools/drav/io/input_file.h"
 
 namespace {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <map>
 
+#include "tools/drav/doctor/advice.h"
 #include "tools/drav/doctor/chain_check.h"
 #include "tools/drav/doctor/filter_check.h"
 #include "tools/drav/doctor/folder_check.h"

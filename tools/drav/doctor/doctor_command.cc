@@ -1,14 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/drav/doctor/doctor_command.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
 
 #include "tools/drav/clean/age.h"
 #include "tools/drav/clean/picture_folder.h"
+#include "tools/drav/doctor/advice.h"
 #include "tools/drav/doctor/bundle.h"
 #include "tools/drav/doctor/configured_queues.h"
 #include "tools/drav/doctor/doctor.h"
@@ -17,10 +23,12 @@
 
 namespace {
 
+constexpr const char* kFilesConf = "/etc/cups/cups-files.conf";
+
 struct Arguments {
   std::string queue;
   std::string root;
-  std::string filesConf = "/etc/cups/cups-files.conf";
+  std::string filesConf;
   bool connect = false;
   std::string bundle;
   bool withPictures = false;
@@ -30,11 +38,19 @@ struct Arguments {
   bool dryRun = false;
 };
 
+// "" for the machine's own root, else an absolute path without a slash at the end.
+std::string absoluteRoot(const std::string& root) {
+  if (root.empty()) return "";
+  const std::string path = std::filesystem::canonical(root);
+  return path == "/" ? "" : path;
+}
+
 int clean(const Arguments& arguments) {
   ClearRequest request;
   ClearOutcome outcome;
   std::string error;
-  request.folder = arguments.folder.empty() ? arguments.root + kPictureFolder : arguments.folder;
+  request.folder =
+      arguments.folder.empty() ? absoluteRoot(arguments.root) + kPictureFolder : arguments.folder;
   request.now = std::time(nullptr);
   request.dryRun = arguments.dryRun;
   if (!parseAge(arguments.olderThan, request.olderThan, error) ||
@@ -45,14 +61,6 @@ int clean(const Arguments& arguments) {
   if (outcome.failed == 0) return kExitDone;
   std::cout.flush();
   return failCommand(outcome.failure + " (" + std::to_string(outcome.failed) + " not removed)");
-}
-
-std::string schedulerStart() {
-#ifdef __APPLE__
-  return "sudo launchctl kickstart -k system/org.cups.cupsd";
-#else
-  return "sudo systemctl start cups";
-#endif
 }
 
 // Asks the scheduler. A staged system has none of its own to ask.
@@ -67,8 +75,10 @@ bool examineByScheduler(const Arguments& arguments, const Installation& installa
   SchedulerQueues queues;
   std::string problem;
   if (!queues.connect(problem)) {
-    diagnosis.findings.push_back(
-        {Level::kWarn, "scheduler", problem + "; its files are read instead", {schedulerStart()}});
+    diagnosis.findings.push_back({Level::kWarn,
+                                  "scheduler",
+                                  problem + "; its files are read instead",
+                                  {startSchedulerCommand()}});
     return true;
   }
   asked = true;
@@ -105,18 +115,28 @@ int tellBundle(const Arguments& arguments, const Installation& installation,
   return kExitDone;
 }
 
-int doctor(const Arguments& arguments) {
+// Whether the arguments make sense together; false with one line in `error`.
+bool goodArguments(const Arguments& arguments, std::string& error) {
+  if (!arguments.queue.empty() && !isQueueName(arguments.queue)) {
+    error = '"' + arguments.queue + "\" cannot be the name of a queue";
+  } else if (!arguments.filesConf.empty() &&
+             ::access((arguments.root + arguments.filesConf).c_str(), R_OK) != 0) {
+    error = arguments.root + arguments.filesConf + ": " + std::strerror(errno);
+  }
+  return error.empty();
+}
+
+int doctor(Arguments arguments) {
+  arguments.root = absoluteRoot(arguments.root);
   Installation installation = builtInstallation();
   Diagnosis diagnosis;
   std::string error;
+  if (!goodArguments(arguments, error)) return failCommand(error);
   installation.root = arguments.root;
   installation.now = std::time(nullptr);
   installation.connect = arguments.connect;
-  if (!arguments.queue.empty() && !isQueueName(arguments.queue))
-    return failCommand("\"" + arguments.queue + "\" cannot be the name of a queue");
-  if (!arguments.bundle.empty() && arguments.bundle == "-")
-    return failCommand("the archive must be named, and cannot be standard output");
-  if (!readFilesConf(arguments.filesConf, installation, error))
+  const std::string conf = arguments.filesConf.empty() ? kFilesConf : arguments.filesConf;
+  if (!readFilesConf(conf, installation, error))
     diagnosis.findings.push_back({Level::kSkip, "settings", error + "; try sudo"});
   lookUpSpoolUser(installation);
   bool asked = false;

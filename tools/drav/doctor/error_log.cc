@@ -63,7 +63,8 @@ constexpr std::array kMeanings = {
             "see \"pictures\" above"},
     Meaning{"Unable to open command record file", "the command record could not be saved",
             "see \"record\" of the queue"},
-    Meaning{"Job stopped due to filter errors", "a job was stopped by a filter's failure", nullptr},
+    Meaning{"Job stopped due to filter errors", "a job was stopped by a filter's failure",
+            "cupsctl --debug-logging, print again, look again; then cupsctl --no-debug-logging"},
 };
 
 struct FileCloser {
@@ -215,6 +216,8 @@ void checkErrorLog(const LogExtract& extract, std::time_t now, Findings& finding
   }
   Finding finding = {Level::kOk, "error log", "no trouble in the last day"};
   std::vector<std::string> meanings;
+  std::string_view lastMessage;  // the scheduler repeats itself
+  size_t count = 0;
   for (const std::string& text : extract.lines) {
     const LogLine line = parseLogLine(text);
     if (line.time != 0 && now - line.time > kRecentSeconds) continue;
@@ -223,14 +226,16 @@ void checkErrorLog(const LogExtract& extract, std::time_t now, Findings& finding
                      [&line](const Meaning& known) { return has(line.message, known.part); });
     if (meaning == kMeanings.end() && !isTrouble(line.level)) continue;
     finding.level = Level::kWarn;
-    finding.lines.push_back(text);
+    ++count;
+    if (line.message != lastMessage) finding.lines.push_back(text);
+    lastMessage = line.message;
     if (meaning == kMeanings.end()) continue;
     if (std::find(meanings.begin(), meanings.end(), meaning->text) != meanings.end()) continue;
     meanings.emplace_back(meaning->text);
     if (meaning->fix != nullptr) finding.fix.emplace_back(meaning->fix);
   }
   if (finding.level == Level::kWarn) {
-    finding.text = std::to_string(finding.lines.size()) + " lines of trouble in the last day";
+    finding.text = std::to_string(count) + " lines of trouble in the last day";
     for (const std::string& meaning : meanings) finding.text += "; " + meaning;
     if (finding.lines.size() > kShownLines)
       finding.lines.erase(finding.lines.begin(),

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "tools/drav/doctor/access.h"
+#include "tools/drav/doctor/advice.h"
 #include "tools/drav/doctor/program_format.h"
 #include "tools/drav/doctor/try_run.h"
 
@@ -77,7 +78,9 @@ bool checkFolders(const std::string& path, const Installation& installation, Fin
     struct stat status = {};
     if (::stat(place.c_str(), &status) != 0) continue;
     const std::string fault = rightsFault(status, installation);
-    if (!fault.empty()) {
+    // In a folder such as /tmp nobody can rename or remove what is root's.
+    const bool sticky = status.st_uid == installation.rootUid && (status.st_mode & S_ISVTX) != 0;
+    if (!fault.empty() && (above == folder || !sticky)) {
       std::vector<std::string> fix;
       if (status.st_uid != installation.rootUid)
         fix.push_back("sudo chown root:root " + shellWord(place));
@@ -170,14 +173,6 @@ Finding startFinding(const TryResult& result) {
 }
 
 }  // namespace
-
-std::string reinstallCommand() {
-#ifdef __APPLE__
-  return "install the Drav package again";
-#else
-  return "sudo apt-get install --reinstall printer-driver-drav  (or: sudo cmake --install BUILD)";
-#endif
-}
 
 FilterState checkFilter(const std::string& path, const Installation& installation,
                         Findings& findings) {

@@ -20,7 +20,4 @@ struct FilterState {
 FilterState checkFilter(const std::string& path, const Installation& installation,
                         Findings& findings);
 
-// The command that puts the filter back from the package.
-std::string reinstallCommand();
-
 #endif  // TOOLS_DRAV_DOCTOR_FILTER_CHECK_H_

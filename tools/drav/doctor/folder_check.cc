@@ -14,6 +14,7 @@
 #include "tools/drav/clean/age.h"
 #include "tools/drav/clean/picture_folder.h"
 #include "tools/drav/doctor/access.h"
+#include "tools/drav/doctor/advice.h"
 
 namespace {
 

@@ -6,13 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <sstream>
 #include <vector>
 
 #include "common/ppd_lookup.h"
+#include "tools/drav/doctor/advice.h"
 #include "tools/drav/doctor/try_run.h"
 
 namespace {
@@ -281,14 +281,4 @@ bool checkPpd(const std::string& queue, const std::string& text, const std::stri
   }
   ppd.check(name, findings);
   return true;
-}
-
-std::string newPpdCommand(const std::string& queue, const std::string& fileName) {
-  const std::string start = "sudo lpadmin -p " + shellWord(queue) + " -m ";
-  std::string name = fileName;
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  const bool ours = name.rfind("drav", 0) == 0 && name.find('/') == std::string::npos;
-  if (ours) return start + shellWord("drv:///drav.drv/" + name);
-  return start + "MODEL  (lpinfo -m | grep -i drav lists the models)";
 }

@@ -47,7 +47,4 @@ bool usesFilter(const std::string& text);
 bool checkPpd(const std::string& queue, const std::string& text, const std::string& filterVersion,
               const Installation& installation, PpdSummary& summary, Findings& findings);
 
-// The command that gives a queue a fresh PPD; `fileName` is its PCFileName or "".
-std::string newPpdCommand(const std::string& queue, const std::string& fileName);
-
 #endif  // TOOLS_DRAV_DOCTOR_PPD_CHECK_H_

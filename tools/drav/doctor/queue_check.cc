@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "tools/drav/doctor/access.h"
+#include "tools/drav/doctor/advice.h"
 #include "tools/drav/doctor/connection.h"
-#include "tools/drav/doctor/filter_check.h"
 #include "tools/drav/doctor/redaction.h"
 
 namespace {
@@ -156,8 +156,7 @@ void checkKind(const QueueState& queue, const std::string& check, const DeviceAd
 }
 
 // What the scheduler's reasons mean; others are given as they are.
-Finding reasonFinding(const std::string& check, const std::string& reason,
-                      const QueueState& queue) {
+Finding reasonFinding(const std::string& check, const std::string& reason) {
   if (reason == "cups-missing-filter-warning")
     return {Level::kFail,
             check,
@@ -166,8 +165,8 @@ Finding reasonFinding(const std::string& check, const std::string& reason,
   if (reason == "cups-insecure-filter-warning")
     return {Level::kFail,
             check,
-            "the scheduler refuses a filter of the queue because of its rights",
-            {"mend the filter's rights, then: sudo cupsenable " + shellWord(queue.name)}};
+            "the scheduler has refused a filter of the queue because of its rights",
+            {"mend the rights, then: " + restartSchedulerCommand() + "  (or print a job)"}};
   return {Level::kWarn,
           check,
           "the printer reports " + reason,
@@ -195,7 +194,7 @@ void checkQueueState(const QueueState& queue, Findings& findings) {
   for (const std::string& reason : queue.reasons)
     if (reason.rfind("paused", 0) != 0 && reason.rfind("cups-waiting-for-job", 0) != 0 &&
         reason != "connecting-to-device")
-      findings.push_back(reasonFinding(check, reason, queue));
+      findings.push_back(reasonFinding(check, reason));
 }
 
 void checkDevice(const QueueState& queue, const Installation& installation, Findings& findings) {
