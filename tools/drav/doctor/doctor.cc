@@ -32,6 +32,7 @@ bool collect(Queues& queues, const std::string& wanted, Diagnosis& diagnosis, st
       diagnosis.findings.push_back(
           {Level::kSkip, "queue " + state.name + " PPD", problem + "; try sudo"});
       if (wanted.empty()) continue;
+      examined.ppd.clear();
     } else if (wanted.empty() && !usesFilter(examined.ppd)) {
       continue;
     }

@@ -16,6 +16,7 @@ namespace {
 constexpr long kMostBytes = 8L << 20U;
 constexpr std::time_t kRecentSeconds = 24 * 60 * 60;
 constexpr size_t kShownLines = 5;
+constexpr size_t kLongestLine = 4096;  // the scheduler writes none that is longer
 
 // How the filter's own debug lines begin.
 constexpr std::array<std::string_view, 11> kFilterLines = {"getOptionChoiceIndex: ",
@@ -157,7 +158,7 @@ std::vector<std::string_view> splitLines(std::string_view text) {
   std::vector<std::string_view> lines;
   while (!text.empty()) {
     const size_t end = std::min(text.find('\n'), text.size());
-    if (end > 0) lines.push_back(text.substr(0, end));
+    if (end > 0) lines.push_back(text.substr(0, std::min(end, kLongestLine)));
     text.remove_prefix(std::min(end + 1, text.size()));
   }
   return lines;

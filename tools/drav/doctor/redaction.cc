@@ -162,7 +162,7 @@ void Redactor::hide(const std::string& personal) {
 
 void Redactor::learn(std::string_view logLine) {
   Found found = {};
-  for (size_t from = 0; findValue(logLine, from, found); from = found.end) {
+  for (size_t from = 0; findValue(logLine, from, found); from = found.start) {
     const std::string value(logLine.substr(found.start, found.end - found.start));
     hide(value);
     hide(value.substr(0, value.find('"')));  // when more stood behind the value
