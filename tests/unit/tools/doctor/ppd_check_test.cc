@@ -69,10 +69,7 @@ TEST(Ppd, WithoutPageSize) {
 }
 
 TEST(Ppd, WhatIsNoPpdIsToldWithItsLine) {
-  for (const char* text : {
-    "", "x",
-        "*FormatVersion: \"4.3\"
-        "}) {
+  for (const char* text : {"", "x", "*FormatVersion: \"4.3\"\n"}) {
         Ppd ppd;
     std::string error;
     EXPECT_FALSE(ppd.open(text, error)) << text;
