@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/drav/doctor/doctor_command.h"
 #include "tools/drav/inspect/inspect_command.h"
 #include "tools/drav/proof/proof_command.h"
 #include "tools/drav/render/render_command.h"
@@ -23,12 +24,15 @@ int runParsed(int argc, const char* const* argv) {
   app.footer(
       "Examples:\n"
       "  drav proof drawing.pdf\n"
+      "  drav sheet drawing.pdf\n"
       "  drav inspect job.bin\n"
-      "  drav render job.bin job.png\n\n"
+      "  drav render job.bin job.png\n"
+      "  sudo drav doctor\n\n"
       "Exit status: 0 done, 1 findings, 2 bad input, failure or wrong usage.\n");
   // One line a command; help lists them in this order.
   const std::vector<Command> commands = {
-      addProof(app), addRender(app), addInspect(app), addSheet(app), addTestPage(app),
+      addProof(app),   addSheet(app),  addTestPage(app),
+      addInspect(app), addRender(app), addDoctor(app),
   };
 
   try {

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/drav/doctor/filter_check.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "tools/drav/doctor/access.h"
+#include "tools/drav/doctor/advice.h"
+#include "tools/drav/doctor/program_format.h"
+#include "tools/drav/doctor/try_run.h"
+
+namespace {
+
+constexpr int kUsageStatus = 1;           // of the filter without arguments
+constexpr int kLoaderFailedStatus = 127;  // of the dynamic loader
+
+std::string parentOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
+// The file itself. False when there is none, and nothing else can be said.
+bool checkPresence(const std::string& place, struct stat& status, Findings& findings) {
+  if (::stat(place.c_str(), &status) != 0) {
+    const int code = errno;
+    if (code == EACCES) {
+      findings.push_back(
+          {Level::kSkip, "filter", place + " cannot be looked at: no rights; try sudo"});
+    } else {
+      findings.push_back(
+          {Level::kFail, "filter", place + ": " + std::strerror(code), {reinstallCommand()}});
+    }
+    return false;
+  }
+  if (!S_ISREG(status.st_mode)) {
+    findings.push_back({Level::kFail,
+                        "filter",
+                        place + " is no file",
+                        {"sudo rm -r " + shellWord(place), reinstallCommand()}});
+    return false;
+  }
+  if (status.st_size == 0) {
+    findings.push_back({Level::kFail, "filter", place + " is empty", {reinstallCommand()}});
+    return false;
+  }
+  findings.push_back({Level::kOk, "filter", place});
+  return true;
+}
+
+// Owner and write rights, which the scheduler judges, and the right to run it.
+bool checkRights(const std::string& place, const struct stat& status,
+                 const Installation& installation, Findings& findings) {
+  const std::string fault = rightsFault(status, installation);
+  const bool runs = spoolUserMay(status, 1, installation);
+  if (fault.empty() && runs) {
+    findings.push_back(
+        {Level::kOk, "filter rights", "root's alone to change, mode " + modeText(status)});
+    return true;
+  }
+  std::vector<std::string> fix;
+  if (status.st_uid != installation.rootUid)
+    fix.push_back("sudo chown root:root " + shellWord(place));
+  fix.push_back("sudo chmod 755 " + shellWord(place));
+  const std::string text = fault.empty() ? "user " + installation.user + " may not run it (mode " +
+                                               modeText(status) + ")"
+                                         : fault + "; the scheduler refuses it";
+  findings.push_back({Level::kFail, "filter rights", text, fix});
+  return fault.empty();
+}
+
+// The folder of the filter is judged like the filter; those above must let the
+// spool user pass, and whoever can write there can put in another filter.
+bool checkFolders(const std::string& path, const Installation& installation, Findings& findings) {
+  const std::string folder = parentOf(path);
+  bool trusted = true;
+  bool good = true;
+  for (const std::string& above : foldersAbove(path)) {
+    const std::string place = installation.onDisk(above);
+    struct stat status = {};
+    if (::stat(place.c_str(), &status) != 0) continue;
+    const std::string fault = rightsFault(status, installation);
+    // In a folder such as /tmp nobody can rename or remove what is root's.
+    const bool sticky = status.st_uid == installation.rootUid && (status.st_mode & S_ISVTX) != 0;
+    if (!fault.empty() && (above == folder || !sticky)) {
+      std::vector<std::string> fix;
+      if (status.st_uid != installation.rootUid)
+        fix.push_back("sudo chown root:root " + shellWord(place));
+      fix.push_back("sudo chmod go-w,u-s " + shellWord(place));
+      const bool refused = above == folder;
+      findings.push_back({refused ? Level::kFail : Level::kWarn, "filter folders",
+                          place + " " + fault +
+                              (refused ? "; the scheduler refuses all filters in it"
+                                       : "; who can write there can exchange the filter"),
+                          fix});
+      trusted = false;
+    }
+    if (!spoolUserMay(status, 1, installation)) {
+      findings.push_back({Level::kFail,
+                          "filter folders",
+                          "user " + installation.user + " cannot pass " + place + " (mode " +
+                              modeText(status) + "): filters end with status 113",
+                          {"sudo chmod a+x " + shellWord(place)}});
+      good = false;
+    }
+  }
+  if (trusted && good)
+    findings.push_back({Level::kOk, "filter folders", "passable, and root's alone to change"});
+  return trusted;
+}
+
+void checkFormat(const std::string& place, Findings& findings) {
+  ProgramFormat own;
+  ProgramFormat format;
+  std::string error;
+  if (!ownProgramFormat(own)) {
+    findings.push_back({Level::kSkip, "filter machine", "this system's own kind cannot be told"});
+  } else if (!readProgramFormat(place, format, error)) {
+    findings.push_back({Level::kSkip, "filter machine", error});
+  } else if (format == own) {
+    findings.push_back({Level::kOk, "filter machine", format.machine});
+  } else if (format.kind == ProgramFormat::Kind::kElf) {
+    findings.push_back({Level::kFail,
+                        "filter machine",
+                        "made for " + format.machine + ", this system is " + own.machine,
+                        {reinstallCommand()}});
+  } else if (format.kind == ProgramFormat::Kind::kScript) {
+    findings.push_back({Level::kWarn,
+                        "filter machine",
+                        "a script stands in the filter's place",
+                        {reinstallCommand()}});
+  } else {
+    findings.push_back(
+        {Level::kFail, "filter machine", "no program of this system", {reinstallCommand()}});
+  }
+}
+
+// "rastertodrav v3.13.34" at the beginning of the usage text; "" when it is not.
+std::string versionIn(const std::string& usage) {
+  const size_t line = usage.find('\n');
+  const size_t mark = usage.find(" v");
+  if (mark == std::string::npos || line == std::string::npos || mark > line) return "";
+  return usage.substr(mark + 2, line - mark - 2);
+}
+
+std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+
+Finding startFinding(const TryResult& result) {
+  const auto fail = [](const std::string& text) {
+    return Finding{Level::kFail, "filter start", text, {reinstallCommand()}};
+  };
+  switch (result.end) {
+    case TryResult::End::kNotTried:
+      return {Level::kSkip, "filter start",
+              std::string("not tried: ") + std::strerror(result.code)};
+    case TryResult::End::kNotStarted:
+      return fail(std::string("does not start: ") + std::strerror(result.code));
+    case TryResult::End::kTimedOut:
+      return fail("hangs instead of printing its usage");
+    case TryResult::End::kSignalled:
+      return fail("crashes: signal " + std::to_string(result.code));
+    case TryResult::End::kExited:
+      break;
+  }
+  if (result.code == kLoaderFailedStatus) {
+    Finding finding = fail("does not start: " + firstLine(result.output));
+    finding.fix = {"sudo apt-get install --reinstall libcups2 libcupsimage2", reinstallCommand()};
+    return finding;
+  }
+  const std::string version = versionIn(result.output);
+  if (result.code != kUsageStatus || version.empty())
+    return fail("says \"" + firstLine(result.output) + "\" (status " + std::to_string(result.code) +
+                ") instead of its usage");
+  return {Level::kOk, "filter start", "libraries found, version " + version};
+}
+
+}  // namespace
+
+FilterState checkFilter(const std::string& path, const Installation& installation,
+                        Findings& findings) {
+  FilterState state;
+  const std::string place = installation.onDisk(path);
+  struct stat status = {};
+  state.present = checkPresence(place, status, findings);
+  const bool foldersTrusted = checkFolders(path, installation, findings);
+  if (!state.present) return state;
+  const bool trusted = checkRights(place, status, installation, findings) && foldersTrusted;
+  checkFormat(place, findings);
+  if (!trusted) {
+    findings.push_back(
+        {Level::kSkip, "filter start", "not tried, since others than root may have changed it"});
+    return state;
+  }
+  TryRun run;
+  run.command = {place};
+  run.uid = installation.uid;
+  run.gid = installation.gid;
+  if (::geteuid() == 0 && (!run.uid || !run.gid)) {
+    findings.push_back({Level::kSkip, "filter start",
+                        "not tried: there is no user " + installation.user + " to start it as"});
+    return state;
+  }
+  const TryResult result = tryRun(run);
+  findings.push_back(startFinding(result));
+  if (findings.back().level == Level::kOk) {
+    state.version = versionIn(result.output);
+    if (state.version != DRAV_VERSION)
+      findings.push_back({Level::kWarn,
+                          "versions",
+                          "the filter is " + state.version + ", this program " DRAV_VERSION,
+                          {reinstallCommand()}});
+  }
+  return state;
+}

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/drav/doctor/finding.h"
+
+#include <algorithm>
+
+#include "tools/drav/io/input_file.h"
+
+namespace {
+
+const char* levelWord(Level level) {
+  switch (level) {
+    case Level::kOk:
+      return "ok    ";
+    case Level::kSkip:
+      return "skip  ";
+    case Level::kWarn:
+      return "warn  ";
+    case Level::kFail:
+      return "FAIL  ";
+  }
+  return "";
+}
+
+std::string counted(std::ptrdiff_t count, const std::string& word) {
+  return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+bool anythingFound(const Findings& findings) {
+  return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) {
+    return finding.level == Level::kWarn || finding.level == Level::kFail;
+  });
+}
+
+std::string reportText(const Findings& findings) {
+  std::string text;
+  for (const Finding& finding : findings) {
+    text += levelWord(finding.level);
+    text += printablePath(finding.check + ": " + finding.text) + "\n";
+    for (const std::string& line : finding.lines) text += "        " + printablePath(line) + "\n";
+    for (const std::string& fix : finding.fix) text += "      fix: " + printablePath(fix) + "\n";
+  }
+  const auto count = [&findings](Level level) {
+    return std::count_if(findings.begin(), findings.end(),
+                         [level](const Finding& finding) { return finding.level == level; });
+  };
+  text += "\n";
+  text += counted(count(Level::kFail), "failure") + ", " + counted(count(Level::kWarn), "warning") +
+          ", " + std::to_string(count(Level::kOk)) + " ok, " + std::to_string(count(Level::kSkip)) +
+          " not checked\n";
+  return text;
+}
+
+std::string shellWord(const std::string& text) {
+  constexpr std::string_view kPlain =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./:,@%";
+  if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
+  std::string word(1, '\'');
+  for (const char letter : text) {
+    if (letter == '\'') word.append("'\\'");
+    word.push_back(letter);
+  }
+  word.push_back('\'');
+  return word;
+}
