@@ -133,6 +133,8 @@ class PrivateCups:
         self.install_filter(filter_binary, "rastertodrav")
         (self.root / "share/drv").mkdir()
         shutil.copy(driver, self.root / "share/drv/drav.drv")
+        for part in [*driver.parent.glob("drav*.defs"), *driver.parent.glob("drav*.po")]:
+            shutil.copy(part, self.root / "share/ppdc" / part.name)
         (self.root / "etc/cups-files.conf").write_text(
             _CUPS_FILES.format(root=self.root, spool=self.spool), "utf-8")
         (self.root / "etc/cupsd.conf").write_text(_CUPSD.format(root=self.root), "utf-8")
@@ -158,8 +160,12 @@ class PrivateCups:
         for name in ("daemon", "driver", "notifier", "monitor", "cgi-bin"):
             (self.root / "lib" / name).symlink_to(SYSTEM_BIN / name)
         for path in SYSTEM_DATA.iterdir():
-            if path.name not in ("drv", "model"):
+            if path.name not in ("drv", "model", "ppdc"):
                 (self.root / "share" / path.name).symlink_to(path)
+        (self.root / "share/ppdc").mkdir()
+        for path in (SYSTEM_DATA / "ppdc").iterdir():
+            if not path.name.startswith("drav"):
+                (self.root / "share/ppdc" / path.name).symlink_to(path)
         own = pathlib.Path(__file__).resolve().parent / "chain"
         for path in sorted(own.iterdir()):
             if path.suffix in (".types", ".convs"):

@@ -144,6 +144,8 @@ class InstalledTest(CupsCase):
         # Moved, not copied: owner and mode stay those of the installation.
         os.rename(binary, cls.cups.filters / "rastertodrav")
         os.rename(source, cls.cups.root / "share/drv/drav.drv")
+        for part in stage.rglob("ppdc/*"):
+            os.rename(part, cls.cups.root / "share/ppdc" / part.name)
 
     def test_install_list_add_and_print(self) -> None:
         listed = self.cups.run("lpinfo", "-m").stdout.splitlines()

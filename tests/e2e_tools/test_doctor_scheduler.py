@@ -185,7 +185,7 @@ class SchedulerTest(unittest.TestCase):
         self.assertIn("printer-state = stopped",
                       members["drav-support/queues/stencil/attributes.txt"])
         self.assertRegex(members["drav-support/platform.txt"], r"(?m)^scheduler \d+\.\d+")
-        with open(ARGUMENTS.ppd, encoding="latin-1") as ppd:
+        with open(ARGUMENTS.ppd, encoding="utf-8") as ppd:
             self.assertEqual(members["drav-support/queues/stencil/queue.ppd"], ppd.read())
 
     def test_without_a_scheduler_its_files_serve(self):
