@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdarg>
+#include <climits>
 #include <cstdio>
 
 namespace {
@@ -11,6 +12,11 @@ constexpr std::array<const char*, 6> sLogLevelTexts = {
     "DEBUG:", "DEBUG:", "WARN:", "ERROR:", "CRIT:", "INVALID:"};
 
 }  // namespace
+
+void keepLogLinesWhole() {
+  static std::array<char, PIPE_BUF> buffer;  // what a pipe takes in one piece
+  static_cast<void>(std::setvbuf(stderr, buffer.data(), _IOLBF, buffer.size()));
+}
 
 void dravLogCommon(int32_t level, const char* format, ...) {
   if (level < kLogDebug || level > kLogInvalid) level = kLogInvalid;

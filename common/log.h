@@ -22,4 +22,10 @@ enum LogLevel : int32_t {
 // out. A level outside 0 to 5 prints as kLogInvalid.
 __attribute__((format(printf, 2, 3))) void dravLogCommon(int32_t level, const char* format, ...);
 
+// Hands each line to the system as a whole from now on, for the rest of the
+// process. All programs of a job share the scheduler's log pipe: a line that goes
+// out in pieces is mixed with theirs, and the scheduler then knows neither its
+// level nor its beginning. To be called before the first line.
+void keepLogLinesWhole();
+
 #endif  // COMMON_LOG_H_
