@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdarg>
+#include <climits>
 #include <cstdio>
 #include <utility>
 
@@ -17,6 +18,11 @@ std::FILE* logStream = nullptr;
 }  // namespace
 
 std::FILE* setLogStream(std::FILE* stream) { return std::exchange(logStream, stream); }
+
+void keepLogLinesWhole() {
+  static std::array<char, PIPE_BUF> buffer;  // what a pipe takes in one piece
+  static_cast<void>(std::setvbuf(stderr, buffer.data(), _IOLBF, buffer.size()));
+}
 
 void dravLogCommon(int32_t level, const char* format, ...) {
   if (level < kLogDebug || level > kLogInvalid) level = kLogInvalid;

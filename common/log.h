@@ -28,4 +28,10 @@ __attribute__((format(printf, 2, 3))) void dravLogCommon(int32_t level, const ch
 // one before, null for standard error.
 std::FILE* setLogStream(std::FILE* stream);
 
+// Hands each line to the system as a whole from now on, for the rest of the
+// process. All programs of a job share the scheduler's log pipe: a line that goes
+// out in pieces is mixed with theirs, and the scheduler then knows neither its
+// level nor its beginning. To be called before the first line.
+void keepLogLinesWhole();
+
 #endif  // COMMON_LOG_H_

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "common/log.h"
 #include "filter/job_signals.h"
 #include "filter/run_filter.h"
 
 int main(int argc, char* argv[]) {
   installJobSignals();
   reserveStandardDescriptors();
+  keepLogLinesWhole();
   return runFilter(argc, argv);
 }

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """The lines of a whole job on standard error, word for word."""
 import re
+import socket
+import subprocess
 
 import cups_raster
 import filter_case
@@ -125,6 +127,26 @@ DEBUG:Ready to print.
     def test_job_without_pages(self) -> None:
         outcome = self.run_filter(b"")
         self.assertEqual(outcome.stderr, "ERROR:No pages found!\n")
+
+    def test_each_line_is_written_as_a_whole(self) -> None:
+        # Converters and backend write into the same pipe, between our writes.
+        path = self.write("page.ras", cups_raster.stream([filter_case.DOTS_PAGE]))
+        reader, writer = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+        with reader, writer:
+            with writer:
+                status = subprocess.run(
+                    self.arguments("", "1", str(path)), executable=filter_case.filter_path(),
+                    stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=writer.fileno(),
+                    env=self.environment(ppd_text.ppd_text({"docCutType": "1"})), check=False,
+                    timeout=filter_case.TIMEOUT).returncode
+            self.assertEqual(status, 0)
+            writes = []
+            while write := reader.recv(65536):
+                writes.append(write)
+        self.assertGreater(len(writes), 20)
+        for write in writes:
+            self.assertTrue(write.endswith(b"\n") and write.count(b"\n") == 1, write)
+            self.assertTrue(write.startswith(b"DEBUG:"), write)
 
     def test_unsupported_page(self) -> None:
         page = cups_raster.page(8, 1, bytes(2), cupsBitsPerPixel=16, cupsBytesPerLine=16)
