@@ -14,6 +14,7 @@ BUILD_PACKAGES=(
   "libhwy-dev|vector code for all processors"
   "libcli11-dev|command line of the drav tool"
   "libpng-dev|pictures of the drav tool"
+  "libarchive-dev|support bundles of drav doctor"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
@@ -34,6 +35,8 @@ TEST_PACKAGES=(
   "shellcheck|linter of the scripts"
   "cups-client|cupstestppd checks the PPD files"
   "python3|whole-program tests"
+  "fish|its completions of drav"
+  "zsh|its completions of drav"
   "git|names the files to check"
 )
 

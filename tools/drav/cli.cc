@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/drav/completion/completion_command.h"
 #include "tools/drav/doctor/doctor_command.h"
 #include "tools/drav/render/render_command.h"
 
@@ -26,6 +27,7 @@ int runParsed(int argc, const char* const* argv) {
   const std::vector<Command> commands = {
       addRender(app),
       addDoctor(app),
+      addCompletion(app),
   };
 
   try {
