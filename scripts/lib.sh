@@ -15,6 +15,7 @@ BUILD_PACKAGES=(
   "libcli11-dev|command line of the drav tool"
   "libpng-dev|pictures of the drav tool"
   "nlohmann-json3-dev|JSON reports of the drav tool"
+  "libarchive-dev|support bundles of drav doctor"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
@@ -35,6 +36,8 @@ TEST_PACKAGES=(
   "shellcheck|linter of the scripts"
   "cups-client|cupstestppd checks the PPD files"
   "python3|whole-program tests"
+  "fish|its completions of drav"
+  "zsh|its completions of drav"
   "git|names the files to check"
   "mandoc|linter of the manual pages"
 )

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/drav/completion/completion_command.h"
 #include "tools/drav/doctor/doctor_command.h"
 #include "tools/drav/inspect/inspect_command.h"
 #include "tools/drav/proof/proof_command.h"
@@ -31,8 +32,8 @@ int runParsed(int argc, const char* const* argv) {
       "Exit status: 0 done, 1 findings, 2 bad input, failure or wrong usage.\n");
   // One line a command; help lists them in this order.
   const std::vector<Command> commands = {
-      addProof(app),   addSheet(app),  addTestPage(app),
-      addInspect(app), addRender(app), addDoctor(app),
+      addProof(app),  addSheet(app),  addTestPage(app),   addInspect(app),
+      addRender(app), addDoctor(app), addCompletion(app),
   };
 
   try {

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
-#include <new>
 #include <string>
 
 #include "tools/drav/clean/age.h"
@@ -91,7 +90,8 @@ int run(int argc, char** argv) {
 int main(int argc, char* argv[]) {
   try {
     return run(argc, argv);
-  } catch (const std::bad_alloc&) {
-    return fail("out of memory");
+  } catch (...) {  // memory alone can fail here, and the message shall need none
+    (void)std::fputs("drav-clean: out of memory\n", stderr);
+    return kFailed;
   }
 }

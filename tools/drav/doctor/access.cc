@@ -41,7 +41,7 @@ std::vector<std::string> foldersAbove(const std::string& path) {
 
 std::string firstClosedFolder(const std::string& path, const Installation& installation) {
   for (const std::string& folder : foldersAbove(path)) {
-    const std::string place = installation.onDisk(folder);
+    std::string place = installation.onDisk(folder);
     struct stat status = {};
     if (::stat(place.c_str(), &status) == 0 && !spoolUserMay(status, 1, installation)) return place;
   }
