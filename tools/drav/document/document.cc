@@ -100,8 +100,9 @@ bool Document::copyToScratch(const std::string& input, std::string& error) {
          writeScratchFile(path_, content.data(), content.size(), error);
 }
 
-// Before a converter sees it: the size, and damage that converters pass over.
-bool Document::checkPicture(std::string& error) const {
+// Before a converter sees it: the size, damage that converters pass over, and what they
+// make nothing of.
+bool Document::checkPicture(std::string& error) {
   std::vector<uint8_t> file;
   PictureSize size;
   GreyPicture picture;
@@ -110,6 +111,7 @@ bool Document::checkPicture(std::string& error) const {
     error = unreadable.substr(std::min(unreadable.size(), printablePath(path_).size() + 2));
     return false;
   }
+  isGarbled_ = isGreyWithTransparency(kind_, file);
   return measurePicture(kind_, file, size, error) && decodePicture(kind_, file, picture, error);
 }
 
@@ -122,6 +124,12 @@ bool Document::chooseSource(std::string& error) {
 }
 
 bool Document::useConverters(const std::string& program, std::string& error) {
+  if (isGarbled_) {  // as of cups-filters 1.28.17: it reads pixels that were never written
+    error =
+        "is a PNG of grey with transparency, of which CUPS's picture converter makes noise, here "
+        "as on paper; save it without transparency, or in colour";
+    return false;
+  }
   auto source = std::make_unique<ConvertedSource>();
   converted_ = source.get();
   if (!source->start(program, path_, mediaType(kind_, start_), driver_, idle_, error)) return false;

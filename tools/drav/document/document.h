@@ -54,7 +54,7 @@ class Document {
  private:
   bool openFile(const std::string& input, std::string& error);
   bool copyToScratch(const std::string& input, std::string& error);
-  bool checkPicture(std::string& error) const;
+  bool checkPicture(std::string& error);
   bool chooseSource(std::string& error);
   bool useConverters(const std::string& program, std::string& error);
   bool useSubstitute(const std::string& missing, std::string& error);
@@ -64,6 +64,7 @@ class Document {
   const DriverFile& driver_;
   std::function<void()> idle_;
   bool avoidConverters_ = false;
+  bool isGarbled_ = false;  // a picture that CUPS's converter cannot read
   std::string name_;
   std::string title_;
   std::string path_;  // a regular file

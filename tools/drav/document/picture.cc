@@ -31,6 +31,8 @@ class PngFile {
   explicit PngFile(std::span<const uint8_t> file) {
     image_.version = PNG_IMAGE_VERSION;
     opened_ = png_image_begin_read_from_memory(&image_, file.data(), file.size()) != 0;
+    // Samples of 16 bits are levels like those of 8, not amounts of light.
+    image_.flags |= PNG_IMAGE_FLAG_16BIT_sRGB;
   }
   ~PngFile() { png_image_free(&image_); }
   PngFile(const PngFile&) = delete;
@@ -40,7 +42,10 @@ class PngFile {
 
   bool isOpen() const { return opened_; }
   std::string failure() const { return std::string("is a damaged PNG: ") + image_.message; }
-  PictureSize size() const { return {image_.width, image_.height}; }
+  bool isGreyWithTransparency() const {
+    return (image_.format & (PNG_FORMAT_FLAG_ALPHA | PNG_FORMAT_FLAG_COLOR)) ==
+           PNG_FORMAT_FLAG_ALPHA;
+  }
 
   bool decode(std::vector<uint8_t>& levels) {
     constexpr png_color kWhite = {255, 255, 255};
@@ -53,6 +58,23 @@ class PngFile {
   png_image image_{};
   bool opened_ = false;
 };
+
+// From the header chunk, which comes first: libpng itself refuses large sizes, but does
+// not say so.
+bool measurePng(std::span<const uint8_t> file, PictureSize& size, std::string& error) {
+  constexpr size_t kWidthAt = 16;
+  if (file.size() < kWidthAt + 8) {
+    error = "is a damaged PNG: it ends in its header";
+    return false;
+  }
+  const auto number = [file](size_t at) {
+    uint64_t value = 0;
+    for (size_t i = 0; i < 4; ++i) value = value << 8U | file[at + i];
+    return value;
+  };
+  size = {number(kWidthAt), number(kWidthAt + 4)};
+  return true;
+}
 
 // Reads the header of a portable picture (netpbm's pbm(5), pgm(5), ppm(5)) and what
 // follows it.
@@ -185,12 +207,7 @@ class PortableFile {
 bool measurePicture(DocumentKind kind, std::span<const uint8_t> file, PictureSize& size,
                     std::string& error) {
   if (kind == DocumentKind::kPng) {
-    const PngFile png(file);
-    if (!png.isOpen()) {
-      error = png.failure();
-      return false;
-    }
-    size = png.size();
+    if (!measurePng(file, size, error)) return false;
   } else if (kind == DocumentKind::kJpeg) {
     if (!measureJpeg(file, size, error)) return false;
   } else {
@@ -210,7 +227,7 @@ bool decodePicture(DocumentKind kind, std::span<const uint8_t> file, GreyPicture
   if (kind == DocumentKind::kJpeg) return decodeJpeg(file, picture.levels, error);
   if (kind == DocumentKind::kPng) {
     PngFile png(file);
-    if (png.decode(picture.levels)) return true;
+    if (png.isOpen() && png.decode(picture.levels)) return true;
     error = png.failure();
     return false;
   }
@@ -227,4 +244,8 @@ bool decodePortable(std::span<const uint8_t> file, GreyPicture& picture, size_t&
   if (!portable.decode(picture.levels, error)) return false;
   used = portable.used();
   return true;
+}
+
+bool isGreyWithTransparency(DocumentKind kind, std::span<const uint8_t> file) {
+  return kind == DocumentKind::kPng && PngFile(file).isGreyWithTransparency();
 }

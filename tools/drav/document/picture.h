@@ -37,6 +37,9 @@ struct GreyPicture {
 [[nodiscard]] bool decodePicture(DocumentKind kind, std::span<const uint8_t> file,
                                  GreyPicture& picture, std::string& error);
 
+// True for a PNG of grey levels with an alpha channel or a transparent level.
+bool isGreyWithTransparency(DocumentKind kind, std::span<const uint8_t> file);
+
 // A portable picture at the start of `file`, as pdftoppm writes them one behind the
 // other; `used` tells its bytes. False with one line in `error`.
 [[nodiscard]] bool decodePortable(std::span<const uint8_t> file, GreyPicture& picture, size_t& used,

@@ -1,0 +1,579 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Compares the pictures of `drav proof` with what the filter and the converters of a
+print queue make of the same input, and gives it input of every bad kind.
+"""
+import os
+import pathlib
+import pty
+import random
+import re
+import select
+import signal
+import stat
+import struct
+import subprocess
+import time
+import unittest
+import zlib
+
+import drav_case
+from drav_case import DravCase, HALFTONES, convert, filter_pages, find_program
+from pictures import (CMYK_JPEG, make_encrypted_pdf, make_pdf, make_pgm, make_png, read_png)
+
+import cups_raster
+import private_spool
+
+NOBODY = 65534
+SMALL = "PageSize=X80MMY200MM"
+APPROXIMATE = {"DRAV_CUPSFILTER": ""}
+
+DRAWING = b"0.4 g 20 80 120 300 re f 0 G 3 w 10 10 m 200 500 l S 0.8 g 100 60 100 90 re f"
+OTHER = b"0.7 g 0 0 226.77 566.93 re f 0 g 60 300 40 40 re f"
+
+
+def grey_rows(width, height, seed=5):
+    """Slopes, noise, a black and a blank part."""
+    source = random.Random(seed)
+    rows = []
+    for y in range(height):
+        row = bytearray((x * 255 // width + y) % 256 for x in range(width))
+        if y % 40 < 10:
+            row = bytearray(source.randbytes(width))
+        if 100 <= y < 120:
+            row = bytearray(b"\xff" * width)
+        if 120 <= y < 150:
+            row = bytearray(width)
+        rows.append(bytes(row))
+    return rows
+
+
+def slope(width, height):
+    return [bytes((x * 3 + y * 2) % 256 for x in range(width)) for y in range(height)]
+
+
+class RasterTest(DravCase):
+    """CUPS raster is what the filter gets: every dot must be its dot."""
+
+    def test_all_halftones_give_the_dots_of_the_filter(self):
+        raster = cups_raster.stream([cups_raster.grey(grey_rows(945, 420))])
+        path = self.write("page.ras", raster)
+        seen = set()
+        for halftone in HALFTONES:
+            with self.subTest(halftone=halftone):
+                options = f"HalftoneType={halftone}"
+                expected = filter_pages(raster, options)
+                self.assert_same_dots(self.proof(path, "-o", options), expected)
+                seen.add(b"".join(expected[0]))
+        self.assertEqual(len(seen), len(HALFTONES), "two halftones made the same picture")
+
+    def test_options_and_widths(self):
+        for width, options in ((2479, ["Brightness=-20"]), (8, ["Brightness=15"]), (1, []),
+                               (2402, ["HalftoneType=Burkes", "Brightness=5"])):
+            raster = cups_raster.stream([cups_raster.grey(grey_rows(width, 97))])
+            path = self.write("page.ras", raster)
+            given = [part for option in options for part in ("-o", option)]
+            self.assert_same_dots(self.proof(path, *given),
+                                  filter_pages(raster, " ".join(options)))
+
+    def test_every_version_and_byte_order(self):
+        page = cups_raster.grey(grey_rows(300, 60))
+        expected = filter_pages(cups_raster.stream([page]))
+        for version in cups_raster.VERSIONS:
+            for order in cups_raster.BYTE_ORDERS:
+                raster = cups_raster.stream([page], version=version, order=order)
+                path = self.write("page.ras", raster)
+                self.assert_same_dots(self.proof(path), expected)
+                self.assert_same_dots(filter_pages(raster), expected)
+
+    def test_pages_become_numbered_pictures(self):
+        pages = [cups_raster.grey(grey_rows(width, height, width))
+                 for width, height in ((200, 30), (320, 120), (64, 7))]
+        raster = cups_raster.stream(pages)
+        path = self.write("job.ras", raster)
+        done = self.run_well("proof", path, "-O", self.out / "a.b.png")
+        self.assertEqual(sorted(file.name for file in self.out.iterdir()),
+                         ["a.b-1.png", "a.b-2.png", "a.b-3.png"])
+        expected = filter_pages(raster)
+        drawn = [read_png((self.out / f"a.b-{i}.png").read_bytes()).dots() for i in (1, 2, 3)]
+        self.assert_same_dots(drawn, expected)
+        self.assertEqual(len(done.stdout.splitlines()), 3)
+        self.assert_same_dots(self.proof(path, "--page", "2"), expected[1:2])
+
+    def test_a_page_that_is_not_there(self):
+        path = self.write("job.ras", cups_raster.stream([cups_raster.grey(grey_rows(8, 8))] * 2))
+        done = self.run_drav("proof", path, "--page", "3", "-O", self.out / "a.png")
+        self.assert_failed(done, "job.ras: has 2 pages, no page 3")
+
+    def test_what_the_picture_says_of_itself(self):
+        page = cups_raster.grey(grey_rows(300, 60), HWResolution=(203, 180))
+        path = self.write("pâge.ras", cups_raster.stream([page, page]))
+        self.run_well("proof", path, "--page", "2", "-o", "HalftoneType=Sierra", "-o", "media=A4",
+                      "-O", self.out / "a.png")
+        png = read_png((self.out / "a.png").read_bytes())
+        self.assertEqual((png.width, png.height), (304, 60))
+        self.assertEqual(png.chunk(b"pHYs"), [struct.pack(">IIB", 7992, 7087, 1)])
+        texts = png.texts()
+        self.assertEqual(texts["Software"], f"drav {drav_case.VERSION}")
+        self.assertEqual(texts["Source"], "pâge.ras, page 2")
+        self.assertEqual(texts["Drav-Accuracy"], "exact")
+        self.assertEqual(texts["Drav-Options"],
+                         "PageSize=A4 HalftoneType=Sierra Brightness=0 media=A4")
+        self.assertIn("Drav Stencil A4 300 dpi", texts["Drav-Driver"])
+        self.assertNotIn("Drav-Strip-Rows", texts)
+
+    def test_model_and_driver_file_are_one(self):
+        path = self.write("page.ras", cups_raster.stream([cups_raster.grey(grey_rows(2479, 40))]))
+        expected = self.proof(path, "--ppd", drav_case.PPD)
+        self.assert_same_dots(self.proof(path), expected)
+        model = pathlib.Path(drav_case.PPD).stem
+        self.assert_same_dots(self.proof(path, "--model", model.upper() + ".ppd"), expected)
+
+    def test_nothing_is_left_in_the_spool(self):
+        path = self.write("page.ras", cups_raster.stream([cups_raster.grey(grey_rows(300, 60))]))
+        for file in private_spool.SPOOL.iterdir():
+            file.unlink()
+        self.run_well("proof", path, "-o", "RecordPrinterCommands=1", "-O", self.out / "a.png")
+        self.assertEqual(list(private_spool.SPOOL.iterdir()), [])
+
+    def test_standard_input_and_pipes(self):
+        raster = cups_raster.stream([cups_raster.grey(grey_rows(100, 20))])
+        done = self.run_well("proof", "-", "-O", self.out / "a.png", stdin=raster)
+        self.assertIn(b"104 x 20 dots", done.stdout)
+        self.assertEqual(read_png((self.out / "a.png").read_bytes()).texts()["Source"],
+                         "standard input, page 1")
+
+    def test_the_name_of_the_picture_when_none_is_given(self):
+        path = self.write("my.page.ras", cups_raster.stream([cups_raster.grey(grey_rows(8, 8))]))
+        done = self.run_well("proof", path, cwd=self.out)
+        self.assertEqual([file.name for file in self.out.iterdir()], ["my.page-proof.png"])
+        self.assertTrue(done.stdout.startswith(b"my.page-proof.png: 8 x 8 dots"))
+        quiet = self.run_well("proof", path, "--quiet", cwd=self.out)
+        self.assertEqual((quiet.stdout, quiet.stderr), (b"", b""))
+
+    def test_notes(self):
+        page = cups_raster.grey(grey_rows(8, 8), cupsColorSpace=0)
+        path = self.write("page.ras", cups_raster.stream([page]))
+        done = self.run_well("proof", path, "-o", "HalftoneType=Burks", "-O", self.out / "a.png")
+        first, second = done.stderr.decode().splitlines()
+        self.assertIn('note: HalftoneType has no choice "Burks", the filter takes Tattoo', first)
+        self.assertIn("note: the page's colour space is 0 instead of K", second)
+
+
+@unittest.skipUnless(find_program("cupsfilter"), "CUPS's cupsfilter is not installed")
+class DocumentTest(DravCase):
+    """Documents must give the dots of converters and filter in a row."""
+
+    def check(self, name, content, kind="", options=(SMALL,)):
+        path = self.write(name, content)
+        raster = convert(path, *options, kind=kind)
+        given = [part for option in options for part in ("-o", option)]
+        expected = filter_pages(raster, " ".join(options))
+        self.assertTrue(any(any(row) for row in expected[0]), "the page is blank")
+        self.assert_same_dots(self.proof(path, *given), expected)
+        return expected
+
+    def test_pdf_of_two_pages(self):
+        pages = self.check("drawing.pdf", make_pdf([DRAWING, OTHER]))
+        self.assertEqual(len(pages), 2)
+        self.assertNotEqual(*pages)
+
+    def test_text(self):
+        self.check("receipt.txt", "Tea 2,50 €\nCake 3,00 €\n".encode() * 9, "text/plain")
+
+    def test_plain_picture(self):
+        self.check("grey.png", make_png(120, 80, 8, 0, slope(120, 80)))
+        self.check("grey.pgm", make_pgm(80, 120, b"".join(slope(80, 120))))
+
+    def test_brightness_of_a_picture_is_as_wrong_as_on_paper(self):
+        options = (SMALL, "Brightness=-10")
+        self.check("grey.png", make_png(60, 90, 8, 0, slope(60, 90)), options=options)
+        done = self.run_well("proof", self.folder / "grey.png", "-o", options[1], "-O",
+                             self.out / "a.png")
+        self.assertIn(b"drav: note: CUPS's picture converter takes the job's Brightness",
+                      done.stderr)
+
+    def test_pictures_of_unusual_kinds(self):
+        palette = bytes(value for i in range(256) for value in (i, 255 - i, 40))
+        wide = [b"".join(struct.pack(">H", value * 257) for value in row) for row in slope(60, 90)]
+        self.check("deep.png", make_png(60, 90, 16, 0, wide))
+        alpha = [bytes(part for value in row for part in (value, 40, 90, 255 - value // 2))
+                 for row in slope(60, 90)]
+        self.check("alpha.png", make_png(60, 90, 8, 6, alpha))
+        self.check("palette.png", make_png(60, 90, 8, 3, slope(60, 90), PLTE=palette))
+        self.check("clear.png", make_png(60, 90, 8, 3, slope(60, 90), PLTE=palette,
+                                         tRNS=bytes(range(256))))
+        self.check("inks.jpg", CMYK_JPEG)
+
+    def test_encryption_without_a_password(self):
+        self.check("open.pdf", make_encrypted_pdf(b""))
+
+    def test_odd_names(self):
+        for name in ("-o.pdf", "a b;'$(x).pdf", "ü.pdf"):
+            self.write(name, make_pdf([DRAWING]))
+            done = self.run_well("proof", name if name[0] != "-" else "./" + name, "-o", SMALL,
+                                 "-O", self.out / "a.png", cwd=self.folder)
+            self.assertIn(b"952 x 2362 dots", done.stdout)
+
+
+class ApproximateTest(DravCase):
+    """Without CUPS's converters."""
+
+    def approximate(self, name, content, *arguments, env=None):
+        path = self.write(name, content)
+        done = self.run_well("proof", path, "-o", SMALL, "-O", self.out / "a.png", *arguments,
+                             env=env if env is not None else APPROXIMATE)
+        self.assertIn(b", approximate: ", done.stdout)
+        png = read_png((self.out / "a.png").read_bytes())
+        texts = png.texts()
+        self.assertTrue(texts["Drav-Accuracy"].startswith("approximate: "), texts)
+        rows = int(texts["Drav-Strip-Rows"])
+        dots = png.dots()
+        strip, page = dots[:rows], dots[rows:]
+        black = sum(bin(int.from_bytes(row, "big")).count("1") for row in strip)
+        self.assertTrue(0.5 < black / (png.width * rows) < 0.98, "no white letters on black")
+        return page
+
+    def test_picture_itself(self):
+        page = self.approximate("a.pgm", make_pgm(40, 80, bytes(40 * 80)))
+        self.assertEqual((len(page), len(page[0])), (1888, 118))
+        # 944 columns, all black; what the packing adds is blank.
+        self.assertEqual(page[900].hex(), "ff" * 118)
+
+    def test_wide_picture_is_turned_against_the_clock(self):
+        corner = [b"\0" * 20 + b"\xff" * 60] * 10 + [b"\xff" * 80] * 30
+        page = self.approximate("a.png", make_png(80, 40, 8, 0, corner), "-o", "HalftoneType=None")
+        self.assertEqual(len(page), 1888)
+        self.assertEqual(page[1880][:20].hex(), "ff" * 20)  # bottom left
+        self.assertEqual(page[10].hex(), "00" * 118)
+
+    def test_pictures_of_unusual_kinds(self):
+        dark, light = 30, 220
+        expected = self.approximate("a.png", make_png(2, 2, 8, 0, [bytes((dark, light))] * 2))
+        deep = [struct.pack(">HH", dark * 257, light * 257)] * 2
+        palette = bytes((dark,) * 3 + (light,) * 3)
+        for content in (make_png(2, 2, 16, 0, deep),
+                        make_png(2, 2, 8, 3, [b"\0\1"] * 2, PLTE=palette),
+                        make_png(2, 2, 8, 2, [bytes((dark,) * 3 + (light,) * 3)] * 2)):
+            self.assertEqual(self.approximate("a.png", content), expected)
+        for content in (b"P2 2 2 255 30 220\n30 220\n", b"P3 2 2 255 " + b"30 30 30 220 220 220 " * 2,
+                        b"P5\n# a note\n2 2\n255\n" + bytes((dark, light)) * 2,
+                        b"P6 2 2 255 " + bytes((dark,) * 3 + (light,) * 3) * 2):
+            self.assertEqual(self.approximate("a.pnm", content), expected)
+        clear = self.approximate("a.png", make_png(2, 2, 8, 4, [bytes((0, 0, 0, 0))] * 2))
+        self.assertFalse(any(any(row) for row in clear), "clear is not white")
+        self.assertTrue(any(any(row) for row in self.approximate("a.jpg", CMYK_JPEG)))
+
+    @unittest.skipUnless(find_program("pdftoppm"), "poppler's pdftoppm is not installed")
+    def test_poppler(self):
+        black = b"0 g 0 0 226.77 566.93 re f"
+        page = self.approximate("a.pdf", make_pdf([black]))
+        self.assertEqual((len(page), len(page[0])), (2362, 119))
+        self.assertEqual(page[1000][:118].hex(), "ff" * 118)
+        path = self.write("two.pdf", make_pdf([DRAWING, black]))
+        self.run_well("proof", path, "-o", SMALL, "--approximate", "-O", self.out / "p.png")
+        self.assertTrue((self.out / "p-2.png").exists())
+
+    @unittest.skipUnless(find_program("pdftoppm"), "poppler's pdftoppm is not installed")
+    def test_small_page_stands_in_the_middle(self):
+        page = self.approximate("a.pdf", make_pdf([b"0 g 0 0 72 72 re f"], 72, 72), "-o",
+                                "HalftoneType=None")
+        inked = [y for y, row in enumerate(page) if any(row)]
+        self.assertEqual((inked[0], inked[-1]), (1031, 1330))
+
+    def test_a_cups_without_the_converter(self):
+        fake = self.write("cupsfilter", b"#!/bin/sh\necho 'cupsfilter: No filter to convert from "
+                          b"image/png to application/vnd.cups-raster.' >&2\nexit 1\n")
+        fake.chmod(0o755)
+        self.approximate("a.pgm", make_pgm(4, 8, bytes(32)), env={"DRAV_CUPSFILTER": str(fake)})
+
+    def test_nothing_serves(self):
+        nothing = {**APPROXIMATE, "DRAV_PDFTOPPM": ""}
+        for name, content, word in (("a.pdf", make_pdf([DRAWING]), "pdftoppm"),
+                                    ("a.txt", b"words\n", "text")):
+            done = self.run_drav("proof", self.write(name, content), "-O", self.out / "a.png",
+                                 env=nothing)
+            self.assert_failed(done, name + ": cannot be drawn: ", "cupsfilter", word)
+
+
+class BadInputTest(DravCase):
+    """One line, status 2, and nothing written or left behind."""
+
+    def check(self, name, content, *words, env=None, arguments=()):
+        path = self.write(name, content) if content is not None else self.folder / name
+        done = self.run_drav("proof", path, "-o", SMALL, "-O", self.out / "a.png", *arguments,
+                             env=env)
+        self.assert_failed(done, *words)
+
+    def test_pdf(self):
+        whole = make_pdf([DRAWING * 40, OTHER])
+        stream = whole.index(b"stream\n") + 20
+        broken = whole[:stream] + bytes(value ^ 0x55 for value in whole[stream:stream + 40])
+        broken += whole[stream + 40:]
+        scrambled = bytearray(whole)
+        for at in range(100, len(whole), 61):
+            scrambled[at] ^= 0x55
+        modes = []
+        if find_program("cupsfilter"):
+            modes.append({})
+        if find_program("pdftoppm"):
+            modes.append(APPROXIMATE)
+        self.assertTrue(modes, "neither cupsfilter nor pdftoppm is installed")
+        for env in modes:
+            self.check("half.pdf", whole[:len(whole) // 2], "half.pdf: is a damaged PDF", env=env)
+            self.check("junk.pdf", b"%PDF-1.7\n" + random.Random(3).randbytes(3000),
+                       "junk.pdf: is a damaged PDF", env=env)
+            self.check("flipped.pdf", broken, "flipped.pdf: is a damaged PDF", env=env)
+            self.check("scrambled.pdf", bytes(scrambled), "scrambled.pdf: is a damaged PDF", env=env)
+            self.check("secret.pdf", make_encrypted_pdf(b"secret"),
+                       "secret.pdf: is an encrypted PDF and needs a password", env=env)
+
+    def test_png(self):
+        for sides in ((60000, 4), (4, 60000), (60000, 60000), (2**31 - 1, 2**31 - 1)):
+            header = make_png(*sides, 1, 0, [])
+            self.check("large.png", header, f"large.png: is {sides[0]} x {sides[1]} pixels")
+        self.check("large.png", make_png(32000, 32000, 1, 0, []), "150 million")
+        whole = make_png(120, 80, 8, 0, slope(120, 80))
+        self.check("half.png", whole[:len(whole) // 2], "half.png: is a damaged PNG")
+        self.check("flipped.png", whole[:60] + b"\xff" + whole[61:], "is a damaged PNG")
+        self.check("none.png", make_png(0, 5, 8, 0, []), "none.png: is a picture of 0 x 5 pixels")
+        self.check("head.png", whole[:20], "head.png: is a damaged PNG")
+
+    def test_a_small_file_of_many_pixels_takes_little(self):
+        rows = zlib.compress(bytes(32768 // 8 * 4000), 9)
+        body = make_png(30000, 30000, 1, 0, [])
+        path = self.write("bomb.png", body.replace(zlib.compress(b"", 9), rows))
+        command = [drav_case.DRAV, "proof", str(path), "-O", str(self.out / "a.png")]
+        with subprocess.Popen(command, stderr=subprocess.DEVNULL) as child:
+            _, status, usage = os.wait4(child.pid, 0)
+            child.returncode = os.waitstatus_to_exitcode(status)
+        self.assertEqual(child.returncode, 2)
+        self.assertLess(usage.ru_maxrss, 300_000)
+
+    def test_png_that_the_converter_garbles(self):
+        """cups-filters 1.28 prints uninitialised memory for these."""
+        rows = [bytes(part for value in row for part in (0, value)) for row in slope(60, 90)]
+        words = ("is a PNG of grey with transparency", "save it without")
+        self.check("a.png", make_png(60, 90, 8, 4, rows), *words)
+        self.check("a.png", make_png(60, 90, 16, 4, [row * 2 for row in rows]), *words)
+        self.check("a.png", make_png(60, 90, 8, 0, slope(60, 90), tRNS=b"\0\5"), *words)
+
+    def test_jpeg(self):
+        self.check("half.jpg", CMYK_JPEG[:500], "half.jpg: is a damaged JPEG")
+        self.check("head.jpg", CMYK_JPEG[:100], "head.jpg: is a damaged JPEG")
+        at = CMYK_JPEG.index(b"\xff\xc0") + 5
+        tall = CMYK_JPEG[:at] + b"\xea\x60\xea\x60" + CMYK_JPEG[at + 4:]
+        self.check("tall.jpg", tall, "tall.jpg: is 60000 x 60000 pixels")
+
+    def test_portable(self):
+        self.check("half.pgm", make_pgm(30, 20, bytes(600))[:-1], "it ends in row 20 of 20")
+        self.check("large.pgm", b"P5 60000 2 255 ", "large.pgm: is 60000 x 2 pixels")
+        self.check("odd.pgm", b"P5 4 4 70000 ", "its header makes no sense")
+        self.check("odd.pgm", b"P5 999999999999 4 255 ", "its header makes no sense")
+
+    def test_raster(self):
+        whole = cups_raster.stream([cups_raster.grey(grey_rows(60, 40))] * 2)
+        self.check("cut.ras", whole[:-1], "cut.ras: page 2 is cut short")
+        self.check("cut.ras", whole[:1804 + 2400 + 7], "cut.ras: page 2 has a damaged header")
+        self.check("sync.ras", whole[:4], "sync.ras: holds no page")
+        large = cups_raster.page(60000, 60000, b"", cupsBytesPerLine=60000)
+        self.check("large.ras", cups_raster.stream([large]), "page 1 is 60000 x 60000 pixels")
+        mono = cups_raster.page(64, 2, bytes(16), cupsBitsPerPixel=1, cupsBitsPerColor=1,
+                                cupsBytesPerLine=8)
+        self.check("mono.ras", cups_raster.stream([mono]),
+                   "mono.ras: page 1: Unsupported bits per pixel : 1")
+        wide = cups_raster.page(9, 4, bytes(32), cupsWidth=9, cupsBytesPerLine=8)
+        self.check("wide.ras", cups_raster.stream([wide]), "Unprintable page")
+
+    def test_files_of_no_kind(self):
+        self.check("empty", b"", "empty: is empty")
+        self.check("noise", random.Random(1).randbytes(5000), "is no document of a kind")
+        self.check("program", b"\x7fELF\2\1\1" + bytes(60), "is no document of a kind")
+        self.check("nothing", None, "nothing: No such file or directory")
+        self.check(".", None, ": is a folder")
+        self.check("a\nb", None, "a?b: No such file")
+        self.assert_failed(self.run_drav("proof", "-", "-O", self.out / "a.png"),
+                           "standard input: is empty")
+
+    def test_rights(self):
+        locked = self.write("locked.pdf", make_pdf([DRAWING]))
+        locked.chmod(0)
+        self.folder.chmod(0o755)
+        for folder in (self.scratch, self.out):
+            folder.chmod(0o777)
+        user = {"user": NOBODY} if os.geteuid() == 0 else {}
+        done = self.run_drav("proof", locked, "-O", self.out / "a.png", **user)
+        self.assert_failed(done, "locked.pdf: Permission denied")
+        self.out.chmod(0o755 if user else 0o555)
+        page = self.write("page.ras", cups_raster.stream([cups_raster.grey(grey_rows(8, 8))]))
+        done = self.run_drav("proof", page, "-O", self.out / "a.png", **user)
+        self.assert_failed(done, "a.png: Permission denied")
+        self.out.chmod(0o700)
+
+    def test_driver_files(self):
+        page = cups_raster.stream([cups_raster.grey(grey_rows(8, 8))])
+        for ppd, word in ((self.write("a.ppd", b"hello\n"), "a.ppd: is no driver file (PPD)"),
+                          (self.folder / "none.ppd", "none.ppd: No such file"),
+                          (self.out, "Is a directory")):
+            self.check("page.ras", page, word, arguments=("--ppd", ppd))
+        self.check("page.ras", page, "there is no model nonsense; there are dravsa43 (",
+                   arguments=("--model", "nonsense"))
+
+    def test_outputs(self):
+        page = self.write("page.ras", cups_raster.stream([cups_raster.grey(grey_rows(8, 8))] * 2))
+        before = page.read_bytes()
+        for out, word in ((self.out / "a.pdf", "a proof is a PNG, not a pdf"),
+                          (page, "a proof is a PNG, not a ras"),
+                          (self.out / "no" / "a.png", "No such file"), ("/dev/null", "not a regular")):
+            self.assert_failed(self.run_drav("proof", page, "--page", "1", "-O", out), word)
+        link = self.folder / "link.png"
+        link.symlink_to(page)
+        self.assert_failed(self.run_drav("proof", page, "--page", "1", "-O", link),
+                           "is the input, which would be lost")
+        self.assertEqual(page.read_bytes(), before)
+        self.assertTrue(stat.S_ISCHR(os.stat("/dev/null").st_mode))
+
+    def test_a_later_page_that_fails_takes_the_first_ones_with_it(self):
+        good = cups_raster.grey(grey_rows(64, 8))
+        raster = cups_raster.stream([good, good])[:-3]
+        older = self.out / "a-1.png"
+        older.write_bytes(b"older")
+        done = self.run_drav("proof", self.write("cut.ras", raster), "-O", self.out / "a.png")
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual([path.name for path in self.out.iterdir()], ["a-1.png"])
+        self.assertEqual(older.read_bytes(), b"older")
+        (self.out / "a-2.png").mkdir()
+        done = self.run_drav("proof", self.write("two.ras", cups_raster.stream([good, good])), "-O",
+                             self.out / "a.png")
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual(older.read_bytes(), b"older")
+
+    def test_usage(self):
+        for arguments in (("proof",), ("proof", "a", "b"), ("proof", "a", "--page", "0"),
+                          ("proof", "a", "--ppd", "x", "--model", "y"), ("proof", "a", "--bad")):
+            self.assert_failed(self.run_drav(*arguments))
+        text = self.run_well("proof", "--help").stdout
+        self.assertIn(b"drav proof drawing.pdf", text)
+
+
+class ConverterTest(DravCase):
+    """Converters that misbehave, played by scripts."""
+
+    def fake(self, script):
+        path = self.write("converter", b"#!/bin/sh\n" + script.encode())
+        path.chmod(0o755)
+        self.document = self.write("a.pdf", make_pdf([DRAWING]))
+        return {"DRAV_CUPSFILTER": str(path)}
+
+    def check(self, script, *words):
+        done = self.run_drav("proof", self.document if hasattr(self, "document") else "",
+                             "-O", self.out / "a.png", env=self.fake(script))
+        self.assert_failed(done, *words)
+
+    def setUp(self):
+        super().setUp()
+        self.document = self.write("a.pdf", make_pdf([DRAWING]))
+
+    def test_failures(self):
+        self.check("exit 3", "a.pdf: cannot be converted: converter ended with status 3")
+        self.check("kill -SEGV $$", "a.pdf: cannot be converted: converter was ended by signal 11")
+        self.check("echo 'ERROR: out of toner' >&2; exit 1", "cannot be converted: out of toner")
+        self.check("echo 'ERROR: gstoraster (PID 12) crashed on signal 9' >&2; exit 1",
+                   "cannot be converted: gstoraster crashed on signal 9")
+        self.check("exit 0", "a.pdf: cannot be converted: holds no page")
+        self.check("head -c 5000 /dev/urandom", "a.pdf: cannot be converted: is no CUPS raster")
+        self.check("printf 3SaR; head -c 1000 /dev/zero",
+                   "a.pdf: cannot be converted: page 1 has a damaged header")
+        done = self.run_drav("proof", self.document, "-O", self.out / "a.png",
+                             env={"DRAV_CUPSFILTER": str(self.folder / "absent")})
+        self.assert_failed(done, "a.pdf: absent cannot be run: No such file")
+
+    def test_a_failure_behind_the_last_page(self):
+        raster = self.write("page.ras", cups_raster.stream([cups_raster.grey(grey_rows(8, 8))]))
+        self.check(f"cat {raster}; echo 'ERROR: late' >&2; exit 1", "cannot be converted: late")
+        # The page that is asked for was good by then.
+        self.run_well("proof", self.document, "--page", "1", "-O", self.out / "a.png",
+                      env=self.fake(f"cat {raster}; exit 1"))
+
+    def test_what_a_converter_gets(self):
+        seen = self.folder / "seen"
+        env = self.fake(f"ls /proc/self/fd > {seen}; ulimit -v >> {seen}; ulimit -f >> {seen}; "
+                        f"ulimit -t >> {seen}; echo $TMPDIR >> {seen}; cat >> {seen}; exit 1")
+        reader, writer = os.pipe()
+        os.set_inheritable(writer, True)
+        self.assert_failed(self.run_drav("proof", self.document, "-O", self.out / "a.png", env=env,
+                                         pass_fds=(writer,), stdin=b"not for it"))
+        os.close(reader)
+        os.close(writer)
+        *descriptors, memory, files, seconds, folder = seen.read_text().split()
+        self.assertEqual(descriptors, ["0", "1", "2", "3"])  # 3 is ls's own
+        self.assertEqual((memory, seconds), (str(4 << 20), "300"))
+        self.assertNotEqual(files, "unlimited")
+        self.assertTrue(folder.startswith(str(self.scratch) + "/"), folder)
+
+    def test_an_interrupted_run_leaves_no_process_and_no_file(self):
+        note = self.folder / "note"
+        env = self.fake(f"echo x > $TMPDIR/left; sleep 1000 & echo $$ $! > {note}; wait")
+        for number in (signal.SIGINT, signal.SIGTERM):
+            command = [drav_case.DRAV, "proof", str(self.document), "-O", str(self.out / "a.png")]
+            with subprocess.Popen(command, env=self.environment(**env),
+                                  stderr=subprocess.PIPE) as child:
+                end = time.monotonic() + 60
+                while not note.exists() or len(note.read_text().split()) < 2:
+                    self.assertLess(time.monotonic(), end)
+                    time.sleep(0.01)
+                child.send_signal(number)
+                self.assertEqual(child.wait(timeout=60), -number)
+            for process in note.read_text().split():
+                self.assertFalse(self.is_running(process), "a process is left")
+            self.assertEqual(list(self.scratch.iterdir()), [])
+            self.assertEqual(list(self.out.iterdir()), [])
+            note.unlink()
+
+    @staticmethod
+    def is_running(process):
+        """Not so for one that is dead and has nobody to tell."""
+        try:
+            state = pathlib.Path(f"/proc/{process}/stat").read_text("ascii")
+        except FileNotFoundError:
+            return False
+        return state.rpartition(")")[2].split()[0] != "Z"
+
+    def on_terminal(self, *arguments):
+        """What the command writes to a terminal as its standard error."""
+        ours, theirs = pty.openpty()
+        command = [drav_case.DRAV, *map(str, arguments)]
+        slow = self.fake("sleep 0.4; exit 1")
+        with subprocess.Popen(command, env=self.environment(TERM="xterm", **slow), stderr=theirs,
+                              stdout=subprocess.DEVNULL) as child:
+            os.close(theirs)
+            text = b""
+            while select.select([ours], [], [], 60)[0]:
+                try:
+                    part = os.read(ours, 4096)
+                except OSError:
+                    break
+                if not part:
+                    break
+                text += part
+        os.close(ours)
+        return child.returncode, text.decode()
+
+    def test_progress_on_a_terminal(self):
+        page = cups_raster.grey(grey_rows(64, 8))
+        path = self.write("page.ras", cups_raster.stream([page] * 3))
+        status, text = self.on_terminal("proof", path, "-O", self.out / "a.png")
+        self.assertEqual(status, 0)
+        self.assertRegex(text, r"\[#+\.*\] +[0-9]+ % [-|/\\] page 3")
+        self.assertTrue(text.endswith("\r\x1b[K"), repr(text[-40:]))
+        # A converter that takes its time: a mark moves.
+        status, text = self.on_terminal("proof", self.document, "-O", self.out / "b.png")
+        self.assertEqual(status, 2)
+        self.assertGreaterEqual(len(re.findall(r"\r\x1b\[K[-|/\\] reading ", text)), 3)
+        self.assertRegex(text, r"\r\x1b\[Kdrav: [^\n]*ended with status 1\r?\n\Z")
+        status, text = self.on_terminal("proof", path, "--quiet", "-O", self.out / "a.png")
+        self.assertEqual((status, text), (0, ""))
+
+
+if __name__ == "__main__":
+    drav_case.main()
