@@ -16,6 +16,9 @@ BUILD_PACKAGES=(
   "libpng-dev|pictures of the drav tool"
   "nlohmann-json3-dev|JSON reports of the drav tool"
   "libarchive-dev|support bundles of drav doctor"
+  "libjpeg62-turbo-dev|JPEG files in drav proof"
+  "libcairo2-dev|sheets and test pages of the drav tool"
+  "pkg-config|finds cairo"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
