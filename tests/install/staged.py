@@ -6,6 +6,9 @@ import re
 import stat
 import subprocess
 
+# Below the prefix's share/, where each shell looks.
+COMPLETIONS = ("bash-completion/completions/drav", "zsh/site-functions/_drav",
+               "fish/vendor_completions.d/drav.fish")
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 
 
