@@ -5,6 +5,7 @@
 # copy meanwhile, so every install leaves a list of its own, by DESTDIR and
 # component. Lists of stages that are gone go too, CPack's stages leave none.
 set(DRAV_INSTALLED_LISTS ${PROJECT_BINARY_DIR}/installed)
+file(MAKE_DIRECTORY ${DRAV_INSTALLED_LISTS})  # else root's first install would own it
 install(CODE "
 file(GLOB stages \"${DRAV_INSTALLED_LISTS}/*/stage\")
 foreach(stage IN LISTS stages)

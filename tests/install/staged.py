@@ -6,6 +6,9 @@ import re
 import stat
 import subprocess
 
+# Below the prefix's share/, where each shell looks.
+COMPLETIONS = ("bash-completion/completions/drav", "zsh/site-functions/_drav",
+               "fish/vendor_completions.d/drav.fish")
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 
 
@@ -35,7 +38,7 @@ def driver_parts() -> list[str]:
 def guides() -> list[str]:
     """Guides for users that the tree has, and the pictures in them."""
     found = []
-    for name in ("install", "options", "troubleshooting", "scale"):
+    for name in ("install", "options", "troubleshooting", "scale", "proof", "inspect", "doctor"):
         path = SOURCE / "docs" / f"{name}.md"
         if path.exists():
             pictures = re.findall(r"\((images/[^)]+)\)", path.read_text(encoding="utf-8"))

@@ -29,6 +29,8 @@ def expected_files() -> dict[str, int]:
     }
     modes |= {f"{data}/ppdc/{name}": 0o644 for name in staged.driver_parts()}
     modes |= {f"{prefix}/share/doc/drav/{name}": 0o644 for name in staged.guides()}
+    if ARGUMENTS.with_completions:
+        modes |= {f"{prefix}/share/{name}": 0o644 for name in staged.COMPLETIONS}
     if ARGUMENTS.with_clean:
         modes[f"{prefix}/libexec/drav/drav-clean"] = 0o755
         for unit in ("service", "timer"):
@@ -171,6 +173,7 @@ def main() -> None:
     for name in ("cmake", "build", "prefix", "cups-filters", "cups-data"):
         parser.add_argument(f"--{name}", required=True)
     parser.add_argument("--with-clean", action="store_true")
+    parser.add_argument("--with-completions", action="store_true")
     parser.parse_args(namespace=ARGUMENTS)
     unittest.main(argv=sys.argv[:1], verbosity=1)
 

@@ -40,6 +40,8 @@ class MacLayoutTest(unittest.TestCase):
         for program in ("rastertodrav", "drav", "drav-clean"):
             if (pathlib.Path(ARGUMENTS.build) / "bin" / program).exists():
                 shutil.copy2(pathlib.Path(ARGUMENTS.build) / "bin" / program, build / "bin")
+        if ARGUMENTS.with_completions:
+            shutil.copytree(pathlib.Path(ARGUMENTS.build) / "completions", build / "completions")
         result = staged.run([ARGUMENTS.cmake, "--install", str(build)], cls.stage)
         if result.returncode != 0:
             raise RuntimeError(result.stderr)
@@ -56,6 +58,8 @@ class MacLayoutTest(unittest.TestCase):
         }
         expected |= {f"{MODELS}/{name}": 0o644 for name in self.models}
         expected |= {f"/usr/local/share/doc/drav/{name}": 0o644 for name in staged.guides()}
+        if ARGUMENTS.with_completions:
+            expected |= {f"/usr/local/share/{name}": 0o644 for name in staged.COMPLETIONS}
         if ARGUMENTS.with_clean:
             expected["/usr/local/libexec/drav/drav-clean"] = 0o755
         self.assertTrue(self.models)
@@ -77,6 +81,7 @@ def main() -> None:
         parser.add_argument(f"--{name}", required=True)
     parser.add_argument("--compilers", nargs=2, required=True)
     parser.add_argument("--with-clean", action="store_true")
+    parser.add_argument("--with-completions", action="store_true")
     parser.parse_args(namespace=ARGUMENTS)
     unittest.main(argv=sys.argv[:1], verbosity=1)
 
