@@ -79,7 +79,10 @@ constexpr int32_t kAtEnd = 2;
 }  // namespace
 
 int32_t outputCommand(command sequence, std::FILE* out) {
-  for (int32_t i = 0; i < sequence.length; ++i) std::putc(sequence.bytes[i], out);
+  // Nothing follows bytes that were lost.
+  for (int32_t i = 0; i < sequence.length && std::ferror(out) == 0; ++i) {
+    std::putc(sequence.bytes[i], out);
+  }
   return sequence.length;
 }
 

@@ -134,7 +134,8 @@ void DravPrinter::doPrintPacked(uint8_t* /*packed*/, uint32_t /*packedLength*/,
 
 void DravPrinter::printBytes(const unsigned char* data, unsigned long size) {
   for (std::FILE* stream : outputStreams_) {
-    if (stream != nullptr) std::fwrite(data, size, 1, stream);
+    // Bytes behind lost ones would be taken for the rest of a torn band.
+    if (stream != nullptr && std::ferror(stream) == 0) std::fwrite(data, size, 1, stream);
   }
 }
 

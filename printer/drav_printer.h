@@ -112,6 +112,8 @@ class DravPrinter {
   // flushes, closes or reports an error: the streams keep their own error flags.
   std::vector<std::FILE*>& getOutputStreams() { return outputStreams_; }
 
+  // Passes over a stream whose error flag is set: what has been written stays a
+  // beginning of the whole, even when the stream could take bytes again.
   void printBytes(const unsigned char* data, unsigned long size);
   void printStr(const char* text);
   void printByte(unsigned char value);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/support/log_capture.h"
+#include "tests/support/process_limits.h"
 #include "tests/unit/filter/filter_fixture.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -30,46 +31,6 @@ using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-
-// Ignores a signal until the end of the scope.
-class IgnoredSignal {
- public:
-  explicit IgnoredSignal(int signal) : signal_(signal), old_(std::signal(signal, SIG_IGN)) {}
-  ~IgnoredSignal() { std::signal(signal_, old_); }
-  IgnoredSignal(const IgnoredSignal&) = delete;
-  IgnoredSignal& operator=(const IgnoredSignal&) = delete;
-
- private:
-  int signal_;
-  void (*old_)(int);
-};
-
-// Lowers a limit of the process until the end of the scope.
-class LoweredLimit {
- public:
-  LoweredLimit(int resource, rlim_t limit) : resource_(resource) {
-    getrlimit(resourceOf(resource_), &old_);
-    struct rlimit lower = old_;
-    lower.rlim_cur = std::min(limit, old_.rlim_max);
-    good_ = setrlimit(resourceOf(resource_), &lower) == 0;
-  }
-  ~LoweredLimit() { setrlimit(resourceOf(resource_), &old_); }
-  LoweredLimit(const LoweredLimit&) = delete;
-  LoweredLimit& operator=(const LoweredLimit&) = delete;
-  bool isSet() const { return good_; }
-
- private:
-#if defined(__GLIBC__)
-  static __rlimit_resource resourceOf(int resource) {
-    return static_cast<__rlimit_resource>(resource);
-  }
-#else
-  static int resourceOf(int resource) { return resource; }
-#endif
-  int resource_;
-  struct rlimit old_ = {};
-  bool good_ = false;
-};
 
 constexpr rlim_t kFileLimit = 64 * 1024;
 
@@ -287,42 +248,5 @@ TEST_F(FilterFaultTest, MemoryThatRunsOutAnywhereIsOneCriticalLine) {
     EXPECT_EQ(openDescriptors(), before) << look;
   }
 }
-
-#if defined(DRAV_TEST_WRAPS_ALLOCATIONS)
-TEST_F(FilterFaultTest, EachRefusedAllocationIsReportedAndSendsNoHalfPage) {
-  const std::vector<model::RasterPage> pages = {patternPage("text", 40, 110)};
-  for (const int type : {2, 8}) {
-    model::JobSettings settings;
-    settings.halftoneType = type;
-    settings.docCutType = 1;
-    describe(settings, true);
-    const Bytes whole = model::runJob(settings, pages).stdoutBytes;
-    // What may have gone out: nothing, the job's start, or all but the bands.
-    Bytes start(64, 0);
-    append(start, model::jobSetupBytes(settings));
-    Bytes withoutBands = start;
-    append(withoutBands, model::endPageBytes(settings));
-    append(withoutBands, model::endJobBytes(settings));
-    for (grantedAllocations_ = 0;; ++grantedAllocations_) {
-      SCOPED_TRACE(std::to_string(type) + ", granted " + std::to_string(grantedAllocations_));
-      ASSERT_LT(grantedAllocations_, 1000);
-      const int before = openDescriptors();
-      const FilterResult result = run(pages);
-      EXPECT_EQ(openDescriptors(), before);
-      if (refusedAllocations_ == 0) {
-        EXPECT_EQ(result.status, 0);
-        EXPECT_TRUE(sameBytes(whole, result.out));
-        break;
-      }
-      EXPECT_TRUE(result.out.empty() || result.out == start || result.out == withoutBands);
-      const size_t critical = countLines(result.log, "CRIT:");
-      EXPECT_LE(critical, 1U);
-      EXPECT_GE(critical + countLines(result.log, "ERROR:"), 1U);
-      EXPECT_EQ(result.status, result.out == withoutBands ? 0 : 1);
-    }
-    grantedAllocations_ = -1;
-  }
-}
-#endif
 
 }  // namespace

@@ -48,6 +48,14 @@ std::string numberText(double value) {
   return text;
 }
 
+long heldBlocks() {
+#if defined(DRAV_TEST_WRAPS_ALLOCATIONS)
+  return heldAllocations();
+#else
+  return 0;
+#endif
+}
+
 }  // namespace
 
 FilterFixture::FilterFixture() {
@@ -120,15 +128,16 @@ FilterResult FilterFixture::runWith(const std::vector<std::string>& arguments, i
   }
   FilterResult result;
   result.log = captureLog([&] {
-#if defined(DRAV_TEST_WRAPS_ALLOCATIONS)
-    if (grantedAllocations_ >= 0) {
-      const FailingAllocations failing(grantedAllocations_);
-      result.status = runFilter(argc, argv.data(), environment_);
-      refusedAllocations_ = failing.refused();
-      return;
+    const int descriptors = openDescriptors();
+    const long blocks = heldBlocks();
+    const auto filter = [&] { result.status = runFilter(argc, argv.data(), environment_); };
+    if (surround_) {
+      surround_(filter);
+    } else {
+      filter();
     }
-#endif
-    result.status = runFilter(argc, argv.data(), environment_);
+    result.leftBlocks = heldBlocks() - blocks;
+    result.leftDescriptors = openDescriptors() - descriptors;
   });
   result.out = out.bytes();
   result.pictures = savedPictures(pictures);

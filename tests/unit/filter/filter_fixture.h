@@ -25,6 +25,8 @@ struct FilterResult {
   std::vector<SavedPicture> pictures;
   bool hasRecord = false;
   Bytes record;
+  int leftDescriptors = 0;  // opened by the filter and not closed again
+  long leftBlocks = 0;      // taken by it and not given back; 0 where none is counted
 };
 
 class FilterFixture : public testing::Test {
@@ -58,9 +60,8 @@ class FilterFixture : public testing::Test {
   bool picturesFail_ = false;       // the folder of the pictures is missing
   FilterEnvironment environment_;   // standard input and folder are set by run
   std::FILE* ownOutput_ = nullptr;  // instead of one in memory
-  // Allocations that runFilter is granted; none is refused when negative.
-  int grantedAllocations_ = -1;
-  int refusedAllocations_ = 0;
+  // Called instead of the filter, to call it within a fault of the test's own.
+  std::function<void(const std::function<void()>& filter)> surround_;
   // Answers for environment_.cancelRequested, with the input descriptor.
   std::function<bool(int)> cancel_;
   const ScopedEnv utc_{"TZ", "UTC"};
