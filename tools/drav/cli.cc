@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/drav/inspect/inspect_command.h"
 #include "tools/drav/render/render_command.h"
 
 namespace {
@@ -17,12 +18,14 @@ int runParsed(int argc, const char* const* argv) {
   app.set_version_flag("--version", "drav " DRAV_VERSION);
   app.require_subcommand(1);
   app.footer(
-      "Example:\n"
-      "  drav render job.bin job.png\n\n"
+      "Examples:\n"
+      "  drav render job.bin job.png\n"
+      "  drav inspect job.bin\n\n"
       "Exit status: 0 done, 1 findings, 2 bad input, failure or wrong usage.\n");
   // One line a command; help lists them in this order.
   const std::vector<Command> commands = {
       addRender(app),
+      addInspect(app),
   };
 
   try {

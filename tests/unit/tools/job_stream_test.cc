@@ -261,4 +261,138 @@ TEST(JobStream, LongRunsTakeLinearTime) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
+// ---- Going on behind damage ----
+
+// Each item as "offset name" or "offset ?length".
+std::vector<std::string> itemsOf(const Bytes& stream) {
+  std::vector<std::string> items;
+  JobStreamReader reader(stream);
+  size_t offset = 0;
+  while (const auto item = reader.nextItem()) {
+    EXPECT_EQ(item->bytes.data(), stream.data() + offset);
+    EXPECT_NE(item->command.has_value(), item->error.has_value());
+    EXPECT_EQ(item->command ? item->command->offset : item->error->offset, offset);
+    std::string& text = items.emplace_back(std::to_string(offset));
+    text += ' ';
+    text += item->command ? commandName(item->command->kind) : "?";
+    if (item->error) text += std::to_string(item->bytes.size());
+    offset += item->bytes.size();
+  }
+  EXPECT_EQ(offset, stream.size());
+  return items;
+}
+
+std::vector<std::string> itemsOfHex(const std::string& text) { return itemsOf(hex(text)); }
+
+constexpr const char* kSmallBand = "1D 76 30 00 01 00 01 00 FF ";
+
+TEST(JobStreamDamage, ReadingGoesOnAtEscAt) {
+  EXPECT_THAT(itemsOfHex("0A 99 98 97 1B 40 0A"), ElementsAre("0 LF", "1 ?3", "4 ESC @", "6 LF"));
+  EXPECT_THAT(itemsOfHex("1B 40 99 1B 40"), ElementsAre("0 ESC @", "2 ?1", "3 ESC @"));
+}
+
+TEST(JobStreamDamage, ReadingGoesOnAtABand) {
+  EXPECT_THAT(itemsOfHex(std::string("99 98 ") + kSmallBand + "1B 4A A0"),
+              ElementsAre("0 ?2", "2 GS v 0", "11 ESC J"));
+  EXPECT_THAT(itemsOfHex(std::string("99 98 ") + kSmallBand), ElementsAre("0 ?2", "2 GS v 0"));
+}
+
+TEST(JobStreamDamage, WhatMightBeDotsIsNoPlaceToGoOn) {
+  // An ESC @ and a band with no command behind, bands without dots or whose end is
+  // not there; other commands.
+  for (const char* bytes :
+       {"1B 40 98", "1D 76 30 00 01 00 01 00 FF 98", "1D 76 30 00 00 00 01 00 0A",
+        "1D 76 30 00 01 00 00 00 0A", "1D 76 30 00 01 00 09 00 FF", "1D 76 30 00 01 00", "1B 4A A0",
+        "0A 0A", "1D 56 00", "00 00"}) {
+    const Bytes damage = hex(std::string("99 ") + bytes);
+    Bytes stream = damage;
+    append(stream, hex("97 1B 40 1B 76"));
+    EXPECT_THAT(itemsOf(stream), ElementsAre("0 ?" + std::to_string(damage.size() + 1),
+                                             std::to_string(damage.size() + 1) + " ESC @",
+                                             std::to_string(damage.size() + 3) + " ESC v"))
+        << bytes;
+  }
+}
+
+TEST(JobStreamDamage, AnEscAtAtTheVeryEndCounts) {
+  EXPECT_THAT(itemsOfHex("99 1B 40"), ElementsAre("0 ?1", "1 ESC @"));
+  // The stream ends inside the next command: that is not the damage that is skipped.
+  EXPECT_THAT(itemsOfHex("99 1B 40 1B"), ElementsAre("0 ?1", "1 ESC @", "3 ?1"));
+}
+
+TEST(JobStreamDamage, PaddingBelongsToTheNextJob) {
+  Bytes stream = hex("99");
+  stream.resize(65, 0);
+  append(stream, hex("1B 40 0A"));
+  EXPECT_THAT(itemsOf(stream), ElementsAre("0 ?1", "1 NUL padding", "65 ESC @", "67 LF"));
+  // No more than a job's own 64 zero bytes; others may be blank dots.
+  Bytes longer = hex("99");
+  longer.resize(101, 0);
+  append(longer, hex("1B 40 0A"));
+  EXPECT_THAT(itemsOf(longer), ElementsAre("0 ?37", "37 NUL padding", "101 ESC @", "103 LF"));
+  // Behind an ESC @ or a band, padding is as good as a command, if it is that.
+  Bytes after = hex(std::string("99 ") + kSmallBand);
+  after.resize(after.size() + 64, 0);
+  append(after, hex("1B 40"));
+  EXPECT_THAT(itemsOf(after), ElementsAre("0 ?1", "1 GS v 0", "10 NUL padding", "74 ESC @"));
+}
+
+TEST(JobStreamDamage, NothingBehindIsDamageToTheEnd) {
+  EXPECT_THAT(itemsOfHex("0A 99 0A 0A 1B 4A A0"), ElementsAre("0 LF", "1 ?6"));
+  EXPECT_THAT(itemsOf(Bytes(300, 0)), ElementsAre("0 ?300"));
+}
+
+TEST(JobStreamDamage, AnUnfinishedBandTakesTheRest) {
+  Bytes stream = hex("1D 76 30 00 10 00 10 00");
+  append(stream, hex("1B 40 1F 1B 1F 13 14 08"));
+  EXPECT_THAT(itemsOf(stream), ElementsAre("0 ?16"));
+  JobStreamReader reader(stream);
+  EXPECT_FALSE(reader.next().has_value());
+  ASSERT_TRUE(reader.error().has_value());
+  EXPECT_EQ(reader.error()->fault, JobStreamFault::kUnfinishedBand);
+  EXPECT_EQ(reader.error()->missing, 256U - 8U);
+  EXPECT_EQ(reader.resynchronise().size(), stream.size());
+  EXPECT_FALSE(reader.error().has_value());
+  EXPECT_FALSE(reader.next().has_value());
+}
+
+TEST(JobStreamDamage, TellsItsKinds) {
+  const std::pair<const char*, JobStreamFault> cases[] = {
+      {"99", JobStreamFault::kUnknownBytes},
+      {"00", JobStreamFault::kUnknownBytes},
+      {"1D 76 30 00 00 00 01 00", JobStreamFault::kUnknownBytes},
+      {"1B", JobStreamFault::kUnfinishedCommand},
+      {"1B 70 00", JobStreamFault::kUnfinishedCommand},
+      {"1D 76 30 00 01 00 01", JobStreamFault::kUnfinishedCommand},
+      {"1D 76 30 00 01 00 01 00", JobStreamFault::kUnfinishedBand},
+  };
+  for (const auto& [bytes, fault] : cases) {
+    const Listing found = listing(hex(bytes));
+    ASSERT_TRUE(found.error.has_value()) << bytes;
+    EXPECT_EQ(found.error->fault, fault) << bytes;
+    EXPECT_EQ(found.error->text, "offset 0: " + found.error->reason);
+  }
+}
+
+TEST(JobStreamDamage, HostileStreamsTakeLinearTime) {
+  const auto start = std::chrono::steady_clock::now();
+  const auto countItems = [](const Bytes& stream) {
+    JobStreamReader reader(stream);
+    size_t count = 0;
+    while (reader.nextItem()) ++count;
+    return count;
+  };
+  EXPECT_EQ(countItems(Bytes(size_t{1} << 24U, 0)), 1U);
+  // Headers whose bands all end in one run of zero bytes, which only looks like padding.
+  Bytes headers;
+  while (headers.size() < size_t{1} << 20U) append(headers, hex("99 1D 76 30 00 FF FF 20 00"));
+  headers.resize(size_t{4} << 20U, 0);
+  EXPECT_GT(countItems(headers), 0U);
+  // Damage behind every command.
+  Bytes often;
+  while (often.size() < size_t{1} << 20U) append(often, hex("1B 40 0A 99 1B 40 99"));
+  EXPECT_GT(countItems(often), often.size() / 4);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
 }  // namespace

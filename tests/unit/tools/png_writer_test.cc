@@ -46,6 +46,23 @@ TEST(PngWriter, IsOneBitGreyWithoutInterlace) {
   EXPECT_TRUE(sameBytes(hex("00 FF 00"), readPng(folder.file("a.png")).levels));
 }
 
+TEST(PngWriter, HasTheResolutionThatWasSet) {
+  const TempFolder folder;
+  std::string error;
+  PngWriter png;
+  const auto chunkAfterHeader = [&] {
+    EXPECT_TRUE(png.open(folder.file("a.png"), 3, 1, error)) << error;
+    EXPECT_TRUE(png.writeRow(hex("A0"), error)) << error;
+    EXPECT_TRUE(png.finish(error)) << error;
+    const Bytes file = readFile(folder.file("a.png"));
+    return Bytes(file.begin() + 33, file.begin() + 50);
+  };
+  const Bytes without = chunkAfterHeader();
+  EXPECT_TRUE(sameBytes(hex("49444154"), Bytes(without.begin() + 4, without.begin() + 8)));
+  png.setResolution(300, 1);  // 11,811 and 39 dots a metre
+  EXPECT_TRUE(sameBytes(hex("00000009 70485973 00002E23 00000027 01"), chunkAfterHeader()));
+}
+
 TEST(PngWriter, ShortRowsEndWhiteAndLongOnesAreCut) {
   const TempFolder folder;
   std::string error;

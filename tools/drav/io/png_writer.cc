@@ -60,6 +60,11 @@ void onWrite(png_structp png, png_bytep bytes, size_t size) {
 
 void onFlush(png_structp /*png*/) {}
 
+// 10,000 inches are 254 metres.
+uint32_t dotsPerMetre(uint32_t dotsPerInch) {
+  return static_cast<uint32_t>((uint64_t{dotsPerInch} * 10000 + 127) / 254);
+}
+
 // Runs `step`, the one place where libpng's jumps land. A step makes libpng calls
 // only and owns nothing, so that no destructor is jumped over.
 template <typename Step>
@@ -76,6 +81,11 @@ bool guarded(png_structp png, const Step& step) {
 PngWriter::PngWriter() = default;
 PngWriter::~PngWriter() = default;
 
+void PngWriter::setResolution(uint32_t across, uint32_t along) {
+  dotsAcross_ = across;
+  dotsAlong_ = along;
+}
+
 bool PngWriter::open(const std::string& path, uint32_t width, uint32_t height, std::string& error) {
   state_.reset();
   auto state = std::make_unique<State>();
@@ -91,11 +101,14 @@ bool PngWriter::open(const std::string& path, uint32_t width, uint32_t height, s
   png_structp png = state->png;
   png_infop info = state->info;
   std::FILE* stream = state->file.stream();
-  const bool begun = guarded(png, [png, info, stream, width, height] {
+  const uint32_t across = dotsPerMetre(dotsAcross_);
+  const uint32_t along = dotsPerMetre(dotsAlong_);
+  const bool begun = guarded(png, [png, info, stream, width, height, across, along] {
     png_set_write_fn(png, stream, onWrite, onFlush);
     png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
     png_set_IHDR(png, info, width, height, 1, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    if (across != 0) png_set_pHYs(png, info, across, along, PNG_RESOLUTION_METER);
     png_write_info(png, info);
     png_set_invert_mono(png);  // our 1 is black, PNG's is white
   });

@@ -18,6 +18,10 @@ class PngWriter {
   PngWriter(PngWriter&&) = delete;
   PngWriter& operator=(PngWriter&&) = delete;
 
+  // Dots per inch, both above 0, of the pictures that are opened from now on. Without
+  // it a picture has no resolution.
+  void setResolution(uint32_t across, uint32_t along);
+
   // Begins a picture of `width` x `height` dots, both from 1 to 2^31 - 1. The file
   // appears under `path` with finish() and not before; see OutputFile.
   // Every function: false with one line in `error`, which names the file; the
@@ -37,6 +41,8 @@ class PngWriter {
  private:
   struct State;
   std::unique_ptr<State> state_;
+  uint32_t dotsAcross_ = 0;
+  uint32_t dotsAlong_ = 0;
 };
 
 #endif  // TOOLS_DRAV_IO_PNG_WRITER_H_

@@ -3,15 +3,20 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <string_view>
 #include <utility>
+
+#include "tools/drav/job/hex_text.h"
 
 namespace {
 
 using namespace std::string_view_literals;
 
 constexpr uint8_t kNul = 0x00;
+constexpr std::string_view kInitialise = "\x1B@";
+constexpr std::string_view kBand = "\x1Dv0\x00"sv;
+constexpr size_t kBandHeader = 8;
+constexpr size_t kUsualPadding = 64;  // what the filter sends at the start of a job
 
 // A command is a fixed beginning and a number of parameter bytes; a band's dots
 // follow its parameters. No beginning is the beginning of another.
@@ -23,7 +28,7 @@ struct Pattern {
 };
 
 constexpr std::array kPatterns = {
-    Pattern{CommandKind::kInitialise, "ESC @", "\x1B@"sv, 0},
+    Pattern{CommandKind::kInitialise, "ESC @", kInitialise, 0},
     Pattern{CommandKind::kDensity, "US ESC US DC3 DC4", "\x1F\x1B\x1F\x13\x14"sv, 1},
     Pattern{CommandKind::kDrawerPulse, "ESC p", "\x1Bp"sv, 3},
     Pattern{CommandKind::kBuzzer, "ESC B", "\x1B\x42"sv, 2},
@@ -35,7 +40,7 @@ constexpr std::array kPatterns = {
     Pattern{CommandKind::kLineFeed, "LF", "\n"sv, 0},
     Pattern{CommandKind::kPartialCut, "GS V 1", "\x1DV\x01"sv, 0},
     Pattern{CommandKind::kFullCut, "GS V 0", "\x1DV\x00"sv, 0},
-    Pattern{CommandKind::kRasterBand, "GS v 0", "\x1Dv0\x00"sv, 4},
+    Pattern{CommandKind::kRasterBand, "GS v 0", kBand, 4},
     Pattern{CommandKind::kStatusRequest, "ESC v", "\x1Bv"sv, 0},
 };
 
@@ -50,22 +55,39 @@ uint32_t littleEndian16(std::span<const uint8_t> bytes) {
   return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8U;
 }
 
-// "1B 99", with dots when there are more than `most`.
-std::string hexText(std::span<const uint8_t> bytes, size_t most) {
-  std::string text;
-  for (const uint8_t byte : bytes.first(std::min(bytes.size(), most))) {
-    std::array<char, 4> digits{};
-    (void)std::snprintf(digits.data(), digits.size(), "%02X", static_cast<unsigned>(byte));
-    if (!text.empty()) text += ' ';
-    text += digits.data();
-  }
-  if (bytes.size() > most) text += " ...";
-  return text;
-}
-
 std::string truncatedText(const char* name, uint64_t needed, size_t left) {
   return std::string("the stream ends inside ") + name + ", which takes " + std::to_string(needed) +
          " bytes of which " + std::to_string(left) + " are there";
+}
+
+bool beginsWith(std::span<const uint8_t> bytes, std::string_view beginning) {
+  return commonLength(bytes, beginning) == beginning.size();
+}
+
+// Bytes of the band whose whole header `rest` begins with; 0 for a band without dots.
+uint64_t bandLength(std::span<const uint8_t> rest) {
+  const uint64_t dots = uint64_t{littleEndian16(rest.subspan(4))} * littleEndian16(rest.subspan(6));
+  return dots == 0 ? 0 : kBandHeader + dots;
+}
+
+// Whether the stream ends here or a known command begins, padding as it is usual.
+bool isCommandBoundary(std::span<const uint8_t> rest) {
+  if (rest.empty()) return true;
+  size_t nuls = 0;
+  while (nuls < std::min(rest.size(), kUsualPadding) && rest[nuls] == kNul) ++nuls;
+  if (nuls > 0) return beginsWith(rest.subspan(nuls), kInitialise);
+  return std::any_of(kPatterns.begin(), kPatterns.end(), [rest](const Pattern& pattern) {
+    return commonLength(rest, pattern.beginning) == std::min(rest.size(), pattern.beginning.size());
+  });
+}
+
+// Whether reading may go on here after damage.
+bool isRestart(std::span<const uint8_t> rest) {
+  if (beginsWith(rest, kInitialise)) return isCommandBoundary(rest.subspan(kInitialise.size()));
+  if (rest.size() < kBandHeader || !beginsWith(rest, kBand)) return false;
+  const uint64_t length = bandLength(rest);
+  return length != 0 && length <= rest.size() &&
+         isCommandBoundary(rest.subspan(static_cast<size_t>(length)));
 }
 
 }  // namespace
@@ -76,27 +98,48 @@ const char* commandName(CommandKind kind) {
   return "NUL padding";
 }
 
-std::nullopt_t JobStreamReader::fail(std::string text) {
-  error_ = JobStreamError{offset_, "offset " + std::to_string(offset_) + ": " + std::move(text)};
+std::nullopt_t JobStreamReader::fail(JobStreamFault fault, std::string reason, uint64_t missing) {
+  error_ = JobStreamError{fault, offset_, "offset " + std::to_string(offset_) + ": " + reason,
+                          std::move(reason), missing};
   return std::nullopt;
 }
 
-std::nullopt_t JobStreamReader::failUnknown(std::span<const uint8_t> rest) {
-  return fail("unknown bytes " + hexText(rest, 8));
+void JobStreamReader::advance(JobCommand& command, std::span<const uint8_t> bytes) {
+  command.offset = offset_;
+  command.bytes = bytes;
+  offset_ += bytes.size();
 }
 
 // `rest` begins with a NUL.
 std::optional<JobCommand> JobStreamReader::readPadding(std::span<const uint8_t> rest) {
   size_t run = 1;
   while (run < rest.size() && rest[run] == kNul) ++run;
-  if (commonLength(rest.subspan(run), "\x1B@") != 2)
-    return fail(std::to_string(run) + (run == 1 ? " zero byte" : " zero bytes") +
-                " without ESC @ after");
+  if (!beginsWith(rest.subspan(run), kInitialise))
+    return fail(
+        JobStreamFault::kUnknownBytes,
+        std::to_string(run) + (run == 1 ? " zero byte" : " zero bytes") + " without ESC @ after");
   JobCommand command;
   command.kind = CommandKind::kPadding;
-  command.offset = offset_;
-  command.bytes = rest.first(run);
-  offset_ += run;
+  advance(command, rest.first(run));
+  return command;
+}
+
+// `rest` begins with a whole band header.
+std::optional<JobCommand> JobStreamReader::readBand(std::span<const uint8_t> rest,
+                                                    JobCommand command) {
+  command.bytesPerRow = littleEndian16(command.parameters);
+  command.rows = littleEndian16(command.parameters.subspan(2));
+  const uint64_t length = bandLength(rest);
+  if (length == 0)
+    return fail(JobStreamFault::kUnknownBytes, "raster band of " + std::to_string(command.rows) +
+                                                   " rows of " +
+                                                   std::to_string(command.bytesPerRow) + " bytes");
+  if (rest.size() < length)
+    return fail(JobStreamFault::kUnfinishedBand,
+                truncatedText(commandName(command.kind), length, rest.size()),
+                length - rest.size());
+  advance(command, rest.first(static_cast<size_t>(length)));
+  command.data = command.bytes.subspan(kBandHeader);
   return command;
 }
 
@@ -109,29 +152,50 @@ std::optional<JobCommand> JobStreamReader::next() {
     const size_t begun = commonLength(rest, pattern.beginning);
     if (begun < pattern.beginning.size()) {
       if (begun < rest.size()) continue;
-      return fail("the stream ends inside a command, after " + hexText(rest, 8));
+      return fail(JobStreamFault::kUnfinishedCommand,
+                  "the stream ends inside a command, after " + hexText(rest, 8));
     }
-    uint64_t length = pattern.beginning.size() + pattern.parameters;
-    if (rest.size() < length) return fail(truncatedText(pattern.name, length, rest.size()));
-
+    const size_t length = pattern.beginning.size() + pattern.parameters;
+    if (rest.size() < length)
+      return fail(JobStreamFault::kUnfinishedCommand,
+                  truncatedText(pattern.name, length, rest.size()));
     JobCommand command;
     command.kind = pattern.kind;
-    command.offset = offset_;
     command.parameters = rest.subspan(pattern.beginning.size(), pattern.parameters);
-    if (pattern.kind == CommandKind::kRasterBand) {
-      command.bytesPerRow = littleEndian16(command.parameters);
-      command.rows = littleEndian16(command.parameters.subspan(2));
-      if (command.bytesPerRow == 0 || command.rows == 0)
-        return fail("raster band of " + std::to_string(command.rows) + " rows of " +
-                    std::to_string(command.bytesPerRow) + " bytes");
-      const uint64_t dots = static_cast<uint64_t>(command.bytesPerRow) * command.rows;
-      length += dots;
-      if (rest.size() < length) return fail(truncatedText(pattern.name, length, rest.size()));
-      command.data = rest.subspan(static_cast<size_t>(length - dots), static_cast<size_t>(dots));
-    }
-    command.bytes = rest.first(static_cast<size_t>(length));
-    offset_ += static_cast<size_t>(length);
+    if (pattern.kind == CommandKind::kRasterBand) return readBand(rest, command);
+    advance(command, rest.first(length));
     return command;
   }
-  return failUnknown(rest);
+  return fail(JobStreamFault::kUnknownBytes, "unknown bytes " + hexText(rest, 8));
+}
+
+std::span<const uint8_t> JobStreamReader::resynchronise() {
+  const size_t start = std::exchange(offset_, stream_.size());
+  const bool endsInside = error_->fault != JobStreamFault::kUnknownBytes;
+  error_.reset();
+  if (endsInside) return stream_.subspan(start);
+  for (size_t at = start + 1; at < stream_.size(); ++at) {
+    if (stream_[at] != static_cast<uint8_t>(kInitialise[0]) &&
+        stream_[at] != static_cast<uint8_t>(kBand[0]))
+      continue;
+    if (!isRestart(stream_.subspan(at))) continue;
+    offset_ = at;
+    break;
+  }
+  if (offset_ < stream_.size() && beginsWith(stream_.subspan(offset_), kInitialise)) {
+    const size_t lowest = std::max(start + 1, offset_ - std::min(offset_, kUsualPadding));
+    while (offset_ > lowest && stream_[offset_ - 1] == kNul) --offset_;
+  }
+  return stream_.subspan(start, offset_ - start);
+}
+
+std::optional<JobStreamItem> JobStreamReader::nextItem() {
+  if (!error_) {
+    if (auto command = next()) return JobStreamItem{command->bytes, command, std::nullopt};
+    if (!error_) return std::nullopt;
+  }
+  JobStreamItem item;
+  item.error = error_;
+  item.bytes = resynchronise();
+  return item;
 }

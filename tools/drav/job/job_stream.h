@@ -6,7 +6,8 @@
 // except for the density command, which is the printer's own). Several jobs may
 // follow each other in one stream. Anything else ends the reading with an error
 // that says where it is and what stands there: after a byte that is not
-// understood, nothing says where the next command begins.
+// understood, nothing says for sure where the next command begins. Who wants to
+// see the rest all the same asks for it (resynchronise).
 #ifndef TOOLS_DRAV_JOB_JOB_STREAM_H_
 #define TOOLS_DRAV_JOB_JOB_STREAM_H_
 
@@ -52,9 +53,26 @@ struct JobCommand {
   std::span<const uint8_t> data;
 };
 
+enum class JobStreamFault : uint8_t {
+  kUnknownBytes,       // no command begins here
+  kUnfinishedCommand,  // the stream ends inside a command
+  kUnfinishedBand,     // the stream ends inside the dots of a band
+};
+
 struct JobStreamError {
-  size_t offset = 0;  // of the first byte that was not understood
-  std::string text;   // one line, with the offset in it
+  JobStreamFault fault = JobStreamFault::kUnknownBytes;
+  size_t offset = 0;     // of the first byte that was not understood
+  std::string text;      // one line, with the offset in it
+  std::string reason;    // the same without the offset
+  uint64_t missing = 0;  // bytes that an unfinished band lacks
+};
+
+// A command, or a stretch of bytes that is none. The items of a stream follow
+// each other without gaps.
+struct JobStreamItem {
+  std::span<const uint8_t> bytes;       // never empty
+  std::optional<JobCommand> command;    // empty in a damaged stretch, where there is
+  std::optional<JobStreamError> error;  // what is wrong with it
 };
 
 // Hands out the commands of a stream in order. Takes no memory for them, and
@@ -71,10 +89,24 @@ class JobStreamReader {
   // Why next() gave nothing: empty at the end of the stream.
   const std::optional<JobStreamError>& error() const { return error_; }
 
+  // Goes on behind an error, with the next ESC @ or whole raster band that is
+  // followed by another known command or by the end of the stream; a picture's
+  // dots seldom look like that. Up to 64 NULs before an ESC @ count as its padding.
+  // Where there is none, and after an unfinished command or band, which a printer
+  // completes from whatever comes next, the stream is at its end. Returns the bytes
+  // that were skipped.
+  // REQUIRES: an error, which is empty from then on.
+  std::span<const uint8_t> resynchronise();
+
+  // The next command, or the next stretch of bytes that resynchronise() skips;
+  // nothing at the end of the stream.
+  std::optional<JobStreamItem> nextItem();
+
  private:
-  std::nullopt_t fail(std::string text);
-  std::nullopt_t failUnknown(std::span<const uint8_t> rest);
+  std::nullopt_t fail(JobStreamFault fault, std::string reason, uint64_t missing = 0);
   std::optional<JobCommand> readPadding(std::span<const uint8_t> rest);
+  std::optional<JobCommand> readBand(std::span<const uint8_t> rest, JobCommand command);
+  void advance(JobCommand& command, std::span<const uint8_t> bytes);
 
   std::span<const uint8_t> stream_;
   size_t offset_ = 0;

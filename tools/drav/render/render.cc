@@ -8,16 +8,35 @@
 #include "tools/drav/io/input_file.h"
 #include "tools/drav/io/png_writer.h"
 #include "tools/drav/job/job_stream.h"
+#include "tools/drav/render/paper.h"
 
 namespace {
 
-bool checkExtent(const RasterExtent& extent, std::string& error) {
-  if (extent.rows == 0) {
+class PngSink : public PictureSink {
+ public:
+  PngSink(std::string path, const PaperScale& scale) : path_(std::move(path)) {
+    png_.setResolution(scale.dotsAcross, scale.dotsAlong);
+  }
+  bool open(uint32_t width, uint32_t height, std::string& error) override {
+    return png_.open(path_, width, height, error);
+  }
+  bool writeRow(std::span<const uint8_t> row, std::string& error) override {
+    return png_.writeRow(row, error);
+  }
+  bool finish(std::string& error) override { return png_.finish(error); }
+
+ private:
+  std::string path_;
+  PngWriter png_;
+};
+
+bool checkExtent(const RenderExtent& extent, std::string& error) {
+  static_assert(kMaxPictureBytes <= uint64_t{std::numeric_limits<int32_t>::max()});
+  if (extent.rows == 0 || extent.bytesPerRow == 0) {
     error = "no raster rows, nothing to draw";
     return false;
   }
-  // The product cannot wrap: a stream in memory has below 2^47 rows of 16-bit widths.
-  if (extent.rows * extent.bytesPerRow > kMaxPictureBytes) {
+  if (extent.rows > kMaxPictureBytes / extent.bytesPerRow) {
     error = "a picture of " + std::to_string(uint64_t{extent.bytesPerRow} * 8) + " x " +
             std::to_string(extent.rows) + " dots is larger than " +
             std::to_string(kMaxPictureBytes) + " bytes, the most that is drawn";
@@ -26,25 +45,35 @@ bool checkExtent(const RasterExtent& extent, std::string& error) {
   return true;
 }
 
-bool draw(std::span<const uint8_t> stream, const RasterExtent& extent, const std::string& outPath,
-          std::string& error) {
-  static_assert(kMaxPictureBytes <= uint64_t{std::numeric_limits<int32_t>::max()});
-  PngWriter png;
-  if (!png.open(outPath, extent.bytesPerRow * 8, static_cast<uint32_t>(extent.rows), error))
-    return false;
+bool measure(std::span<const uint8_t> stream, const RenderOptions& options, RenderExtent& extent,
+             std::string& error) {
+  const bool sound = options.paper ? measurePaper(stream, options.printer, extent, error)
+                                   : measureRaster(stream, extent, error);
+  return sound && checkExtent(extent, error);
+}
+
+bool drawRaster(std::span<const uint8_t> stream, PictureSink& sink, std::string& error) {
   JobStreamReader reader(stream);
   while (const auto command = reader.next()) {
     for (uint32_t row = 0; row < command->rows; ++row) {
       const size_t start = static_cast<size_t>(row) * command->bytesPerRow;
-      if (!png.writeRow(command->data.subspan(start, command->bytesPerRow), error)) return false;
+      if (!sink.writeRow(command->data.subspan(start, command->bytesPerRow), error)) return false;
     }
   }
-  return png.finish(error);
+  return true;
+}
+
+bool draw(std::span<const uint8_t> stream, const RenderOptions& options, PictureSink& sink,
+          const RenderExtent& extent, std::string& error) {
+  if (!sink.open(extent.bytesPerRow * 8, static_cast<uint32_t>(extent.rows), error)) return false;
+  const bool drawn = options.paper ? drawPaper(stream, options.printer, extent, sink, error)
+                                   : drawRaster(stream, sink, error);
+  return drawn && sink.finish(error);
 }
 
 }  // namespace
 
-bool measureRaster(std::span<const uint8_t> stream, RasterExtent& extent, std::string& error) {
+bool measureRaster(std::span<const uint8_t> stream, RenderExtent& extent, std::string& error) {
   extent = {};
   JobStreamReader reader(stream);
   while (const auto command = reader.next()) {
@@ -56,19 +85,19 @@ bool measureRaster(std::span<const uint8_t> stream, RasterExtent& extent, std::s
   return !reader.error();
 }
 
-bool renderStream(std::span<const uint8_t> stream, const std::string& outPath, std::string& error) {
-  RasterExtent extent;
-  return measureRaster(stream, extent, error) && checkExtent(extent, error) &&
-         draw(stream, extent, outPath, error);
+bool renderStream(std::span<const uint8_t> stream, const RenderOptions& options, PictureSink& sink,
+                  RenderExtent& extent, std::string& error) {
+  return measure(stream, options, extent, error) && draw(stream, options, sink, extent, error);
 }
 
-bool renderFile(const std::string& jobPath, const std::string& outPath, RasterExtent& extent,
-                std::string& error) {
+bool renderFile(const std::string& jobPath, const std::string& outPath,
+                const RenderOptions& options, RenderExtent& extent, std::string& error) {
   std::vector<uint8_t> stream;
   if (!readInput(jobPath, stream, error)) return false;
-  if (!measureRaster(stream, extent, error) || !checkExtent(extent, error)) {
+  if (!measure(stream, options, extent, error)) {
     error = (jobPath == "-" ? "standard input" : printablePath(jobPath)) + ": " + error;
     return false;
   }
-  return draw(stream, extent, outPath, error);
+  PngSink sink(outPath, options.printer.scale);
+  return draw(stream, options, sink, extent, error);
 }

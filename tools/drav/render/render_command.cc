@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "tools/drav/job/printer_options.h"
 #include "tools/drav/render/render.h"
 
 namespace {
@@ -13,14 +14,24 @@ namespace {
 struct Arguments {
   std::string job;
   std::string out;
+  PrinterArguments printer;
+  bool paper = false;
 };
 
 int run(const Arguments& arguments) {
-  RasterExtent extent;
+  RenderOptions options;
+  options.paper = arguments.paper;
+  RenderExtent extent;
   std::string error;
-  if (!renderFile(arguments.job, arguments.out, extent, error)) return failCommand(error);
+  if (!resolvePrinter(arguments.printer, options.printer, error) ||
+      !renderFile(arguments.job, arguments.out, options, extent, error))
+    return failCommand(error);
   std::cout << uint64_t{extent.bytesPerRow} * 8 << " x " << extent.rows << " dots, " << extent.bands
-            << " bands\n";
+            << " bands";
+  if (options.paper)
+    std::cout << ", " << fixedText(rowsToMillimetres(extent.rows, options.printer.scale), 1)
+              << " mm of paper, cuts: " << extent.cuts << ", logos: " << extent.logos;
+  std::cout << '\n';
   return kExitDone;
 }
 
@@ -32,9 +43,13 @@ Command addRender(CLI::App& app) {
   render->add_option("JOB", arguments->job, "Job stream or command record; - is standard input")
       ->required();
   render->add_option("OUT", arguments->out, "Picture to write: PNG, one pixel a dot")->required();
+  render->add_flag("--paper", arguments->paper,
+                   "Draw the whole paper: feeds, cuts (dashed), frames where logos go");
+  addPrinterOptions(*render, arguments->printer);
   render->footer(
-      "Example:\n"
+      "Examples:\n"
       "  PPD=stencil.ppd rastertodrav 1 me title 1 '' page.ras > job.bin\n"
-      "  drav render job.bin job.png\n");
+      "  drav render job.bin job.png\n"
+      "  drav render --paper --ppd stencil.ppd job.bin paper.png\n");
   return {render, [arguments] { return run(*arguments); }};
 }

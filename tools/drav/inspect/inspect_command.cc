@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/drav/inspect/inspect_command.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/drav/inspect/inspect.h"
+#include "tools/drav/io/input_file.h"
+#include "tools/drav/job/printer_options.h"
+
+namespace {
+
+struct Arguments {
+  std::string job;
+  PrinterArguments printer;
+  bool json = false;
+  bool all = false;
+};
+
+int run(const Arguments& arguments) {
+  InspectOptions options;
+  options.name = arguments.job == "-" ? "standard input" : arguments.job;
+  options.json = arguments.json;
+  options.all = arguments.all;
+  std::string error;
+  if (!resolvePrinter(arguments.printer, options.printer, error)) return failCommand(error);
+  std::vector<uint8_t> stream;
+  if (!readInput(arguments.job, stream, error)) return failCommand(error);
+  const int status = inspectStream(stream, options, std::cout, error);
+  return status == kExitFailed ? failCommand(options.name + ": " + error) : status;
+}
+
+}  // namespace
+
+Command addInspect(CLI::App& app) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* inspect =
+      app.add_subcommand("inspect", "Tell what is in a job: commands, paper, coverage, warnings");
+  inspect->add_option("JOB", arguments->job, "Job stream or command record; - is standard input")
+      ->required();
+  inspect->add_flag("--json", arguments->json, "Write one JSON document");
+  inspect->add_flag("--all", arguments->all, "List every command, no runs as one line");
+  addPrinterOptions(*inspect, arguments->printer);
+  inspect->footer(
+      "Examples:\n"
+      "  drav inspect job.bin\n"
+      "  drav inspect --ppd stencil.ppd --json job.bin > job.json\n"
+      "  nc -l -p 9100 | drav inspect -\n\n"
+      "Exit status: 0 clean, 1 warnings, 2 no job or failure.\n");
+  return {inspect, [arguments] { return run(*arguments); }};
+}

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a job's numbers are on paper: dots, rows, feeds.
+//
+// A job stream names neither its resolution nor the length of a motion unit or of
+// a line; both lengths are the printer's own. The defaults here are the filter's
+// 300 dots per inch, one dot for a motion unit, and ESC/POS's usual line of a sixth
+// of an inch.
+#ifndef TOOLS_DRAV_JOB_PAPER_SCALE_H_
+#define TOOLS_DRAV_JOB_PAPER_SCALE_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "tools/drav/job/job_stream.h"
+
+inline constexpr double kMillimetresPerInch = 25.4;
+
+// All rates per inch, above 0.
+struct PaperScale {
+  uint32_t dotsAcross = 300;
+  uint32_t dotsAlong = 300;
+  double unitsPerInch = 300;  // of ESC J
+  double linesPerInch = 6;    // of LF and ESC d
+};
+
+// What is known of the printer besides.
+struct PrinterFacts {
+  PaperScale scale;
+  std::optional<uint32_t> headBytes;  // bytes of the widest row that the head prints
+};
+
+// Inches of paper that a feed command moves; 0 for every other command.
+double feedInches(const JobCommand& command, const PaperScale& scale);
+
+// The same in whole rows of dots, rounded.
+uint64_t feedRows(const JobCommand& command, const PaperScale& scale);
+
+double rowsToMillimetres(uint64_t rows, const PaperScale& scale);
+
+// The number with that many digits behind a point, whatever the locale.
+std::string fixedText(double value, int digits);
+
+#endif  // TOOLS_DRAV_JOB_PAPER_SCALE_H_
