@@ -31,12 +31,17 @@ TEST_PACKAGES=(
   "libclang-rt-14-dev|sanitizer run times"
   "clang-format-14|formatter check"
   "clang-tidy-14|linter"
+  "cppcheck|second linter, with a data-flow analysis of its own"
   "shellcheck|linter of the scripts"
   "cups-client|cupstestppd checks the PPD files"
   "python3|whole-program tests"
   "git|names the files to check"
 )
 
+# shellcheck disable=SC2034
+COVERAGE_PACKAGES=(
+  "llvm-14|llvm-profdata and llvm-cov"
+)
 # shellcheck disable=SC2034
 BENCH_PACKAGES=(
   "libbenchmark-dev|Google Benchmark"
