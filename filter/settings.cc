@@ -63,8 +63,8 @@ void nameRecordFile(ppd_file_t* ppd, const Clock& clock, Settings* out) {
   localtime_r(&now, &local);
   const int length =
       std::snprintf(out->recordFileName.data(), out->recordFileName.size(),
-                    "%s-%d%02d%02d%02d%02d%02d.bin", prefix, local.tm_year + 1900, local.tm_mon + 1,
-                    local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+                    "%s-%lld%02d%02d%02d%02d%02d.bin", prefix, local.tm_year + 1900LL,
+                    local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
   if (length < 0 || static_cast<size_t>(length) >= out->recordFileName.size()) {
     out->recordFileName = {};
     dravLogCommon(kLogError, "The name of the command record file is too long (%d characters)!",

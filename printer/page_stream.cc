@@ -74,14 +74,13 @@ void DravPrinter::streamPage(const unsigned char* pixels, const BlankEdges& edge
   setFileNameFormat("dithered");
   page_log::savingProcessed();
   std::vector<uint8_t> packed;
-  size_t rowPixels = 0;
   {
     std::FILE* file = openPicture(height, width, 8);
     const ScopeGuard closeFile([file] {
       if (file != nullptr) std::fclose(file);
     });
     PictureRows picture(file, size.width, size.height);
-    rowPixels = packedRowPixels(rowBytes);
+    const size_t rowPixels = packedRowPixels(rowBytes);
     const size_t packedRow = (rowPixels + 7) / 8;
     const size_t inkPixels = std::min<size_t>(rowPixels, width);
     packed.resize(packedRow * height);

@@ -36,6 +36,7 @@ TEST_PACKAGES=(
   "libclang-rt-14-dev|sanitizer run times"
   "clang-format-14|formatter check"
   "clang-tidy-14|linter"
+  "cppcheck|second linter, with a data-flow analysis of its own"
   "shellcheck|linter of the scripts"
   "cups-client|cupstestppd checks the PPD files"
   "python3|whole-program tests"
@@ -45,6 +46,10 @@ TEST_PACKAGES=(
   "mandoc|linter of the manual pages"
 )
 
+# shellcheck disable=SC2034
+COVERAGE_PACKAGES=(
+  "llvm-14|llvm-profdata and llvm-cov"
+)
 # shellcheck disable=SC2034
 BENCH_PACKAGES=(
   "libbenchmark-dev|Google Benchmark"

@@ -1,9 +1,19 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# clang-tidy over the product's sources (`--all`: the tests' too). A file that
-# passed is not checked again before it, a header or the rules change.
+# clang-tidy and cppcheck over the product's sources (`--all`: the tests' too). A
+# file that passed is not checked again before it, a header or the rules change.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+# What cppcheck found last time is kept by file. It runs as one process, so that a
+# suppression that nothing needs any more is an error, too.
+check_data_flow() {
+  mkdir -p build/cppcheck
+  cppcheck --quiet --cppcheck-build-dir=build/cppcheck --language=c++ --std=c++20 -I . \
+    --enable=warning,style,performance,portability,information --suppress=missingIncludeSystem \
+    --suppressions-list=tools/cppcheck_suppressions.txt --error-exitcode=1 \
+    --template='{file}:{line}: {severity}: {message} [{id}]' "$@"
+}
 
 build=build/tidy
 folders=(common image tattoo printer filter tools)
@@ -12,6 +22,7 @@ cmake --preset tidy -DCMAKE_CXX_CLANG_TIDY= >/dev/null
 passed=build/lint-passed
 mkdir -p "$passed"
 mapfile -t sources < <(git ls-files -co --exclude-standard -- "${folders[@]/%//*.cc}")
+check_data_flow "${sources[@]}"
 rules=$(git ls-files -co --exclude-standard -- '*.h' .clang-tidy | sort | xargs sha256sum | sha256sum)
 
 check_one() {

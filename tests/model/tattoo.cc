@@ -35,7 +35,7 @@ float myAbs(float x) {
   return x;
 }
 
-float mySqrt(float x, int64_t* rounds) {
+float mySqrt(float x, int64_t* rounds, int64_t limit) {
   if (rounds != nullptr) *rounds = 0;
   if (isNanOrPositiveInfinity(x)) return x;
   if (x < 0) return -1.0f;
@@ -43,7 +43,7 @@ float mySqrt(float x, int64_t* rounds) {
   float y = x / 2;
   // Half of the smallest subnormal is 0, from which the iteration would never come back.
   if (y == 0) return y;
-  for (;;) {
+  for (int64_t round = 0; round < limit; ++round) {
     if (rounds != nullptr) ++*rounds;
     const float quotient = x / y;
     const float sum = y + quotient;
@@ -51,6 +51,7 @@ float mySqrt(float x, int64_t* rounds) {
     if (myAbs(n - y) < kTolerance) return y;
     y = n;
   }
+  return y;
 }
 
 float myExp(float x) {
@@ -66,12 +67,12 @@ float myExp(float x) {
   return sum;
 }
 
-float myLn(float x, int64_t* rounds) {
+float myLn(float x, int64_t* rounds, int64_t limit) {
   if (rounds != nullptr) *rounds = 0;
   if (isNanOrPositiveInfinity(x)) return x;
   if (x <= 0) return -1.0f;
   float y = (x - 1) / (1 + x);
-  for (int64_t round = 0; round < (int64_t{1} << 25); ++round) {
+  for (int64_t round = 0; round < limit; ++round) {
     if (rounds != nullptr) ++*rounds;
     const float miss = myExp(y) - x;
     const float step = miss / x;

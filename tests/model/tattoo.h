@@ -12,12 +12,13 @@
 namespace model {
 
 // --- Mathematics ------------------------------------------------------------------------------
-// `rounds`, where given, receives the number of rounds of the iteration.
+// `rounds`, where given, receives the number of rounds of the iteration, which is given up,
+// unfinished, after `limit` of them.
 
 float myAbs(float x);
-float mySqrt(float x, int64_t* rounds = nullptr);
+float mySqrt(float x, int64_t* rounds = nullptr, int64_t limit = INT64_MAX);
 float myExp(float x);
-float myLn(float x, int64_t* rounds = nullptr);
+float myLn(float x, int64_t* rounds = nullptr, int64_t limit = int64_t{1} << 25);
 float myPow(float base, float exponent);
 int32_t myRound(float x);
 int32_t myClamp(int32_t value, int32_t low, int32_t high);

@@ -11,36 +11,12 @@
 #include "common/halftone_names.h"
 #include "tests/model/page_patterns.h"
 #include "tests/support/failing_allocations.h"
+#include "tests/support/job_options.h"
 #include "tests/support/log_capture.h"
 
 namespace {
 
 using testing::ElementsAreArray;
-
-struct NumberOption {
-  const char* keyword;
-  int32_t model::JobSettings::*field;
-};
-
-constexpr NumberOption kNumberOptions[] = {
-    {"pageCutType", &model::JobSettings::pageCutType},
-    {"docCutType", &model::JobSettings::docCutType},
-    {"FeedCutAfterJobEnd", &model::JobSettings::feedCutAfterJobEnd},
-    {"CashDrawer1Setting", &model::JobSettings::cashDrawer1Setting},
-    {"CashDrawer2Setting", &model::JobSettings::cashDrawer2Setting},
-    {"DocumentBuzzerSetting", &model::JobSettings::documentBuzzerSetting},
-    {"PageBuzzerSetting", &model::JobSettings::pageBuzzerSetting},
-    {"BuzzerOnTime", &model::JobSettings::buzzerOnTime},
-    {"BuzzerRepeat", &model::JobSettings::buzzerRepeat},
-    {"DocTopLogoID", &model::JobSettings::docTopLogoID},
-    {"DocTopLogoMode", &model::JobSettings::docTopLogoMode},
-    {"DocTopLogoPosition", &model::JobSettings::docTopLogoPosition},
-    {"DocBottomLogoID", &model::JobSettings::docBottomLogoID},
-    {"DocBottomLogoMode", &model::JobSettings::docBottomLogoMode},
-    {"DocBottomLogoPosition", &model::JobSettings::docBottomLogoPosition},
-    {"Brightness", &model::JobSettings::brightness},
-    {"PrintDensity", &model::JobSettings::printDensity},
-};
 
 std::string numberText(double value) {
   char text[64];

@@ -274,6 +274,17 @@ TEST_F(SettingsTest, RecordFileNamePadsAllButTheYear) {
   EXPECT_STREQ(settings_.recordFileName.data(), "/tmp/cmds-20250105030409.bin");
 }
 
+TEST_F(SettingsTest, RecordFileNameHoldsTheLastYearThatTheClockCanShow) {
+  PpdBuilder()
+      .option("RecordPrinterCommands", "1")
+      .attribute("dravFilterOutputFile", "/tmp/cmds")
+      .write(folder_.file("printer.ppd"));
+  const ScopedEnv variable("PPD", folder_.file("printer.ppd"));
+  // 2147485547-12-31 23:59:59 in UTC: a year beyond 32 bits.
+  ASSERT_TRUE(initializeSettings("", &settings_, [] { return std::time_t{67768036191676799}; }));
+  EXPECT_STREQ(settings_.recordFileName.data(), "/tmp/cmds-21474855471231235959.bin");
+}
+
 TEST_F(SettingsTest, RecordFileWithoutAPrefixBeginsWithTheDash) {
   ASSERT_TRUE(read(PpdBuilder().option("RecordPrinterCommands", "1")));
   EXPECT_STREQ(settings_.recordFileName.data(), "-20250131235959.bin");

@@ -1,0 +1,13 @@
+# SPDX-License-Identifier: Apache-2.0
+# DRAV_COVERAGE=ON (preset coverage) counts what runs, with clang's source-based
+# coverage. The counts go to files whose names are built in: tests run the programs
+# with environments of their own. %4m: at most four files for each program.
+option(DRAV_COVERAGE "Count the lines and branches that run (clang)" OFF)
+if(DRAV_COVERAGE)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "Coverage needs clang")
+  endif()
+  add_compile_options(-fcoverage-mapping
+                      -fprofile-instr-generate=${PROJECT_BINARY_DIR}/profiles/%4m.profraw)
+  add_link_options(-fprofile-instr-generate)
+endif()
