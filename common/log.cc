@@ -2,8 +2,8 @@
 #include "common/log.h"
 
 #include <array>
-#include <cstdarg>
 #include <climits>
+#include <cstdarg>
 #include <cstdio>
 #include <utility>
 

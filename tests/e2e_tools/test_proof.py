@@ -416,7 +416,7 @@ class BadInputTest(DravCase):
                           (self.folder / "none.ppd", "none.ppd: No such file"),
                           (self.out, "Is a directory")):
             self.check("page.ras", page, word, arguments=("--ppd", ppd))
-        self.check("page.ras", page, "there is no model nonsense; there are dravsa43 (",
+        self.check("page.ras", page, "there is no model nonsense; there are dravr582 (",
                    arguments=("--model", "nonsense"))
 
     def test_outputs(self):

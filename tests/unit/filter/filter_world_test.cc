@@ -45,8 +45,7 @@ TEST_F(FilterWorldTest, ClockThatJumpsChangesNothingButNames) {
   model::JobSettings settings;
   settings.docCutType = 1;
   describe(settings);
-  const std::vector<std::time_t> moments = {kNow,  kNow - 86400,    0,   -1,
-                                            kNow,  kNow + 31536000, kNow};
+  const std::vector<std::time_t> moments = {kNow, kNow - 86400, 0, -1, kNow, kNow + 31536000, kNow};
   size_t asked = 0;
   environment_.clock = [&] { return moments.at(asked++); };
   const FilterResult result = run(pages);
@@ -266,8 +265,8 @@ TEST_F(FilterGapTest, RecordGetsNothingBehindBytesThatWereLost) {
   EXPECT_EQ(result.status, 0);
   EXPECT_TRUE(sameBytes(expected.stdoutBytes, result.out));
   EXPECT_EQ(countLines(result.log, "ERROR:"), 1U);
-  EXPECT_TRUE(sameBytes(
-      {expected.recordBytes.begin(), expected.recordBytes.begin() + kLimit}, result.record));
+  EXPECT_TRUE(sameBytes({expected.recordBytes.begin(), expected.recordBytes.begin() + kLimit},
+                        result.record));
 }
 
 // ---- Many jobs -----------------------------------------------------------------------

@@ -141,7 +141,7 @@ std::string redactUri(const std::string& uri) {
   if (at != std::string::npos) rest = std::string(kGone) + rest.substr(at);
   const size_t question = rest.find('?');
   if (question != std::string::npos)
-    rest = rest.substr(0, question + 1) + redactOptions(rest.substr(question + 1));
+    rest.replace(question + 1, std::string::npos, redactOptions(rest.substr(question + 1)));
   return uri.substr(0, authority) + rest;
 }
 

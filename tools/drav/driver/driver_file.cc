@@ -148,19 +148,19 @@ DriverChoice DriverFile::current(const std::string& option) const {
 
 double DriverFile::pageWidth() const {
   const ppd_size_t* size = ppdPageSize(ppd_.get(), nullptr);
-  return size != nullptr ? double{size->width} : 0;
+  return size != nullptr ? static_cast<double>(size->width) : 0;
 }
 
 double DriverFile::pageLength() const {
   const ppd_size_t* size = ppdPageSize(ppd_.get(), nullptr);
-  return size != nullptr ? double{size->length} : 0;
+  return size != nullptr ? static_cast<double>(size->length) : 0;
 }
 
 std::vector<PaperChoice> DriverFile::papers() const {
   std::vector<PaperChoice> list;
   for (int i = 0; i < ppd_->num_sizes; ++i) {
     const ppd_size_t& size = ppd_->sizes[i];
-    list.push_back({size.name, double{size.width}, double{size.length}});
+    list.push_back({size.name, static_cast<double>(size.width), static_cast<double>(size.length)});
   }
   return list;
 }

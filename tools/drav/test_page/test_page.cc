@@ -2,6 +2,7 @@
 #include "tools/drav/test_page/test_page.h"
 
 #include <cups/raster.h>
+#include <cmath>
 
 #include <algorithm>
 #include <cerrno>
@@ -37,7 +38,7 @@ bool drawPage(const TestPageRequest& request, Finished& page, std::string& error
   if (!page.canvas) return false;
   page.header = makeGreyHeader(driver, page.canvas->width(), page.canvas->height());
   page.header.cupsPageSize[1] = static_cast<float>(page.paper.length);
-  page.header.PageSize[1] = static_cast<unsigned>(page.paper.length + 0.5);
+  page.header.PageSize[1] = static_cast<unsigned>(std::lround(page.paper.length));
   std::memset(page.header.cupsPageSizeName, 0, sizeof page.header.cupsPageSizeName);
   page.paper.name.copy(page.header.cupsPageSizeName, sizeof page.header.cupsPageSizeName - 1);
   page.resolution = driver.resolutionX();

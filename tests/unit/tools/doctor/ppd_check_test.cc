@@ -70,7 +70,7 @@ TEST(Ppd, WithoutPageSize) {
 
 TEST(Ppd, WhatIsNoPpdIsToldWithItsLine) {
   for (const char* text : {"", "x", "*FormatVersion: \"4.3\"\n"}) {
-        Ppd ppd;
+    Ppd ppd;
     std::string error;
     EXPECT_FALSE(ppd.open(text, error)) << text;
     EXPECT_THAT(error, HasSubstr(" on line "));
