@@ -82,8 +82,9 @@ bool examineByScheduler(const Arguments& arguments, const Installation& installa
     return true;
   }
   asked = true;
-  diagnosis.findings.push_back({Level::kOk, "scheduler", "answers at " + queues.address()});
-  if (!queues.isThisMachine())
+  diagnosis.findings.push_back(
+      {Level::kOk, "scheduler", "answers at " + SchedulerQueues::address()});
+  if (!SchedulerQueues::isThisMachine())
     diagnosis.findings.push_back(
         {Level::kWarn,
          "scheduler",

@@ -126,8 +126,8 @@ bool namesQueue(std::string_view message, const LogWanted& wanted) {
 bool concerns(const LogLine& line, const LogWanted& wanted, const std::set<int>& jobs) {
   if (line.level == '\0') return false;
   if (line.job != 0) {
-    if (isDebug(line.level)) return jobs.count(line.job) != 0 && isOwnDebugLine(line.message);
-    return jobs.count(line.job) != 0 || has(line.message, "rastertodrav");
+    if (isDebug(line.level)) return jobs.contains(line.job) && isOwnDebugLine(line.message);
+    return jobs.contains(line.job) || has(line.message, "rastertodrav");
   }
   if (isDebug(line.level)) return false;
   return namesQueue(line.message, wanted) || has(line.message, "rastertodrav");

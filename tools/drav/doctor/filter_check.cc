@@ -67,42 +67,47 @@ bool checkRights(const std::string& place, const struct stat& status,
   return fault.empty();
 }
 
+// One folder above the filter; `own` is the filter's own. False when others than
+// root can exchange the filter.
+bool checkFolder(const std::string& place, const struct stat& status, bool own,
+                 const Installation& installation, Findings& findings) {
+  if (!spoolUserMay(status, 1, installation)) {
+    findings.push_back({Level::kFail,
+                        "filter folders",
+                        "user " + installation.user + " cannot pass " + place + " (mode " +
+                            modeText(status) + "): filters end with status 113",
+                        {"sudo chmod a+x " + shellWord(place)}});
+  }
+  const std::string fault = rightsFault(status, installation);
+  // In a folder such as /tmp nobody can rename or remove what is root's.
+  const bool sticky = status.st_uid == installation.rootUid && (status.st_mode & S_ISVTX) != 0;
+  if (fault.empty() || (sticky && !own)) return true;
+  std::vector<std::string> fix;
+  if (status.st_uid != installation.rootUid)
+    fix.push_back("sudo chown root:root " + shellWord(place));
+  fix.push_back("sudo chmod go-w,u-s " + shellWord(place));
+  const char* const result = own ? "; the scheduler refuses all filters in it"
+                                 : "; who can write there can exchange the filter";
+  std::string text = place;
+  text.append(" ").append(fault).append(result);
+  findings.push_back({own ? Level::kFail : Level::kWarn, "filter folders", text, fix});
+  return false;
+}
+
 // The folder of the filter is judged like the filter; those above must let the
 // spool user pass, and whoever can write there can put in another filter.
 bool checkFolders(const std::string& path, const Installation& installation, Findings& findings) {
   const std::string folder = parentOf(path);
+  const size_t before = findings.size();
   bool trusted = true;
-  bool good = true;
   for (const std::string& above : foldersAbove(path)) {
     const std::string place = installation.onDisk(above);
     struct stat status = {};
-    if (::stat(place.c_str(), &status) != 0) continue;
-    const std::string fault = rightsFault(status, installation);
-    // In a folder such as /tmp nobody can rename or remove what is root's.
-    const bool sticky = status.st_uid == installation.rootUid && (status.st_mode & S_ISVTX) != 0;
-    if (!fault.empty() && (above == folder || !sticky)) {
-      std::vector<std::string> fix;
-      if (status.st_uid != installation.rootUid)
-        fix.push_back("sudo chown root:root " + shellWord(place));
-      fix.push_back("sudo chmod go-w,u-s " + shellWord(place));
-      const bool refused = above == folder;
-      findings.push_back({refused ? Level::kFail : Level::kWarn, "filter folders",
-                          place + " " + fault +
-                              (refused ? "; the scheduler refuses all filters in it"
-                                       : "; who can write there can exchange the filter"),
-                          fix});
+    if (::stat(place.c_str(), &status) == 0 &&
+        !checkFolder(place, status, above == folder, installation, findings))
       trusted = false;
-    }
-    if (!spoolUserMay(status, 1, installation)) {
-      findings.push_back({Level::kFail,
-                          "filter folders",
-                          "user " + installation.user + " cannot pass " + place + " (mode " +
-                              modeText(status) + "): filters end with status 113",
-                          {"sudo chmod a+x " + shellWord(place)}});
-      good = false;
-    }
   }
-  if (trusted && good)
+  if (findings.size() == before)
     findings.push_back({Level::kOk, "filter folders", "passable, and root's alone to change"});
   return trusted;
 }

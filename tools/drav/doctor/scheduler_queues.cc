@@ -129,12 +129,12 @@ bool SchedulerQueues::connect(std::string& error) {
   return true;
 }
 
-std::string SchedulerQueues::address() const {
+std::string SchedulerQueues::address() {
   const std::string server = cupsServer();
   return server.rfind('/', 0) == 0 ? server : server + ":" + std::to_string(ippPort());
 }
 
-bool SchedulerQueues::isThisMachine() const {
+bool SchedulerQueues::isThisMachine() {
   const std::string server = cupsServer();
   return server.rfind('/', 0) == 0 || server == "localhost" || server == "::1" ||
          server == "[::1]" || server.rfind("127.", 0) == 0;

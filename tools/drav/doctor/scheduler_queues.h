@@ -23,8 +23,8 @@ class SchedulerQueues : public Queues {
   // False with one line in `error` when none answers.
   [[nodiscard]] bool connect(std::string& error);
   // Where it is: the path of a socket, or host and port.
-  std::string address() const;
-  bool isThisMachine() const;
+  static std::string address();
+  static bool isThisMachine();
 
   [[nodiscard]] bool list(std::vector<QueueState>& queues, std::string& error) override;
   [[nodiscard]] bool readPpd(const std::string& queue, std::string& text,

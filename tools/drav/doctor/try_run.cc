@@ -101,8 +101,8 @@ std::string findProgram(const std::string& name) {
     (void)::execve(program, argv, environment.data());
   }
   failure.code = errno;
-  (void)!::write(report, &failure, sizeof failure);
-  ::_exit(127);
+  const ssize_t written = ::write(report, &failure, sizeof failure);
+  ::_exit(written == sizeof failure ? 127 : 126);
 }
 
 // Reads what the program says until it closes its output, or until the deadline.
