@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """A network printer that keeps what it is sent; it can be slow, hang up, or not answer."""
+import contextlib
 import dataclasses
 import socket
 import struct
@@ -38,6 +39,7 @@ class FakePrinter:
         self._paused = False
         self._received: list[Received] = []
         self._closing = False
+        self._connection: socket.socket | None = None
         self._thread: threading.Thread | None = None
         self._socket = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
         if pause_at is not None or rate:
@@ -64,9 +66,9 @@ class FakePrinter:
             except OSError:
                 return
             with connection:
-                if self._closing:
-                    return
-                self._receive(connection)
+                self._connection = connection
+                if not self._closing:
+                    self._receive(connection)
 
     def _receive(self, connection: socket.socket) -> None:
         first = not self._received
@@ -133,6 +135,13 @@ class FakePrinter:
             return list(self._received)
 
     def close(self) -> None:
+        """Waits for its thread: a descriptor must not be another socket's while it is in use."""
         self._closing = True
         self._resumed.set()
+        for one in (self._socket, self._connection):
+            if one is not None:
+                with contextlib.suppress(OSError):
+                    one.shutdown(socket.SHUT_RDWR)
+        if self._thread is not None:
+            self._thread.join()
         self._socket.close()

@@ -4,7 +4,6 @@
 The job ends with a line in the error log that says why, or prints although
 something beside it failed; and the queue prints the next job.
 """
-import collections
 import os
 import pathlib
 import shutil
@@ -13,6 +12,7 @@ import tempfile
 import cups_case
 import documents
 import driver_file
+import escpos_stream
 import ipp
 import private_cups
 import private_spool
@@ -251,9 +251,16 @@ class FullSpoolTest(FaultCase):
         room = 4096 * -(-photo.stat().st_size // 4096) + 16384  # the document and its job file
         fill.write_bytes(bytes(free.f_bavail * free.f_bsize - room))
         job = self.submit(queue, photo, SMALL_PAGE)
-        print(room, self.cups.wait_job(job, *ipp.ENDED, ipp.STOPPED), self.lines(job), [len(c.data) for c in queue.printer.connections])
-        print("\n".join(self.cups.job_log(job)))
+        self.assertEqual(self.cups.wait_job(job, *ipp.ENDED, ipp.STOPPED), ipp.STOPPED)
         fill.unlink()
+        lines = self.lines(job)
+        self.assert_line(lines, "E No pages found!")
+        self.assert_line(lines, self.consult())
+        # A converter said before why there are none; the printer has the job's start alone.
+        self.assertEqual(len(lines), 3, lines)
+        [received] = queue.printer.wait_jobs(1)
+        self.assertEqual(escpos_stream.decode(bytes(received.data)).names(),
+                         ["zeros", "initialise", "density", "position"])
         self.print_well(queue)
 
 
