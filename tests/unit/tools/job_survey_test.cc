@@ -140,6 +140,12 @@ TEST(JobSurvey, TheHeaviestBandIsAnArea) {
   EXPECT_EQ(survey.totals.heaviest->coverage.percent(), 50);
 }
 
+TEST(JobSurvey, OfEqualBandsTheFirstIsTheHeaviest) {
+  const Survey survey = surveyOf(joined({band(2, 96, 0x01), band(2, 96, 0x10)}));
+  ASSERT_TRUE(survey.totals.heaviest.has_value());
+  EXPECT_EQ(survey.totals.heaviest->offset, 0U);
+}
+
 TEST(JobSurvey, ARecordIsBandsAlone) {
   const Survey survey = surveyOf(joined({band(2, 96, 0x01), band(2, 4, 0x01)}));
   EXPECT_TRUE(survey.isRecord);

@@ -59,9 +59,9 @@ TEST(PngWriter, HasTheResolutionThatWasSet) {
   };
   const Bytes without = chunkAfterHeader({});
   EXPECT_TRUE(sameBytes(hex("49444154"), Bytes(without.begin() + 4, without.begin() + 8)));
-  // 11,811 and 39 dots a metre
+  // 11,811.02 and 7,086.6 dots a metre
   EXPECT_TRUE(
-      sameBytes(hex("00000009 70485973 00002E23 00000027 01"), chunkAfterHeader({300, 1, {}})));
+      sameBytes(hex("00000009 70485973 00002E23 00001BAF 01"), chunkAfterHeader({300, 180, {}})));
 }
 
 TEST(PngWriter, ShortRowsEndWhiteAndLongOnesAreCut) {

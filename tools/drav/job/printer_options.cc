@@ -93,7 +93,8 @@ std::optional<uint32_t> headBytesOf(double maxMediaWidth, uint32_t dotsPerInch) 
   if (!std::isfinite(maxMediaWidth) || maxMediaWidth <= 0) return std::nullopt;
   constexpr double kRounding = 1e-6;  // 575.4 points are not exactly 2397.5 dots
   const double bytes = std::ceil(maxMediaWidth / kPointsPerInch * dotsPerInch / 8 - kRounding);
-  if (bytes > std::numeric_limits<int32_t>::max() / 8) return std::nullopt;
+  constexpr uint32_t kMost = std::numeric_limits<int32_t>::max() / 8;
+  if (bytes > kMost) return std::nullopt;
   return static_cast<uint32_t>(std::max(bytes, 1.0));
 }
 
