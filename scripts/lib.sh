@@ -14,6 +14,9 @@ BUILD_PACKAGES=(
   "libhwy-dev|vector code for all processors"
   "libcli11-dev|command line of the drav tool"
   "libpng-dev|pictures of the drav tool"
+  "libjpeg-dev|JPEG pictures that the drav tool reads"
+  "libcairo2-dev|contact sheets and test pages of the drav tool"
+  "pkg-config|tells the build where cairo is"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
@@ -34,6 +37,8 @@ TEST_PACKAGES=(
   "shellcheck|linter of the scripts"
   "cups-client|cupstestppd checks the PPD files"
   "python3|whole-program tests"
+  "poppler-utils|draws PDFs where CUPS's converters are missing; reads PDFs back"
+  "netpbm|reads large pictures in tests"
   "git|names the files to check"
 )
 
