@@ -16,9 +16,9 @@ BUILD_PACKAGES=(
   "libpng-dev|pictures of the drav tool"
   "nlohmann-json3-dev|JSON reports of the drav tool"
   "libarchive-dev|support bundles of drav doctor"
-  "libjpeg62-turbo-dev|JPEG files in drav proof"
-  "libcairo2-dev|sheets and test pages of the drav tool"
-  "pkg-config|finds cairo"
+  "libjpeg-dev|JPEG pictures that the drav tool reads"
+  "libcairo2-dev|contact sheets and test pages of the drav tool"
+  "pkg-config|tells the build where cairo is"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
@@ -42,6 +42,8 @@ TEST_PACKAGES=(
   "python3|whole-program tests"
   "fish|its completions of drav"
   "zsh|its completions of drav"
+  "poppler-utils|draws PDFs where CUPS's converters are missing; reads PDFs back"
+  "netpbm|reads large pictures in tests"
   "git|names the files to check"
   "mandoc|linter of the manual pages"
 )

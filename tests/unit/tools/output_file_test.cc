@@ -100,6 +100,45 @@ TEST(OutputFile, NameMayBeAsLongAsTheSystemAllows) {
   EXPECT_THAT(folder.names(), ElementsAre(name));
 }
 
+TEST(OutputFile, SeveralAreCompletedBeforeTheFirstGetsItsName) {
+  const TempFolder folder;
+  std::string error;
+  OutputFile one;
+  OutputFile other;
+  ASSERT_TRUE(one.open(folder.file("one"), error)) << error;
+  ASSERT_TRUE(other.open(folder.file("other"), error)) << error;
+  writeNew(one);
+  EXPECT_TRUE(one.complete(error)) << error;
+  EXPECT_TRUE(one.complete(error)) << error;
+  EXPECT_NE(::access(folder.file("one").c_str(), F_OK), 0);
+  EXPECT_TRUE(one.commit(error)) << error;
+  EXPECT_TRUE(other.commit(error)) << error;
+  EXPECT_THAT(folder.names(), ElementsAre("one", "other"));
+  EXPECT_TRUE(sameBytes(kNew, readFile(folder.file("one"))));
+  EXPECT_FALSE(one.commit(error));
+  EXPECT_FALSE(one.complete(error));
+}
+
+TEST(OutputFile, ASignalRemovesAllThatAreOpen) {
+  const TempFolder folder;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    std::string error;
+    OutputFile done;
+    OutputFile one;
+    OutputFile two;
+    if (!done.open(folder.file("done"), error) || !one.open(folder.file("one"), error) ||
+        !two.open(folder.file("two"), error) || !done.commit(error) || !two.complete(error))
+      ::_exit(1);
+    (void)::raise(SIGTERM);
+    ::_exit(2);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFSIGNALED(status)) << status;
+  EXPECT_THAT(folder.names(), ElementsAre("done"));
+}
+
 TEST(OutputFile, FailedWriteLeavesNothing) {
   const TempFolder folder;
   std::string error;

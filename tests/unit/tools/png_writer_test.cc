@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstring>
@@ -46,22 +47,48 @@ TEST(PngWriter, IsOneBitGreyWithoutInterlace) {
   EXPECT_TRUE(sameBytes(hex("00 FF 00"), readPng(folder.file("a.png")).levels));
 }
 
-TEST(PngWriter, HasTheResolutionThatWasSet) {
+// The body of the first chunk of this name; empty when there is none.
+Bytes chunk(const Bytes& file, const std::string& name) {
+  for (size_t at = 8; at + 12 <= file.size();) {
+    const size_t length = size_t{file[at]} << 24U | size_t{file[at + 1]} << 16U |
+                          size_t{file[at + 2]} << 8U | file[at + 3];
+    const auto start = file.begin() + static_cast<std::ptrdiff_t>(at + 8);
+    if (std::string(start - 4, start) == name)
+      return {start, start + static_cast<std::ptrdiff_t>(length)};
+    at += length + 12;
+  }
+  return {};
+}
+
+TEST(PngWriter, NotesTellResolutionAndTexts) {
   const TempFolder folder;
   std::string error;
   PngWriter png;
-  const auto chunkAfterHeader = [&](const PngNotes& notes) {
-    EXPECT_TRUE(png.open(folder.file("a.png"), 3, 1, error, notes)) << error;
-    EXPECT_TRUE(png.writeRow(hex("A0"), error)) << error;
-    EXPECT_TRUE(png.finish(error)) << error;
-    const Bytes file = readFile(folder.file("a.png"));
-    return Bytes(file.begin() + 33, file.begin() + 50);
-  };
-  const Bytes without = chunkAfterHeader({});
-  EXPECT_TRUE(sameBytes(hex("49444154"), Bytes(without.begin() + 4, without.begin() + 8)));
-  // 11,811.02 and 7,086.6 dots a metre
-  EXPECT_TRUE(
-      sameBytes(hex("00000009 70485973 00002E23 00001BAF 01"), chunkAfterHeader({300, 180, {}})));
+  PngNotes notes;
+  notes.dotsPerInchX = 300;
+  notes.dotsPerInchY = 203;
+  notes.texts = {{"Software", "drav"}, {"Source", "\xC3\xA9t\xC3\xA9"}};
+  ASSERT_TRUE(png.open(folder.file("a.png"), 8, 1, error, notes)) << error;
+  ASSERT_TRUE(png.writeRow(hex("A0"), error)) << error;
+  ASSERT_TRUE(png.complete(error)) << error;
+  EXPECT_NE(::access(folder.file("a.png").c_str(), F_OK), 0) << "has its name too early";
+  ASSERT_TRUE(png.finish(error)) << error;
+  const Bytes file = readFile(folder.file("a.png"));
+  // 11811 and 7992 pixels per metre.
+  EXPECT_TRUE(sameBytes(hex("00002E23 00001F38 01"), chunk(file, "pHYs")));
+  EXPECT_TRUE(sameBytes(hex("536F667477617265 00 64726176"), chunk(file, "tEXt")));
+  EXPECT_TRUE(sameBytes(hex("536F75726365 00 00 00 00 00 C3A974C3A9"), chunk(file, "iTXt")));
+  EXPECT_TRUE(sameBytes(levelsOf(hex("A0")), readPng(folder.file("a.png")).levels));
+}
+
+TEST(PngWriter, WithoutNotesNothingIsSaid) {
+  const TempFolder folder;
+  std::string error;
+  PngWriter png;
+  ASSERT_TRUE(png.open(folder.file("a.png"), 8, 1, error)) << error;
+  ASSERT_TRUE(png.writeRow(hex("A0"), error)) << error;
+  ASSERT_TRUE(png.finish(error)) << error;
+  EXPECT_THAT(chunk(readFile(folder.file("a.png")), "pHYs"), IsEmpty());
 }
 
 TEST(PngWriter, ShortRowsEndWhiteAndLongOnesAreCut) {

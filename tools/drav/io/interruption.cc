@@ -14,27 +14,26 @@ extern "C" void noteSignal(int signalNumber) {
   if (gArrived == 0) gArrived = signalNumber;
 }
 
-// Exchanges the handler of each signal that has the handler `from`.
-void exchangeHandlers(void (*from)(int), void (*to)(int)) {
-  for (const int signalNumber : kEndingSignals) {
-    struct sigaction current = {};
-    if (::sigaction(signalNumber, nullptr, &current) != 0 || current.sa_handler != from) continue;
-    struct sigaction action = {};
-    action.sa_handler = to;
-    sigemptyset(&action.sa_mask);
-    (void)::sigaction(signalNumber, &action, nullptr);
-  }
-}
+std::array<struct sigaction, kEndingSignals.size()> gBefore;
 
 }  // namespace
 
 Interruption::Interruption() {
   gArrived = 0;
-  exchangeHandlers(SIG_DFL, noteSignal);
+  for (size_t i = 0; i < kEndingSignals.size(); ++i) {
+    struct sigaction& before = gBefore.at(i);
+    if (::sigaction(kEndingSignals.at(i), nullptr, &before) != 0 || before.sa_handler == SIG_IGN)
+      continue;
+    struct sigaction action = {};
+    action.sa_handler = noteSignal;
+    sigemptyset(&action.sa_mask);
+    (void)::sigaction(kEndingSignals.at(i), &action, nullptr);
+  }
 }
 
 Interruption::~Interruption() {
-  exchangeHandlers(noteSignal, SIG_DFL);
+  for (size_t i = 0; i < kEndingSignals.size(); ++i)
+    (void)::sigaction(kEndingSignals.at(i), &gBefore.at(i), nullptr);
   if (gArrived != 0) (void)::raise(gArrived);
   gArrived = 0;
 }

@@ -3,8 +3,17 @@
 #ifndef TOOLS_DRAV_SHEET_BUSIEST_PART_H_
 #define TOOLS_DRAV_SHEET_BUSIEST_PART_H_
 
+#include <cstdint>
+
 #include "tools/drav/document/grey_page.h"
-#include "tools/drav/sheet/sheet_drawing.h"
+
+// A part of the page in dots.
+struct DotRectangle {
+  uint32_t x = 0;
+  uint32_t y = 0;
+  uint32_t width = 0;
+  uint32_t height = 0;
+};
 
 // The part of `width` x `height` pixels, or as much as the page has, with the most edges
 // and middle greys, within the first `usableWidth` columns. Pages of other depths than

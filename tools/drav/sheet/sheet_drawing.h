@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/drav/sheet/busiest_part.h"
+
 // Levels from 0 black to 255 white.
 struct SheetImage {
   uint32_t width = 0;
@@ -22,14 +24,6 @@ struct SheetCell {
   bool current = false;
   SheetImage overview;
   SheetImage crop;  // each pixel a dot
-};
-
-// A part of the page in dots.
-struct DotRectangle {
-  uint32_t x = 0;
-  uint32_t y = 0;
-  uint32_t width = 0;
-  uint32_t height = 0;
 };
 
 struct SheetPage {
