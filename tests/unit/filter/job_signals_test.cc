@@ -5,10 +5,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -41,6 +43,14 @@ bool seesABrokenPipeAsAnError() {
   if (pipe(ends) != 0) return false;
   close(ends[0]);
   return write(ends[1], "x", 1) == -1 && errno == EPIPE;
+}
+
+bool seesAFileThatIsTooLargeAsAnError() {
+  installJobSignals();
+  std::FILE* file = std::tmpfile();
+  struct rlimit none = {};
+  if (file == nullptr || setrlimit(RLIMIT_FSIZE, &none) != 0) return false;
+  return write(fileno(file), "x", 1) == -1 && errno == EFBIG;
 }
 
 bool takesClosedDescriptors() {
@@ -81,6 +91,10 @@ TEST(JobSignalsDeathTest, InterruptedCallsAreRestarted) {
 
 TEST(JobSignalsDeathTest, BrokenPipeIsAWriteErrorAndNoSignal) {
   EXPECT_IN_CHILD(seesABrokenPipeAsAnError);
+}
+
+TEST(JobSignalsDeathTest, FileThatIsTooLargeIsAWriteErrorAndNoSignal) {
+  EXPECT_IN_CHILD(seesAFileThatIsTooLargeAsAnError);
 }
 
 TEST(JobSignalsDeathTest, ClosedStandardDescriptorsAreTakenAndFail) {
