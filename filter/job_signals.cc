@@ -27,6 +27,7 @@ void handle(int signal, void (*handler)(int)) {
 void installJobSignals() {
   handle(SIGTERM, noteCancel);
   handle(SIGPIPE, SIG_IGN);
+  handle(SIGXFSZ, SIG_IGN);
 }
 
 bool jobCancelRequested() { return cancelRequested != 0; }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// Signals of a spooled job: SIGTERM cancels it, SIGPIPE is left to the write
-// errors of standard output.
+// Signals of a spooled job: SIGTERM cancels it; SIGPIPE and SIGXFSZ (a file above
+// the size that the system allows) are left to the write errors of the streams.
 #ifndef FILTER_JOB_SIGNALS_H_
 #define FILTER_JOB_SIGNALS_H_
 
-// Notes SIGTERM from now on and ignores SIGPIPE. Interrupted reads and writes
+// Notes SIGTERM from now on and ignores SIGPIPE and SIGXFSZ. Interrupted reads and writes
 // are restarted, so that no byte gets lost.
 void installJobSignals();
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "common/local_time.h"
 #include "common/log.h"
 #include "common/ppd_lookup.h"
 
@@ -57,10 +58,7 @@ void fillOptions(ppd_file_t* ppd, Settings* out) {
 void nameRecordFile(ppd_file_t* ppd, const Clock& clock, Settings* out) {
   if (dravPpdGetChoiceAsIntDefault(ppd, "RecordPrinterCommands", 0) <= 0) return;
   const char* prefix = dravPpdGetAttrAsStrDefault(ppd, "dravFilterOutputFile", nullptr, "");
-  const std::time_t now = clock();
-  std::tm local = {};
-  tzset();  // localtime_r alone need not read the time zone
-  localtime_r(&now, &local);
+  const std::tm local = localTime(clock());
   const int length =
       std::snprintf(out->recordFileName.data(), out->recordFileName.size(),
                     "%s-%lld%02d%02d%02d%02d%02d.bin", prefix, local.tm_year + 1900LL,

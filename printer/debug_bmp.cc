@@ -5,9 +5,9 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <vector>
 
+#include "common/local_time.h"
 #include "common/private_file.h"
 #include "common/scope_guard.h"
 #include "printer/drav_printer.h"
@@ -92,13 +92,6 @@ void writeMonoRows(std::FILE* file, const uint8_t* pixels, uint64_t bytesPerLine
     }
     std::fwrite(packed.data(), packed.size(), 1, file);
   }
-}
-
-std::tm localTime(std::time_t now) {
-  std::tm fields = {};
-  tzset();  // localtime_r alone need not read the time zone
-  localtime_r(&now, &fields);
-  return fields;
 }
 
 }  // namespace

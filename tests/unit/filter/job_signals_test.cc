@@ -6,11 +6,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -74,6 +76,14 @@ bool seesABrokenPipeAsAnError() {
   return write(ends[1], "x", 1) == -1 && errno == EPIPE;
 }
 
+bool seesAFileThatIsTooLargeAsAnError() {
+  installJobSignals();
+  std::FILE* file = std::tmpfile();
+  struct rlimit none = {};
+  if (file == nullptr || setrlimit(RLIMIT_FSIZE, &none) != 0) return false;
+  return write(fileno(file), "x", 1) == -1 && errno == EFBIG;
+}
+
 bool takesClosedDescriptors() {
   close(STDIN_FILENO);
   close(STDOUT_FILENO);
@@ -118,6 +128,10 @@ TEST(JobSignalsDeathTest, InterruptedCallsAreRestarted) {
 
 TEST(JobSignalsDeathTest, BrokenPipeIsAWriteErrorAndNoSignal) {
   EXPECT_IN_CHILD(seesABrokenPipeAsAnError);
+}
+
+TEST(JobSignalsDeathTest, FileThatIsTooLargeIsAWriteErrorAndNoSignal) {
+  EXPECT_IN_CHILD(seesAFileThatIsTooLargeAsAnError);
 }
 
 TEST(JobSignalsDeathTest, ClosedStandardDescriptorsAreTakenAndFail) {
