@@ -41,9 +41,9 @@ TEST(LocalTimeTest, YearIsOneThatAnIntHolds) {
   const ScopedEnv zone("TZ", "UTC");
   const std::time_t lastSecond = 67767976233532799;  // of the year 2147483647
   EXPECT_EQ(localTime(lastSecond).tm_year, INT_MAX - 1900);
-  for (const std::time_t moment : {lastSecond + 1, std::time_t{67768036191676799},
-                                   std::numeric_limits<std::time_t>::max(),
-                                   std::numeric_limits<std::time_t>::min()}) {
+  for (const std::time_t moment :
+       {lastSecond + 1, std::time_t{67768036191676799}, std::numeric_limits<std::time_t>::max(),
+        std::numeric_limits<std::time_t>::min()}) {
     const std::tm fields = localTime(moment);
     EXPECT_EQ(fields.tm_year, 0) << moment;
     EXPECT_EQ(fields.tm_mday, 0) << moment;
