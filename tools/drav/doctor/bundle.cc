@@ -66,7 +66,7 @@ std::string attributesText(const QueueState& queue, const Redactor& redactor) {
   std::string text;
   for (const auto& [name, value] : queue.attributes) {
     const std::string shown = isPersonalAttribute(name) ? "[removed]" : redactor.redact(value);
-    text += printablePath(name + " = " + shown) + "\n";
+    text.append(printablePath(std::string(name).append(" = ").append(shown))).append("\n");
   }
   return text;
 }

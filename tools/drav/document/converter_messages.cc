@@ -52,7 +52,7 @@ std::string converterFailure(const std::string& failure, const std::string& mess
   constexpr std::array kCrash = {"crashed on signal"sv};
   constexpr std::array kReason = {"ERROR: "sv, "Error"sv, "cupsfilter: "sv};
   if (!lineWith(messages, kPassword).empty()) return "is an encrypted PDF and needs a password";
-  const std::string damage = reportedDamage(messages, path);
+  std::string damage = reportedDamage(messages, path);
   if (!damage.empty()) return damage;
   const std::string_view crash = lineWith(messages, kCrash);
   if (!crash.empty()) return "cannot be converted: " + trimmed(crash, path);

@@ -28,9 +28,8 @@ bool checkSize(const PictureSize& size, std::string& error) {
 // libpng's simplified interface keeps its jumps to itself.
 class PngFile {
  public:
-  explicit PngFile(std::span<const uint8_t> file) {
-    image_.version = PNG_IMAGE_VERSION;
-    opened_ = png_image_begin_read_from_memory(&image_, file.data(), file.size()) != 0;
+  explicit PngFile(std::span<const uint8_t> file)
+      : opened_(png_image_begin_read_from_memory(&image_, file.data(), file.size()) != 0) {
     // Samples of 16 bits are levels like those of 8, not amounts of light.
     image_.flags |= PNG_IMAGE_FLAG_16BIT_sRGB;
   }

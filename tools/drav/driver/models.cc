@@ -22,8 +22,9 @@ bool sameText(std::string_view one, std::string_view other) {
 std::span<const EmbeddedModel> embeddedModels() { return kModels; }
 
 const EmbeddedModel& defaultModel() {
-  const auto* found = std::find_if(std::begin(kModels), std::end(kModels),
-                                   [](const auto& model) { return model.name == kDefaultModel; });
+  const EmbeddedModel* found =
+      std::find_if(std::begin(kModels), std::end(kModels),
+                   [](const auto& model) { return model.name == kDefaultModel; });
   return found != std::end(kModels) ? *found : kModels[0];
 }
 

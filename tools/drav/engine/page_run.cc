@@ -21,7 +21,8 @@ std::string optionsOf(const DriverFile& driver) {
   }
   for (const std::string& given : driver.givenOptions()) {
     const std::string name = given.substr(0, given.find('='));
-    if (driver.current(name).name.empty() || (" " + text).find(" " + name + "=") == text.npos)
+    if (driver.current(name).name.empty() ||
+        (" " + text).find(" " + name + "=") == std::string::npos)
       text += " " + given;
   }
   return text;

@@ -81,7 +81,7 @@ std::vector<std::string> environmentWith(
                                      [name](const auto& change) { return change.first == name; });
     if (!changed) texts.emplace_back(text);
   }
-  for (const auto& [name, value] : changes) texts.push_back(name + "=" + value);
+  for (const auto& [name, value] : changes) texts.emplace_back(name).append("=").append(value);
   return texts;
 }
 
@@ -122,7 +122,7 @@ void limit(decltype(RLIMIT_CORE) resource, uint64_t most) {
     ::execve(argv[0], argv, envp);
     code = errno;
   }
-  (void)!::write(pipes.report[1], &code, sizeof code);
+  if (::write(pipes.report[1], &code, sizeof code) < 0) ::_exit(126);
   ::_exit(127);
 }
 
@@ -288,7 +288,8 @@ std::string findProgram(const std::string& name, const char* variable) {
     const size_t end = std::min(path.find(':', at), path.size());
     const std::string folder = path.substr(at, end - at);
     at = end + 1;
-    const std::string file = folder + "/" + name;
+    std::string file = folder;
+    file.append("/").append(name);
     struct stat status = {};
     if (folder.starts_with('/') && ::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
         ::access(file.c_str(), X_OK) == 0)

@@ -94,7 +94,7 @@ std::optional<uint32_t> headBytesOf(double maxMediaWidth, uint32_t dotsPerInch) 
   constexpr double kRounding = 1e-6;  // 575.4 points are not exactly 2397.5 dots
   const double bytes = std::ceil(maxMediaWidth / kPointsPerInch * dotsPerInch / 8 - kRounding);
   constexpr uint32_t kMost = std::numeric_limits<int32_t>::max() / 8;
-  if (bytes > kMost) return std::nullopt;
+  if (bytes > static_cast<double>(kMost)) return std::nullopt;
   return static_cast<uint32_t>(std::max(bytes, 1.0));
 }
 

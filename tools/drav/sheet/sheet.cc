@@ -171,6 +171,7 @@ Drawing drawingOf(const SheetPage& sheet) {
 bool writePdf(const std::string& path, const std::vector<SheetPage>& sheets, const PageFacts& facts,
               std::string& error) {
   std::vector<Drawing> pages;
+  pages.reserve(sheets.size());
   for (const SheetPage& sheet : sheets) pages.push_back(drawingOf(sheet));
   OutputFile file;
   return writePdfDrawings(file, path, pages, kPdfPointsPerUnit, "Contact sheet of " + facts.title,
