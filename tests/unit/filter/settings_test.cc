@@ -274,7 +274,7 @@ TEST_F(SettingsTest, RecordFileNamePadsAllButTheYear) {
   EXPECT_STREQ(settings_.recordFileName.data(), "/tmp/cmds-20250105030409.bin");
 }
 
-TEST_F(SettingsTest, RecordFileNameHoldsTheLastYearThatTheClockCanShow) {
+TEST_F(SettingsTest, RecordFileNameOfAYearBeyond32BitsIsThatOfNoDate) {
   PpdBuilder()
       .option("RecordPrinterCommands", "1")
       .attribute("dravFilterOutputFile", "/tmp/cmds")
@@ -282,7 +282,7 @@ TEST_F(SettingsTest, RecordFileNameHoldsTheLastYearThatTheClockCanShow) {
   const ScopedEnv variable("PPD", folder_.file("printer.ppd"));
   // 2147485547-12-31 23:59:59 in UTC: a year beyond 32 bits.
   ASSERT_TRUE(initializeSettings("", &settings_, [] { return std::time_t{67768036191676799}; }));
-  EXPECT_STREQ(settings_.recordFileName.data(), "/tmp/cmds-21474855471231235959.bin");
+  EXPECT_STREQ(settings_.recordFileName.data(), "/tmp/cmds-19000100000000.bin");
 }
 
 TEST_F(SettingsTest, RecordFileWithoutAPrefixBeginsWithTheDash) {

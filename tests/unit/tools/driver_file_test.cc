@@ -104,7 +104,7 @@ TEST(DriverFile, BadFilesAndOptionsAreRefused) {
   EXPECT_THAT(failure({folder.file("text"), "", {}}), HasSubstr("text: is no driver file (PPD)"));
   EXPECT_THAT(failure({folder.file("sizeless.ppd"), "", {}}), HasSubstr("no PageSize"));
   EXPECT_THAT(failure({folder.file("none"), "", {}}), HasSubstr("No such file"));
-  EXPECT_THAT(failure({"", "none", {}}), StartsWith("there is no model none; there are dravsa43"));
+  EXPECT_THAT(failure({"", "none", {}}), StartsWith("there is no model none; there are dravr582"));
   EXPECT_THAT(failure({"", "", {"=5"}}), HasSubstr("has no name"));
 }
 

@@ -54,7 +54,13 @@ class PngFile {
   }
 
  private:
-  png_image image_{};
+  static png_image unread() {
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    return image;
+  }
+
+  png_image image_ = unread();
   bool opened_ = false;
 };
 
