@@ -10,6 +10,7 @@ import unittest
 from collections.abc import Mapping, Sequence
 from typing import ClassVar
 
+import documents
 import driver_file
 import escpos_stream
 import expected
@@ -141,8 +142,7 @@ class CupsCase(unittest.TestCase):
         return self.check(queue, job, received[-1].data, options)
 
     def assert_square(self, rows: Sequence[bytes], page: raster_file.RasterPage) -> None:
-        """The black square of the test documents, where they have it, and bare paper around it."""
-        import documents  # noqa: PLC0415
+        """The black square of the test documents is printed where they have it, and solid."""
         dots = round(documents.SQUARE_MM / 25.4 * DPI)
         self.assertEqual(page.header["HWResolution"], (DPI, DPI))
         inside = range(dots + 3, 2 * dots - 3)

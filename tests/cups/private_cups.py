@@ -57,7 +57,7 @@ SetEnv DBUS_SYSTEM_BUS_ADDRESS unix:path={root}/no-bus
 
 _CUPSD = """\
 Listen {root}/sock
-LogLevel debug
+LogLevel {level}
 LogTimeFormat usecs
 MaxLogSize 0
 Browsing No
@@ -115,8 +115,8 @@ class PrivateCups:
     """One running scheduler."""
 
     def __init__(self, filter_binary: pathlib.Path, driver: pathlib.Path,
-                 spool: pathlib.Path | None = None) -> None:
-        """Installs `filter_binary` and the driver source `driver`, and starts.
+                 spool: pathlib.Path | None = None, log_level: str = "debug") -> None:
+        """Installs `filter_binary` and the driver source `driver`; `start` starts it.
 
         `spool` is an existing folder to use instead of one within the root.
         """
@@ -137,7 +137,7 @@ class PrivateCups:
             shutil.copy(part, self.root / "share/ppdc" / part.name)
         (self.root / "etc/cups-files.conf").write_text(
             _CUPS_FILES.format(root=self.root, spool=self.spool), "utf-8")
-        (self.root / "etc/cupsd.conf").write_text(_CUPSD.format(root=self.root), "utf-8")
+        (self.root / "etc/cupsd.conf").write_text(_CUPSD.format(root=self.root, level=log_level), "utf-8")
 
     # ---- Folders --------------------------------------------------------------
 

@@ -19,7 +19,7 @@ _WRITE_BUFFER = pathlib.Path("/proc/sys/net/ipv4/tcp_wmem")
 _SMALL = 8192  # bytes
 
 
-def enter() -> None:
+def enter(small_buffers: bool = True) -> None:
     """Moves this process and those that it starts; an OSError where that is forbidden.
 
     To be called before the first thread.
@@ -31,4 +31,5 @@ def enter() -> None:
         request = fcntl.ioctl(control, _SIOCGIFFLAGS, request)
         flags = struct.unpack_from("H", request, 16)[0] | _IFF_UP
         fcntl.ioctl(control, _SIOCSIFFLAGS, struct.pack("16sH14x", b"lo", flags))
-    _WRITE_BUFFER.write_text(f"4096 {_SMALL} {_SMALL}", "ascii")
+    if small_buffers:
+        _WRITE_BUFFER.write_text(f"4096 {_SMALL} {_SMALL}", "ascii")
