@@ -59,6 +59,13 @@ BENCH_PACKAGES=(
   "netpbm|peer: pamditherbw, pgmtopbm"
   "imagemagick|peer: convert"
 )
+# shellcheck disable=SC2034
+PORTABILITY_PACKAGES=(
+  "g++-aarch64-linux-gnu|compiler for arm64"
+  "qemu-user|runs arm64 programs, and x86-64 programs on lesser processors"
+  "lld-14|linker for clang's link-time optimisation"
+  "llvm-14|archiver for clang's link-time optimisation"
+)
 
 # shellcheck disable=SC2034
 PACKAGE_PACKAGES=(

@@ -48,9 +48,10 @@ void addPages(std::vector<DigestCase>& cases) {
   for (const DigestCase& page : pages) addHalftones(cases, page);
 }
 
-// Pages on which floating point that is fused or reordered shows, as it does on few:
-// sums that lie on a threshold. docs/numerics.md has the rules that they hold.
-void addRoundingPages(std::vector<DigestCase>& cases) {
+// Pages for the stencils' floating point. A fused or reordered sum shows only where
+// it lies on a threshold, which is on few pages: the seeds are picked for it.
+// docs/numerics.md has the rules.
+void addStencils(std::vector<DigestCase>& cases) {
   const std::vector<DigestCase> pages = {
       // The moment threshold: another level when a product is fused, or when the
       // powers of the levels are formed in single precision.
@@ -66,6 +67,9 @@ void addRoundingPages(std::vector<DigestCase>& cases) {
       {"noise", 256, 256, 28, 256, "", 0, kNoLimit},
       {"noise", 160, 160, 2466, 160, "", 0, kNoLimit},
       {"photo", 160, 160, 331, 160, "", 0, kNoLimit},
+      // Denormal errors, with thresholds of 255 and 0.
+      {"islands", 643, 517, 1, 643, "", 0, kNoLimit},
+      {"islands", 643, 517, 7, 643, "", 0, kNoLimit},
   };
   for (DigestCase page : pages) {
     for (const char* stencil : {"Tattoo", "Tattoo_X8"}) {
@@ -100,8 +104,27 @@ model::Grey levelsPage(const std::string& pattern, int width, int height) {
   return page;
 }
 
+// Small squares of random dots far from each other: between them the errors of the
+// stencils fade into denormal numbers, and find ink again.
+model::Grey islandsPage(int width, int height, uint64_t seed) {
+  constexpr int kDistance = 230;
+  constexpr int kSide = 40;
+  constexpr int kShift = 90;  // of a line of squares against the line above
+  model::Random random(seed);
+  model::Grey page = model::makeGrey(width, height, 0);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const int column = (x + y / kDistance * kShift) % kDistance;
+      if (y % kDistance >= kSide || column >= kSide) continue;
+      page.set(x, y, random.below(2) == 0 ? 0 : 255);
+    }
+  }
+  return page;
+}
+
 model::Grey picturePage(const DigestCase& job) {
   if (job.pattern.rfind("levels:", 0) == 0) return levelsPage(job.pattern, job.width, job.height);
+  if (job.pattern == "islands") return islandsPage(job.width, job.height, job.seed);
   return model::patternPage(job.pattern, job.width, job.height, job.seed);
 }
 
@@ -116,7 +139,7 @@ const std::vector<DigestCase>& digestCases() {
   static const std::vector<DigestCase> cases = [] {
     std::vector<DigestCase> list;
     addPages(list);
-    addRoundingPages(list);
+    addStencils(list);
     addOptions(list);
     return list;
   }();

@@ -12,8 +12,8 @@
 #include "tests/model/stream.h"
 
 struct DigestCase {
-  // A name of tests/model/page_patterns.h, or "levels:LEVELxCOUNT,...": so many
-  // pixels of each level in turn.
+  // A name of tests/model/page_patterns.h; "levels:LEVELxCOUNT,...", so many pixels
+  // of each level in turn; or "islands", squares of dots far from each other.
   std::string pattern;
   int width = 0;
   int height = 0;
