@@ -1,60 +1,26 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Runs `drav inspect` and `drav render --paper` on streams made here.
-
-    test_inspect.py DRAV PPD
-
-PPD is the driver file of the printer whose head has 2,400 dots.
-"""
+"""Runs `drav inspect` on streams made here."""
 import concurrent.futures
 import json
 import os
-import pathlib
 import random
 import shutil
 import subprocess
-import sys
-import tempfile
 import threading
 import time
-import unittest
 from collections.abc import Iterable
 from typing import Any
 
-from test_render import band, page, read_png
+import tool_case
+from test_render import band, page
+from tool_case import CUT, DRAV, JOB_END, PAGE_END, PPD, START, ToolCase, job, pale_rows
 
-DRAV = ""
-PPD = ""
 SANITIZED = os.environ.get("DRAV_SANITIZED", "0") not in ("", "0")
 NOBODY = 65534
-START = bytes(64) + bytes.fromhex("1b40 1f1b1f131408 1b240100")
-PAGE_END = bytes.fromhex("1b4aa0")
-JOB_END = bytes.fromhex("1b76")
-CUT = bytes.fromhex("0a0a0a0a 1d5601")
 
 
-def pale_rows(width: int, count: int) -> list[bytes]:
-    """Rows of which one dot in eight is black."""
-    return [b"\x01" * width] * count
-
-
-def job(*pages: list[bytes]) -> bytes:
-    return START + b"".join(page(rows) for rows in pages) + JOB_END
-
-
-class InspectCase(unittest.TestCase):
-    maxDiff = 4000
-
-    def setUp(self) -> None:
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="drav-inspect-"))
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        self.job = self.folder / "job.bin"
-
-    def run_drav(self, *arguments: object, stdin: bytes = b"",
-                 **more: Any) -> "subprocess.CompletedProcess[bytes]":
-        return subprocess.run([DRAV, *map(str, arguments)], input=stdin, capture_output=True,
-                              timeout=120, check=False, **more)
-
+class InspectCase(ToolCase):
     def inspect(self, stream: bytes, *options: object) -> "subprocess.CompletedProcess[bytes]":
         result = self.run_drav("inspect", *options, "-", stdin=stream)
         self.assertIn(result.returncode, (0, 1), result.stderr)
@@ -80,13 +46,6 @@ class InspectCase(unittest.TestCase):
         found = [(str(one["kind"]), int(one["offset"])) for one in document["warnings"]]
         self.assertEqual(document["status"], 1 if found else 0)
         return found
-
-    def assert_failed(self, result: "subprocess.CompletedProcess[bytes]", *words: str) -> None:
-        """Status 2, one line that holds `words`, and nothing on standard output."""
-        self.assertEqual((result.returncode, result.stdout), (2, b""))
-        self.assertRegex(result.stderr.decode(), r"\Adrav: [^\n]+\n\Z")
-        for word in words:
-            self.assertIn(word, result.stderr.decode())
 
 
 class CommandsTest(InspectCase):
@@ -392,62 +351,5 @@ class DamageTest(InspectCase):
         self.check_all([b"".join(rng.choices(pieces, k=rng.randrange(1, 40))) for _ in range(60)])
 
 
-class PaperTest(InspectCase):
-    def paper(self, stream: bytes, *options: object) -> tuple[str, int, list[bytes], bytes]:
-        """What it says, the width and rows of the picture, and the file."""
-        self.job.write_bytes(stream)
-        out = self.folder / "paper.png"
-        result = self.run_drav("render", "--paper", *options, self.job, out)
-        self.assertEqual((result.returncode, result.stderr), (0, b""))
-        data = out.read_bytes()
-        return result.stdout.decode(), *read_png(data), data
-
-    def test_feeds_and_cuts(self) -> None:
-        rows = pale_rows(300, 100)
-        said, width, drawn, data = self.paper(
-            START + page(rows) + page(rows[:7]) + b"\x1bJ\x78\x1bd\2" + CUT + JOB_END)
-        white = bytes(300)
-        self.assertEqual(width, 2400)
-        feed = 160 + 120 + 100 + 200
-        self.assertEqual(drawn[:100], rows)
-        self.assertEqual(drawn[100:260], [white] * 160)
-        self.assertEqual(drawn[260:267], rows[:7])
-        self.assertEqual(drawn[267:267 + feed - 3], [white] * (feed - 3))
-        self.assertEqual(len(drawn), 267 + feed)
-        for row in drawn[-3:]:
-            dots = "".join(f"{byte:08b}" for byte in row)
-            self.assertEqual(dots, ("1" * 11 + "0" * 22) * 72 + "1" * 11 + "0" * 13)
-        self.assertEqual(said, f"2400 x {267 + feed} dots, 3 bands, 71.7 mm of paper, "
-                               "cuts: 1, logos: 0\n")
-        self.assertIn(b"pHYs" + (11811).to_bytes(4, "big") * 2 + b"\1", data)
-
-    def test_the_driver_file_gives_width_and_resolution(self) -> None:
-        _, width, drawn, data = self.paper(job(pale_rows(10, 5)), "--ppd", PPD)
-        self.assertEqual((width, len(drawn)), (2400, 165))
-        self.assertEqual(drawn[0], b"\x01" * 10 + bytes(290))
-        self.assertIn(b"pHYs" + (11811).to_bytes(4, "big") * 2 + b"\1", data)
-        _, width, drawn, data = self.paper(job(pale_rows(10, 5)), "--dpi", 203)
-        self.assertEqual((width, len(drawn)), (80, 165))
-        self.assertIn(b"pHYs" + (7992).to_bytes(4, "big") * 2 + b"\1", data)
-
-    def test_logos_are_frames_in_their_place(self) -> None:
-        logo = bytes.fromhex("1b6101 1c700300 1b6100")
-        said, _, drawn, _ = self.paper(START + logo + page(pale_rows(300, 5)) + JOB_END)
-        self.assertIn("logos: 1", said)
-        self.assertEqual(len(drawn), 118 + 5 + 160)
-        self.assertEqual(drawn[118:123], pale_rows(300, 5))
-        top = "".join(f"{byte:08b}" for byte in drawn[0])
-        self.assertEqual((top.find("1"), top.rfind("1"), top.count("1")), (1058, 1340, 283))
-
-    def test_bad_input_leaves_no_picture(self) -> None:
-        out = self.folder / "paper.png"
-        for stream in (b"", b"%PDF-1.7\n", job(pale_rows(3, 5)) + b"\x99", b"\x1b@\n",
-                       START + band(pale_rows(3, 50))[:-1]):
-            self.job.write_bytes(stream)
-            self.assert_failed(self.run_drav("render", "--paper", self.job, out), "job.bin: ")
-            self.assertEqual([path.name for path in self.folder.iterdir()], ["job.bin"])
-
-
 if __name__ == "__main__":
-    DRAV, PPD = (os.path.abspath(argument) for argument in sys.argv[1:3])
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
+    tool_case.main()
