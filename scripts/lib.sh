@@ -34,6 +34,8 @@ TEST_PACKAGES=(
   "shellcheck|linter of the scripts"
   "cups-client|cupstestppd checks the PPD files"
   "python3|whole-program tests"
+  "strace|lists the system calls of a job"
+  "binutils|readelf and objdump show how the programs were hardened"
   "git|names the files to check"
 )
 

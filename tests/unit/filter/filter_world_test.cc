@@ -20,6 +20,12 @@
 #include "tests/support/process_limits.h"
 #include "tests/unit/filter/filter_fixture.h"
 
+#if defined(__has_feature)
+#if __has_feature(undefined_behavior_sanitizer)
+#define DRAV_TEST_UNDEFINED_SANITIZER 1
+#endif
+#endif
+
 namespace {
 
 using testing::ElementsAre;
@@ -135,9 +141,13 @@ class FilterDescriptorTest : public FilterFixture {
   }
 
   void SetUp() override {
+#if defined(DRAV_TEST_UNDEFINED_SANITIZER)
+    GTEST_SKIP() << "the sanitizer opens pipes to look at objects";
+#endif
     settings_.docCutType = 1;
     describe(settings_, true);
     writeFile(rasterPath(), rawRaster(pages_));
+    expected_ = model::runJob(settings_, pages_);
   }
 
   void expectPrinted(const FilterResult& result, bool records, size_t pictures) {
@@ -167,14 +177,12 @@ class FilterDescriptorTest : public FilterFixture {
 };
 
 TEST_F(FilterDescriptorTest, OneAfterTheOtherIsGranted) {
-  expected_ = model::runJob(settings_, pages_);
   expectNothing(fromInput(0), "ERROR:Unable to open PPD file ");
   expectPrinted(fromInput(1), true, 0);
   expectPrinted(fromInput(2), true, 4);
 }
 
 TEST_F(FilterDescriptorTest, OneAfterTheOtherIsGrantedForANamedFile) {
-  expected_ = model::runJob(settings_, pages_);
   expectNothing(fromFile(0), "ERROR:Unable to open raster file!");
   expectNothing(fromFile(1), "ERROR:Unable to open PPD file ");
   expectPrinted(fromFile(2), true, 0);
@@ -183,8 +191,6 @@ TEST_F(FilterDescriptorTest, OneAfterTheOtherIsGrantedForANamedFile) {
 
 TEST_F(FilterDescriptorTest, NoneForTheRecordOnceThePpdHasBeenRead) {
   // The clock is asked between the PPD file and the record.
-  expected_ = model::runJob(settings_, pages_);
-  expected_.recordBytes.clear();
   struct rlimit old = {};
   getrlimit(RLIMIT_NOFILE, &old);
   environment_.clock = [&old] {
