@@ -44,6 +44,8 @@ TEST_PACKAGES=(
   "zsh|its completions of drav"
   "poppler-utils|draws PDFs where CUPS's converters are missing; reads PDFs back"
   "netpbm|reads large pictures in tests"
+  "strace|lists the system calls of a job"
+  "binutils|readelf and objdump show how the programs were hardened"
   "git|names the files to check"
   "mandoc|linter of the manual pages"
 )

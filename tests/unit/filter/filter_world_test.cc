@@ -148,6 +148,7 @@ class FilterDescriptorTest : public FilterFixture {
     settings_.docCutType = 1;
     describe(settings_, true);
     writeFile(rasterPath(), rawRaster(pages_));
+    expected_ = model::runJob(settings_, pages_);
   }
 
   void expectPrinted(const FilterResult& result, bool records, size_t pictures) {
@@ -177,14 +178,12 @@ class FilterDescriptorTest : public FilterFixture {
 };
 
 TEST_F(FilterDescriptorTest, OneAfterTheOtherIsGranted) {
-  expected_ = model::runJob(settings_, pages_);
   expectNothing(fromInput(0), "ERROR:Unable to open PPD file ");
   expectPrinted(fromInput(1), true, 0);
   expectPrinted(fromInput(2), true, 4);
 }
 
 TEST_F(FilterDescriptorTest, OneAfterTheOtherIsGrantedForANamedFile) {
-  expected_ = model::runJob(settings_, pages_);
   expectNothing(fromFile(0), "ERROR:Unable to open raster file!");
   expectNothing(fromFile(1), "ERROR:Unable to open PPD file ");
   expectPrinted(fromFile(2), true, 0);
@@ -193,8 +192,6 @@ TEST_F(FilterDescriptorTest, OneAfterTheOtherIsGrantedForANamedFile) {
 
 TEST_F(FilterDescriptorTest, NoneForTheRecordOnceThePpdHasBeenRead) {
   // The clock is asked between the PPD file and the record.
-  expected_ = model::runJob(settings_, pages_);
-  expected_.recordBytes.clear();
   struct rlimit old = {};
   getrlimit(RLIMIT_NOFILE, &old);
   environment_.clock = [&old] {
