@@ -3,7 +3,7 @@
 """Stages an installation and looks at how its programs were hardened.
 
     test_hardening.py --cmake CMAKE --build FOLDER --filter-dir FOLDER
-                      [--fortified] [--control-flow]
+                      [--with-clean] [--fortified] [--control-flow]
 """
 import argparse
 import os
@@ -18,6 +18,9 @@ import tempfile
 import unittest
 
 ARGUMENTS = argparse.Namespace()
+# The command line's library prints numbers with std::to_string, which hands
+# vsnprintf on by its address.
+UNCHECKED = {"drav": {"vsnprintf"}}
 
 
 def binutils(*command: str | pathlib.Path) -> str:
@@ -40,10 +43,18 @@ class HardeningTest(unittest.TestCase):
         cls.programs = {
             "rastertodrav": cls.stage / filter_dir.relative_to("/") / "rastertodrav",
             "drav": cls.stage / "usr/bin/drav"}
+        if ARGUMENTS.with_clean:
+            cls.programs["drav-clean"] = cls.stage / "usr/libexec/drav/drav-clean"
 
     def each(self, *command: str) -> dict[str, str]:
         """What a program of binutils says of each of ours."""
         return {name: binutils(*command, path) for name, path in self.programs.items()}
+
+    def test_nothing_else_can_be_run(self) -> None:
+        """Every program and library of the installation is looked at here."""
+        machine_code = sorted(path for path in self.stage.rglob("*") if path.is_file()
+                              and path.read_bytes()[:4] == b"\x7fELF")
+        self.assertEqual(machine_code, sorted(self.programs.values()))
 
     def test_position_independent(self) -> None:
         for name, text in self.each("readelf", "-hdW").items():
@@ -86,7 +97,8 @@ class HardeningTest(unittest.TestCase):
                 self.assertRegex(text, r"UND __fprintf_chk\b")
                 self.assertRegex(text, r"UND __snprintf_chk\b")
                 # Every formatted print of ours is a checked one.
-                self.assertEqual(re.findall(r"UND (v?s?n?f?printf)@", text), [])
+                unchecked = set(re.findall(r"UND (v?[sdf]?n?w?printf)@", text))
+                self.assertLessEqual(unchecked, UNCHECKED.get(name, set()))
 
     def test_control_flow(self) -> None:
         """Functions begin with a landing pad, wherever an indirect call may go."""
@@ -115,6 +127,7 @@ def main() -> None:
     parser.add_argument("--cmake", required=True)
     parser.add_argument("--build", required=True)
     parser.add_argument("--filter-dir", required=True)
+    parser.add_argument("--with-clean", action="store_true")
     parser.add_argument("--fortified", action="store_true")
     parser.add_argument("--control-flow", action="store_true")
     _, rest = parser.parse_known_args(namespace=ARGUMENTS)
