@@ -31,7 +31,7 @@ class StorageCase(FilterCase):
         self.assertEqual((outcome.status, outcome.errors), (0, []))
         self.whole = outcome.stdout
         self.files = self.stored()
-        self.assertEqual(sorted(self.files), ["cmds", *(str(number) for number in range(6))])
+        self.assertEqual(sorted(self.files), [*map(str, range(6)), "cmds"])
         self.clear_spool()
 
     def job(self, *, prepare: Callable[[], None] | None = None, named: bool = False) -> Outcome:
@@ -194,6 +194,7 @@ class CutRasterTest(FilterCase):
         start = filter_case.ZEROS + filter_case.JOB_SETUP
         end = filter_case.PARTIAL_CUT + filter_case.JOB_END
         whole = self.run_filter(RASTER, ppd=ppd).stdout
+        self.assertEqual(len(self.pictures()), 2 * len(PAGES))
         ends = [match.end() for match in re.finditer(re.escape(filter_case.PAGE_END), whole)]
         self.assertEqual(len(ends), len(PAGES))
         for number in range(60):
@@ -207,6 +208,7 @@ class CutRasterTest(FilterCase):
                     at += len(parts[done])
                     done += 1
                 begun = cut >= at + cups_raster.HEADER_SIZES[version]
+                self.clear_spool()
                 outcome = self.run_filter(raster[:cut], ppd=ppd)
                 printed = whole[:ends[done - 1]] if done else start
                 if not done and not begun:
@@ -215,7 +217,6 @@ class CutRasterTest(FilterCase):
                     self.assert_job(outcome, printed + page_start * begun + end)
                 self.decode(outcome)
                 self.assertEqual(len(self.pictures()), 2 * done)
-                self.clear_spool()
 
 
 if __name__ == "__main__":

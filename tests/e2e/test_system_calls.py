@@ -35,7 +35,7 @@ CALLS = frozenset((
 READABLE = re.compile(
     r"/etc/ld\.so\.(?:cache|preload)"
     r"|/(?:usr/)?lib(?:32|64|x32)?/(?:[\w+-]+/)?[\w+.-]+\.so(?:\.[\d.]+)?"
-    r"|/etc/localtime|/usr/share/zoneinfo/[\w/+-]+"
+    r"|/etc/localtime|/usr/share/zoneinfo/[\w/+:-]+"
     r"|/usr/lib/locale/[\w./@-]+|/usr/share/(?:cups/)?locale/[\w./@-]+"
     r"|/etc/cups/client\.conf|/etc/gnutls/config|/proc/sys/crypto/fips_enabled")
 

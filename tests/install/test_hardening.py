@@ -3,7 +3,7 @@
 """Stages an installation and looks at how its programs were hardened.
 
     test_hardening.py --cmake CMAKE --build FOLDER --filter-dir FOLDER
-                      [--fortified] [--control-flow]
+                      [--with-clean] [--fortified] [--control-flow]
 """
 import argparse
 import os
@@ -18,6 +18,11 @@ import tempfile
 import unittest
 
 ARGUMENTS = argparse.Namespace()
+# The command line's library prints numbers with std::to_string, which hands
+# vsnprintf on by its address.
+UNCHECKED = {"drav": {"vsnprintf"}}
+# Of the C library, in every program.
+START_FILES = frozenset(("_start", "_init", "_fini"))
 
 
 def binutils(*command: str | pathlib.Path) -> str:
@@ -40,10 +45,18 @@ class HardeningTest(unittest.TestCase):
         cls.programs = {
             "rastertodrav": cls.stage / filter_dir.relative_to("/") / "rastertodrav",
             "drav": cls.stage / "usr/bin/drav"}
+        if ARGUMENTS.with_clean:
+            cls.programs["drav-clean"] = cls.stage / "usr/libexec/drav/drav-clean"
 
     def each(self, *command: str) -> dict[str, str]:
         """What a program of binutils says of each of ours."""
         return {name: binutils(*command, path) for name, path in self.programs.items()}
+
+    def test_nothing_else_can_be_run(self) -> None:
+        """Every program and library of the installation is looked at here."""
+        machine_code = sorted(path for path in self.stage.rglob("*") if path.is_file()
+                              and path.read_bytes()[:4] == b"\x7fELF")
+        self.assertEqual(machine_code, sorted(self.programs.values()))
 
     def test_position_independent(self) -> None:
         for name, text in self.each("readelf", "-hdW").items():
@@ -86,7 +99,8 @@ class HardeningTest(unittest.TestCase):
                 self.assertRegex(text, r"UND __fprintf_chk\b")
                 self.assertRegex(text, r"UND __snprintf_chk\b")
                 # Every formatted print of ours is a checked one.
-                self.assertEqual(re.findall(r"UND (v?s?n?f?printf)@", text), [])
+                unchecked = set(re.findall(r"UND (v?[sdf]?n?w?printf)@", text))
+                self.assertLessEqual(unchecked, UNCHECKED.get(name, set()))
 
     def test_control_flow(self) -> None:
         """Functions begin with a landing pad, wherever an indirect call may go."""
@@ -97,12 +111,20 @@ class HardeningTest(unittest.TestCase):
             self.skipTest(f"no landing pads are known for {platform.machine()}")
         for name, text in self.each("objdump", "-d", "--no-show-raw-insn", "-j", ".text").items():
             with self.subTest(name):
-                first = dict(re.findall(r"^[0-9a-f]+ <([^>]+)>:\n\s*[0-9a-f]+:\s+(\S+)", text,
+                first = dict(re.findall(r"^([0-9a-f]+) <[^>]+>:\n\s*[0-9a-f]+:\s+(\S+)", text,
                                         re.MULTILINE))
-                self.assertRegex(first["main"], pad)
-                padded = [function for function, word in first.items() if re.match(pad, word)]
-                # All but static functions that are only ever called by name.
-                self.assertGreater(len(padded), len(first) / 2)
+                functions = self.visible_functions(name)
+                self.assertIn("main", functions)
+                self.assertEqual([function for function, address in functions.items()
+                                  if not re.match(pad, first[address])], [])
+
+    def visible_functions(self, name: str) -> dict[str, str]:
+        """Our functions that other files can name, by their addresses; static ones may
+        be called by name alone and need no pad."""
+        symbols = binutils("readelf", "-sW", self.programs[name])
+        found = re.findall(r"^\s*\d+: ([0-9a-f]+)\s+\S+\s+FUNC\s+(?:GLOBAL|WEAK)\s+\S+\s+\d+ (\S+)",
+                           symbols, re.MULTILINE)
+        return {function: address for address, function in found if function not in START_FILES}
 
     def test_rights(self) -> None:
         for name, path in self.programs.items():
@@ -115,6 +137,7 @@ def main() -> None:
     parser.add_argument("--cmake", required=True)
     parser.add_argument("--build", required=True)
     parser.add_argument("--filter-dir", required=True)
+    parser.add_argument("--with-clean", action="store_true")
     parser.add_argument("--fortified", action="store_true")
     parser.add_argument("--control-flow", action="store_true")
     _, rest = parser.parse_known_args(namespace=ARGUMENTS)

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <system_error>
 
@@ -35,7 +35,8 @@ void writeFile(const std::string& path, const Bytes& bytes) {
   // disk at once, which would make up most of the tests' time.
   std::remove(path.c_str());
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  std::copy(bytes.begin(), bytes.end(), std::ostreambuf_iterator<char>(out));
+  out.write(reinterpret_cast<const char*>(bytes.data()),
+            static_cast<std::streamsize>(bytes.size()));
   out.close();
   if (!out.good()) throw std::runtime_error("cannot write " + path);
 }
@@ -47,8 +48,10 @@ void writeFile(const std::string& path, const std::string& text) {
 Bytes readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   EXPECT_TRUE(in.good()) << "cannot read " << path;
-  const std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  return {content.begin(), content.end()};
+  std::ostringstream content;
+  content << in.rdbuf();
+  const std::string text = content.str();
+  return {text.begin(), text.end()};
 }
 
 MemoryStream::MemoryStream() : stream_(open_memstream(&data_, &size_)) {

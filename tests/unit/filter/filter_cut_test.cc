@@ -70,8 +70,7 @@ class FilterCutTest : public FilterFixture {
 
 TEST_F(FilterCutTest, EveryByteOfTheSyncWordAndTheFirstHeader) {
   for (const StreamForm& form : streamForms()) {
-    const size_t step = &form == &streamForms()[0] ? 1 : 5;
-    for (size_t end = 0; end < kSyncBytes + form.headerBytes; end += step) {
+    for (size_t end = 0; end < kSyncBytes + form.headerBytes; ++end) {
       expectCutAt(form, end);
       if (HasFailure()) return;
     }
@@ -79,17 +78,8 @@ TEST_F(FilterCutTest, EveryByteOfTheSyncWordAndTheFirstHeader) {
 }
 
 TEST_F(FilterCutTest, EveryByteOfALaterHeader) {
-  const StreamForm& form = streamForms()[0];
-  for (size_t at = 0; at < form.headerBytes; ++at) {
-    expectCutAt(form, secondHeader(form) + at);
-    if (HasFailure()) return;
-  }
-}
-
-TEST_F(FilterCutTest, BytesOfALaterHeaderOfTheOtherForms) {
-  for (const size_t other : {size_t{1}, size_t{2}}) {
-    const StreamForm& form = streamForms()[other];
-    for (size_t at = 0; at < form.headerBytes; at += 7) {
+  for (const StreamForm& form : streamForms()) {
+    for (size_t at = 0; at < form.headerBytes; ++at) {
       expectCutAt(form, secondHeader(form) + at);
       if (HasFailure()) return;
     }

@@ -192,6 +192,7 @@ TEST_P(FilterMemoryTest, EachRefusalOfATwoPageJob) {
   const int requests = refuseEach(pages, Refusal::everyFurther);
   EXPECT_GE(requests, 15) << "printer, page buffers, work buffers, pictures' names, rows";
   EXPECT_EQ(refuseEach(pages, Refusal::onlyOne), requests);
+  RecordProperty("requests", requests);
 }
 
 TEST_P(FilterMemoryTest, EachRefusalOfPagesThatAreBuiltAsImages) {
@@ -201,6 +202,7 @@ TEST_P(FilterMemoryTest, EachRefusalOfPagesThatAreBuiltAsImages) {
   const int requests = refuseEach(pages, Refusal::everyFurther);
   EXPECT_GE(requests, 15);
   EXPECT_EQ(refuseEach(pages, Refusal::onlyOne), requests);
+  RecordProperty("requests", requests);
 }
 
 TEST_P(FilterMemoryTest, RefusalsBeforeAnythingWasMadeForTheProcess) {
@@ -215,6 +217,7 @@ TEST_P(FilterMemoryTest, RefusalsBeforeAnythingWasMadeForTheProcess) {
     ASSERT_NE(ending, nullptr);
     if (refused_ == 0) {
       EXPECT_EQ(ending, &endings.undisturbed());
+      RecordProperty("requests", granted);
       return;
     }
     expectReported(result, *ending);
@@ -227,9 +230,13 @@ INSTANTIATE_TEST_SUITE_P(AllHalftones, FilterMemoryTest, testing::Range(0, kHalf
 class FilterPageMemoryTest : public FilterMemoryTest {};
 
 TEST_P(FilterPageMemoryTest, EachRefusalOfPagesInLargeMemoryPages) {
+  settings_.savesFail = true;  // megabytes that are not looked at here
+  describe(settings_, true);
   const std::vector<model::RasterPage> pages = {patternPage("text", 1024, 4099),
                                                 patternPage("text", 1024, 4500)};
-  EXPECT_GE(refuseEach(pages, Refusal::everyFurther), 15);
+  const int requests = refuseEach(pages, Refusal::everyFurther);
+  EXPECT_GE(requests, 15);
+  RecordProperty("requests", requests);
 }
 
 INSTANTIATE_TEST_SUITE_P(Threshold, FilterPageMemoryTest, testing::Values(0));

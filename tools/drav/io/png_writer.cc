@@ -9,6 +9,7 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -37,7 +38,8 @@ struct PngWriter::State {
 namespace {
 
 void keepMessage(std::array<char, 200>& message, const char* text) {
-  (void)std::snprintf(message.data(), message.size(), "%s", text);
+  const size_t length = std::string_view(text).copy(message.data(), message.size() - 1);
+  message[length] = '\0';
 }
 
 // The functions that libpng calls back. They hold nothing that a jump would leak.
