@@ -22,6 +22,12 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
+# pkg-config sees what is there, not what this system has.
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${DRAV_ARM64_SYSROOT})
+set(ENV{PKG_CONFIG_LIBDIR}
+    ${DRAV_ARM64_SYSROOT}/usr/lib/aarch64-linux-gnu/pkgconfig:${DRAV_ARM64_SYSROOT}/usr/share/pkgconfig)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L ${DRAV_ARM64_SYSROOT})
+
 # What libcups needs besides is found beside it.
 foreach(folder lib/aarch64-linux-gnu usr/lib/aarch64-linux-gnu)
   string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT " -Wl,-rpath-link,${DRAV_ARM64_SYSROOT}/${folder}")

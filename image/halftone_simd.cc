@@ -446,6 +446,9 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 void appendVectorHalftones(std::vector<HalftoneVariant>& variants) {
+#if defined(DRAV_ALL_VECTORS) && (HWY_TARGETS & HWY_EMU128)
+  variants.push_back({"emu128", drav_vector::N_EMU128::halftone});
+#endif
 #if HWY_TARGETS & HWY_SSSE3
   if (drav_vector::hasSsse3()) variants.push_back({"ssse3", drav_vector::N_SSSE3::halftone});
 #endif
@@ -454,6 +457,13 @@ void appendVectorHalftones(std::vector<HalftoneVariant>& variants) {
 #endif
 #if HWY_TARGETS & HWY_AVX2
   if (drav_vector::hasAvx2()) variants.push_back({"avx2", drav_vector::N_AVX2::halftone});
+#endif
+#if HWY_TARGETS & HWY_AVX3
+  if (drav_vector::hasAvx512()) variants.push_back({"avx512", drav_vector::N_AVX3::halftone});
+#endif
+#if HWY_TARGETS & HWY_AVX3_DL
+  if (drav_vector::hasAvx512Dl())
+    variants.push_back({"avx512dl", drav_vector::N_AVX3_DL::halftone});
 #endif
 #if HWY_TARGETS & HWY_NEON
   variants.push_back({"neon", drav_vector::N_NEON::halftone});

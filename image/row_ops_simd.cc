@@ -100,12 +100,16 @@ void replace(const uint8_t* row, size_t width, const LevelTable& table, uint8_t*
   const size_t lanes = hn::Lanes(d);
   for (; x + lanes <= width; x += lanes) {
     // Sixteen look-ups of sixteen entries: the saturating addition sets the top
-    // bit of every index outside the part's range, which looks up 0.
+    // bit of every index outside the part's range, which looks up 0. Of the others
+    // x86 minds the low four bits alone; NEON looks 0 up for 16 and above.
     auto index = hn::LoadU(d, row + x);
     auto result = hn::Zero(d);
     for (size_t part = 0; part < 256; part += 16) {
       const auto entries = hn::LoadDup128(d, table.data() + part);
-      const auto local = hn::SaturatedAdd(index, hn::Set(d, uint8_t{0x70}));
+      auto local = hn::SaturatedAdd(index, hn::Set(d, uint8_t{0x70}));
+#if !HWY_ARCH_X86 || HWY_TARGET == HWY_EMU128
+      local = hn::And(local, hn::Set(d, uint8_t{0x8F}));
+#endif
       result = hn::Or(result, hn::TableLookupBytesOr0(entries, local));
       index = hn::Sub(index, hn::Set(d, uint8_t{16}));
     }
@@ -142,6 +146,10 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 void appendVectorRowOps(std::vector<RowOpsVariant>& variants) {
+#if defined(DRAV_ALL_VECTORS) && (HWY_TARGETS & HWY_EMU128)
+  variants.push_back({"emu128", drav_vector::N_EMU128::pack, drav_vector::N_EMU128::replace,
+                      drav_vector::N_EMU128::reverse});
+#endif
 #if HWY_TARGETS & HWY_SSSE3
   if (drav_vector::hasSsse3()) {
     variants.push_back({"ssse3", drav_vector::N_SSSE3::pack, drav_vector::N_SSSE3::replace,
@@ -158,6 +166,18 @@ void appendVectorRowOps(std::vector<RowOpsVariant>& variants) {
   if (drav_vector::hasAvx2()) {
     variants.push_back({"avx2", drav_vector::N_AVX2::pack, drav_vector::N_AVX2::replace,
                         drav_vector::N_AVX2::reverse});
+  }
+#endif
+#if HWY_TARGETS & HWY_AVX3
+  if (drav_vector::hasAvx512()) {
+    variants.push_back({"avx512", drav_vector::N_AVX3::pack, drav_vector::N_AVX3::replace,
+                        drav_vector::N_AVX3::reverse});
+  }
+#endif
+#if HWY_TARGETS & HWY_AVX3_DL
+  if (drav_vector::hasAvx512Dl()) {
+    variants.push_back({"avx512dl", drav_vector::N_AVX3_DL::pack, drav_vector::N_AVX3_DL::replace,
+                        drav_vector::N_AVX3_DL::reverse});
   }
 #endif
 #if HWY_TARGETS & HWY_NEON

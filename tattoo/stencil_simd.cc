@@ -150,7 +150,7 @@ struct PairSums {
   hn::Vec<Ints> upper;
 };
 
-#if HWY_ARCH_X86
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
 // Interleaved pairs of samples and taps: pmaddwd.
 HWY_INLINE PairSums addPair(PairSums sums, hn::Vec<Shorts> a, hn::Vec<Shorts> b, int16_t ta,
                             int16_t tb) {
@@ -515,9 +515,10 @@ class StencilWavefront {
   }
 
   HWY_INLINE static bool isBlank(const uint8_t* pixels) {
-    hn::TFromD<hn::Repartition<uint64_t, Bytes>> levels = 0;
-    std::memcpy(&levels, pixels, hn::Lanes(Floats()));
-    return levels == 0;
+    uint64_t levels[(HWY_LANES(float) + 7) / 8] = {};
+    std::memcpy(levels, pixels, hn::Lanes(Floats()));
+    return std::all_of(std::begin(levels), std::end(levels),
+                       [](uint64_t eight) { return eight == 0; });
   }
 
   // ---- Dust
@@ -732,6 +733,9 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 void appendVectorStencils(std::vector<StencilVariant>& variants) {
+#if defined(DRAV_ALL_VECTORS) && (HWY_TARGETS & HWY_EMU128)
+  variants.push_back({"emu128", drav_stencil::N_EMU128::stencil});
+#endif
 #if HWY_TARGETS & HWY_SSSE3
   if (drav_stencil::hasSsse3()) variants.push_back({"ssse3", drav_stencil::N_SSSE3::stencil});
 #endif
@@ -740,6 +744,13 @@ void appendVectorStencils(std::vector<StencilVariant>& variants) {
 #endif
 #if HWY_TARGETS & HWY_AVX2
   if (drav_stencil::hasAvx2()) variants.push_back({"avx2", drav_stencil::N_AVX2::stencil});
+#endif
+#if HWY_TARGETS & HWY_AVX3
+  if (drav_stencil::hasAvx512()) variants.push_back({"avx512", drav_stencil::N_AVX3::stencil});
+#endif
+#if HWY_TARGETS & HWY_AVX3_DL
+  if (drav_stencil::hasAvx512Dl())
+    variants.push_back({"avx512dl", drav_stencil::N_AVX3_DL::stencil});
 #endif
 #if HWY_TARGETS & HWY_NEON
   variants.push_back({"neon", drav_stencil::N_NEON::stencil});

@@ -5,15 +5,22 @@
 // Fused multiply-add, half floats and AES are switched off: nothing here needs
 // them, floating point must not be fused, and without them the AVX2 code needs
 // AVX2 alone and the arm64 code no cryptography extension (a Raspberry Pi 3 or 4
-// has none). AVX-512 and SVE are off because they are not tested.
+// has none). SVE is off because it is not tested. AVX-512 and Highway's emulation of
+// vectors are not shipped; DRAV_ALL_VECTORS adds them so that the digests also hold
+// the code to vectors of other widths (scripts/portability).
 #ifndef TATTOO_VECTOR_TARGETS_H_
 #define TATTOO_VECTOR_TARGETS_H_
 
 #define HWY_DISABLE_BMI2_FMA
 #define HWY_DISABLE_F16C
 #define HWY_DISABLE_PCLMUL_AES
+#if defined(DRAV_ALL_VECTORS)
+#define HWY_WANT_AVX3_DL
+#define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
+#else
 #define HWY_DISABLED_TARGETS \
   (HWY_AVX3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
+#endif
 
 // On arm64 NEON is the base line: no other target, and no target attribute, which
 // would ask for the cryptography extension.
@@ -27,6 +34,23 @@
 namespace drav_stencil {
 
 #if defined(__x86_64__) || defined(__i386__)
+#if defined(DRAV_ALL_VECTORS)
+inline bool hasAvx512() {
+  return static_cast<bool>(__builtin_cpu_supports("avx512f")) &&
+         static_cast<bool>(__builtin_cpu_supports("avx512bw")) &&
+         static_cast<bool>(__builtin_cpu_supports("avx512cd")) &&
+         static_cast<bool>(__builtin_cpu_supports("avx512dq")) &&
+         static_cast<bool>(__builtin_cpu_supports("avx512vl"));
+}
+inline bool hasAvx512Dl() {
+  return hasAvx512() && static_cast<bool>(__builtin_cpu_supports("avx512vnni")) &&
+         static_cast<bool>(__builtin_cpu_supports("avx512vbmi")) &&
+         static_cast<bool>(__builtin_cpu_supports("avx512vbmi2")) &&
+         static_cast<bool>(__builtin_cpu_supports("avx512bitalg")) &&
+         static_cast<bool>(__builtin_cpu_supports("avx512vpopcntdq")) &&
+         static_cast<bool>(__builtin_cpu_supports("vpclmulqdq"));
+}
+#endif
 inline bool hasAvx2() { return static_cast<bool>(__builtin_cpu_supports("avx2")); }
 inline bool hasSse4() {
   return static_cast<bool>(__builtin_cpu_supports("sse4.1")) &&
