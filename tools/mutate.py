@@ -37,7 +37,7 @@ FILES = (
     "image/threshold_patterns.cc", "image/palette_image_dither.cc",
     "image/palette_image_tone.cc", "image/row_ops.cc", "image/row_ops_simd.cc",
     "tattoo/*.cc", "tattoo/fast_math.h", "tattoo/error_diffusion_taps.h", "tattoo/unsharp.h",
-    "tattoo/stencil_rows.h",
+    "tattoo/stencil_rows.h", "tattoo/blur_taps.h", "tattoo/*-inl.h",
     "printer/mono_pack.cc", "printer/receipt_ep_printer.cc", "printer/page_stream.cc",
     "filter/commands.cc", "filter/cancel_tail.cc", "filter/settings.cc",
     "filter/page_geometry.cc", "common/ppd_lookup.cc", "common/halftone_names.cc",
