@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/drav/html/html_file.h"
 
+#include <cerrno>
+#include <cstring>
 #include <span>
+
+#include "tools/drav/io/input_file.h"
 
 namespace {
 
@@ -39,7 +43,11 @@ bool writeHtmlFile(OutputFile& file, const std::string& path, std::string_view d
   const std::string_view page = pageText();
   const size_t mark = page.find(kDataMark);
   for (const std::string_view part :
-       {page.substr(0, mark), data, page.substr(mark + kDataMark.size())})
-    (void)std::fwrite(part.data(), 1, part.size(), file.stream());  // complete() tells
+       {page.substr(0, mark), data, page.substr(mark + kDataMark.size())}) {
+    errno = 0;
+    if (std::fwrite(part.data(), 1, part.size(), file.stream()) == part.size()) continue;
+    error = printablePath(path) + ": " + std::strerror(errno != 0 ? errno : EIO);
+    return false;
+  }
   return file.complete(error);
 }
