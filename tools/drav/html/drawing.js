@@ -11,11 +11,13 @@ function colour(name) {
   return getComputedStyle(document.documentElement).getPropertyValue(name).trim();
 }
 
-// Gives the canvas as many pixels as the screen has below it.
+// Gives the canvas as many pixels as the screen has below it: one more or less, and the
+// browser would blur the dots.
 function fitCanvas(canvas) {
   const scale = window.devicePixelRatio || 1;
-  const width = Math.max(1, Math.round(canvas.clientWidth * scale));
-  const height = Math.max(1, Math.round(canvas.clientHeight * scale));
+  const box = canvas.getBoundingClientRect();
+  const width = Math.max(1, Math.round(box.right * scale) - Math.round(box.left * scale));
+  const height = Math.max(1, Math.round(box.bottom * scale) - Math.round(box.top * scale));
   if (canvas.width !== width) canvas.width = width;
   if (canvas.height !== height) canvas.height = height;
 }
