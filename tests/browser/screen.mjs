@@ -156,7 +156,8 @@ export class Proof {
   // of the grid at the left and at the top of each.
   async compareDots(dots, least) {
     const { zoom } = await this.view();
-    const part = { left: 70, top: 50 };
+    const scale = await this.page.evaluate(() => window.devicePixelRatio);
+    const part = { left: 60 * scale, top: 40 * scale };
     const compared = await this.compare((x, y) => dots.isDot(x, y) ? 0 : 255, dots, part,
       zoom >= 8 ? 1 : 0);
     assert.ok(compared >= least, `only ${compared} dots were compared`);
