@@ -71,10 +71,9 @@ async function showOriginal() {
 }
 
 function resize() {
-  const canvas = byId("canvas");
-  fitCanvas(canvas);
-  view.resize(canvas.width, canvas.height);
-  changed();
+  const { width, height } = byId("canvas");
+  view.resize(width, height);
+  draw(); // at once: a canvas of a new size is blank
 }
 
 function showPointer(event) {
@@ -117,7 +116,8 @@ function listen() {
   listenToButtons();
   page.addEventListener("pointermove", showPointer);
   page.addEventListener("pointerleave", () => { byId("pointer").textContent = ""; });
-  new ResizeObserver(resize).observe(byId("view"));
+  keepSize(byId("canvas"), resize);
+  for (const id of ["ruler-top", "ruler-left"]) keepSize(byId(id), changed);
   window.matchMedia("(prefers-color-scheme: dark)").addEventListener("change", changed);
 }
 
@@ -125,7 +125,6 @@ makeHalftones((halftone) => choose(halftone, chosen.brightness));
 makeBrightnesses((brightness) => choose(chosen.halftone, brightness));
 showAbout();
 listen();
-resize();
 moveDivider(0.5);
 showOriginal();
 choose(chosen.halftone, chosen.brightness);
