@@ -11,22 +11,15 @@ function colour(name) {
   return getComputedStyle(document.documentElement).getPropertyValue(name).trim();
 }
 
-// Keeps as many pixels in the canvas as the screen has below it: with one more or less the
-// browser would stretch the dots. Only the browser knows how it rounds; where it does not
-// tell, it is near.
-function keepSize(canvas, resized) {
-  const observer = new ResizeObserver(([entry]) => {
-    const scale = window.devicePixelRatio || 1;
-    const exact = entry.devicePixelContentBoxSize?.[0];
-    canvas.width = Math.max(1, exact ? exact.inlineSize : Math.round(entry.contentRect.width * scale));
-    canvas.height = Math.max(1, exact ? exact.blockSize : Math.round(entry.contentRect.height * scale));
-    resized();
-  });
-  try {
-    observer.observe(canvas, { box: "device-pixel-content-box" });
-  } catch {
-    observer.observe(canvas);
-  }
+// Gives the canvas as many pixels as the screen has below it, counted as browsers do that
+// put boxes on whole ones: with one more or less they would stretch the dots.
+function fitCanvas(canvas) {
+  const scale = window.devicePixelRatio || 1;
+  const box = canvas.getBoundingClientRect();
+  const width = Math.max(1, Math.round(box.right * scale) - Math.round(box.left * scale));
+  const height = Math.max(1, Math.round(box.bottom * scale) - Math.round(box.top * scale));
+  if (canvas.width !== width) canvas.width = width;
+  if (canvas.height !== height) canvas.height = height;
 }
 
 // The part of a picture that is in sight, each of its pixels `shrink` dots wide.
@@ -111,6 +104,7 @@ function drawTicks(first, last, perUnit, dotsPerUnit, at, mark, label) {
 }
 
 function startRuler(canvas) {
+  fitCanvas(canvas);
   const context = canvas.getContext("2d");
   context.clearRect(0, 0, canvas.width, canvas.height);
   const scale = window.devicePixelRatio || 1;

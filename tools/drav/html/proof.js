@@ -71,8 +71,9 @@ async function showOriginal() {
 }
 
 function resize() {
-  const { width, height } = byId("canvas");
-  view.resize(width, height);
+  const canvas = byId("canvas");
+  fitCanvas(canvas);
+  view.resize(canvas.width, canvas.height);
   draw(); // at once: a canvas of a new size is blank
 }
 
@@ -116,8 +117,7 @@ function listen() {
   listenToButtons();
   page.addEventListener("pointermove", showPointer);
   page.addEventListener("pointerleave", () => { byId("pointer").textContent = ""; });
-  keepSize(byId("canvas"), resize);
-  for (const id of ["ruler-top", "ruler-left"]) keepSize(byId(id), changed);
+  new ResizeObserver(resize).observe(byId("view"));
   window.matchMedia("(prefers-color-scheme: dark)").addEventListener("change", changed);
 }
 
@@ -125,6 +125,7 @@ makeHalftones((halftone) => choose(halftone, chosen.brightness));
 makeBrightnesses((brightness) => choose(chosen.halftone, brightness));
 showAbout();
 listen();
+resize();
 moveDivider(0.5);
 showOriginal();
 choose(chosen.halftone, chosen.brightness);
