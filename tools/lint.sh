@@ -18,7 +18,8 @@ build=build/tidy
 folders=(common image tattoo printer filter tools)
 [ "${1-}" = --all ] && folders+=(tests bench)
 cmake --preset tidy -DCMAKE_CXX_CLANG_TIDY= >/dev/null
-cmake --build "$build" --target generated/tools/drav/driver/models.inc >/dev/null
+cmake --build "$build" --target generated/tools/drav/driver/models.inc \
+  generated/tools/drav/html/page.inc >/dev/null
 passed=build/lint-passed
 mkdir -p "$passed"
 mapfile -t sources < <(git ls-files -co --exclude-standard -- "${folders[@]/%//*.cc}")
