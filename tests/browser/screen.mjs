@@ -162,4 +162,10 @@ export class Proof {
       zoom >= 8 ? 1 : 0);
     assert.ok(compared >= least, `only ${compared} dots were compared`);
   }
+
+  // What tells one picture on the screen from another.
+  async digest() {
+    const canvas = this.page.locator("#canvas");
+    return canvas.evaluate((element) => element.toDataURL());
+  }
 }

@@ -7,6 +7,7 @@
 FOLDER gets the package that drives the browser, and the screenshots. What the screen must
 show comes from the PNGs of `drav proof`, decoded here.
 """
+import concurrent.futures
 import json
 import math
 import os
@@ -107,9 +108,10 @@ class Maker:
     def proof(self, *arguments: str) -> None:
         subprocess.run([self.drav, "proof", *arguments, "--quiet"], check=True, timeout=120)
 
-    def dots(self, path: pathlib.Path, *options: str) -> str:
-        png, out = self.folder / "proof.png", self.folder / f"dots-{len(os.listdir(self.folder))}"
-        self.proof(str(path), *options, "-O", str(png))
+    def dots(self, path: pathlib.Path, option: str) -> str:
+        png = path.with_name(f"{path.stem} {option}.png")
+        self.proof(str(path), "-o", option, "-O", str(png))
+        out = png.with_suffix(".dots")
         out.write_bytes(b"".join(pictures.read_png(png.read_bytes()).dots()))
         return str(out)
 
@@ -122,12 +124,13 @@ class Maker:
         ink.write_bytes(b"".join(rows))
         self.proof(str(path), "-O", str(self.folder / "size.png"))
         dots = pictures.read_png((self.folder / "size.png").read_bytes())
-        return {"html": str(self.folder / f"{name}.html"), "width": dots.width,
-                "rows": dots.height, "ink": str(ink), "inkWidth": width,
-                "halftones": {one: self.dots(path, "-o", f"HalftoneType={one}")
-                              for one in HALFTONES},
-                "brightnesses": {step: self.dots(path, "-o", f"Brightness={step}")
-                                 for step in BRIGHTNESSES}}
+        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+            halftones = pool.map(lambda one: self.dots(path, f"HalftoneType={one}"), HALFTONES)
+            brightnesses = pool.map(lambda one: self.dots(path, f"Brightness={one}"), BRIGHTNESSES)
+            return {"html": str(self.folder / f"{name}.html"), "width": dots.width,
+                    "rows": dots.height, "ink": str(ink), "inkWidth": width,
+                    "halftones": dict(zip(HALFTONES, halftones)),
+                    "brightnesses": dict(zip(BRIGHTNESSES, brightnesses))}
 
 
 def main() -> None:
