@@ -194,6 +194,7 @@ class HtmlTest(DravCase):
         name = "<!--<script>alert(1)<!--\\ü\"'&.ras"
         elements, data = self.make(grey_rows(64, 8), name=name)
         self.assertEqual(data["title"], name)
+        self.assertNotIn("<", elements.texts["script", "data"])
         self.assertEqual([tag for tag, _ in elements.found].count("script"), 2)
         raw = b"caf\xe9.ras"
         path = pathlib.Path(str(self.folder).encode().decode() + "/" + raw.decode("utf-8",
