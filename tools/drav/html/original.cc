@@ -44,7 +44,8 @@ bool makeOriginal(const GreyPage& page, Original& original, std::string& error) 
     const uint32_t smallWidth = (width + original.shrink - 1) / original.shrink;
     const uint32_t smallHeight = (height + original.shrink - 1) / original.shrink;
     const auto smaller = areaAverage(levels, width, height, smallWidth, smallHeight);
-    if (!pngData(PngKind::kLevels, smaller, smallWidth, smallWidth, smallHeight, original.data, error))
+    if (!pngData(PngKind::kLevels, smaller, smallWidth, smallWidth, smallHeight, original.data,
+                 error))
       return false;
   }
   return true;
