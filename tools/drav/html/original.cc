@@ -41,11 +41,10 @@ bool makeOriginal(const GreyPage& page, Original& original, std::string& error) 
   if (!pngData(PngKind::kLevels, levels, width, width, height, original.data, error)) return false;
   while (original.data.size() > kMostOriginalBytes) {
     original.shrink *= 2;
-    const uint32_t smallWidth = (width + original.shrink - 1) / original.shrink;
-    const uint32_t smallHeight = (height + original.shrink - 1) / original.shrink;
-    const auto smaller = areaAverage(levels, width, height, smallWidth, smallHeight);
-    if (!pngData(PngKind::kLevels, smaller, smallWidth, smallWidth, smallHeight, original.data,
-                 error))
+    const uint32_t columns = (width + original.shrink - 1) / original.shrink;
+    const uint32_t rows = (height + original.shrink - 1) / original.shrink;
+    const auto smaller = areaAverage(levels, original.width, original.height, columns, rows);
+    if (!pngData(PngKind::kLevels, smaller, columns, columns, rows, original.data, error))
       return false;
   }
   return true;

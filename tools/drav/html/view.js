@@ -31,13 +31,17 @@ class View {
   }
 
   pageZoom() {
-    const margin = 0.96;
-    return Math.min(STEPS.at(-1), margin * this.width / this.sheet.width,
-      margin * this.height / this.sheet.height);
+    return this.evenZoom(Math.min(this.width / this.sheet.width, this.height / this.sheet.height));
   }
 
   widthZoom() {
-    return Math.min(STEPS.at(-1), 0.96 * this.width / this.sheet.width);
+    return this.evenZoom(this.width / this.sheet.width);
+  }
+
+  // With a margin, and whole above 1, where uneven dots would be seen.
+  evenZoom(zoom) {
+    const fitting = Math.min(STEPS.at(-1), 0.96 * zoom);
+    return fitting > 1 ? Math.floor(fitting) : fitting;
   }
 
   fitPage() {
