@@ -1,7 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 # Writes files into a C++ source as byte arrays. Run as
 #   cmake -DOUTPUT=models.inc -DFILES=a.ppd,b.ppd -P embed.cmake
-# For each file an array, and one list kModels of {"name without ending", bytes}.
+# For each file an array, and one list of {"name without ending", bytes}: kModels of
+# EmbeddedModel, or what -DLIST and -DTYPE say.
+if(NOT DEFINED LIST)
+  set(LIST kModels)
+  set(TYPE EmbeddedModel)
+endif()
 string(REPLACE "," ";" files "${FILES}")
 set(text "// Made by cmake/embed.cmake.\n")
 foreach(file IN LISTS files)
@@ -14,5 +19,5 @@ foreach(file IN LISTS files)
          "static_assert(sizeof k_${name} == ${size});\n")
   string(APPEND list "    {\"${name}\", {k_${name}, sizeof k_${name}}},\n")
 endforeach()
-string(APPEND text "constexpr EmbeddedModel kModels[] = {\n${list}};\n")
+string(APPEND text "constexpr ${TYPE} ${LIST}[] = {\n${list}};\n")
 file(WRITE ${OUTPUT} "${text}")

@@ -51,6 +51,12 @@ TEST_PACKAGES=(
 )
 
 # shellcheck disable=SC2034
+BROWSER_PACKAGES=(
+  "chromium|the browser that the page of drav proof --html is tested in"
+  "nodejs|runs the browser test"
+  "npm|gets the package that drives the browser, locked to one version"
+)
+# shellcheck disable=SC2034
 COVERAGE_PACKAGES=(
   "llvm-14|llvm-profdata and llvm-cov"
 )
@@ -86,8 +92,13 @@ fail() {
   exit 2
 }
 
+# Whether the package is there, or another that stands for it, as a newer nodejs may for
+# npm, which then cannot be installed.
 is_installed() {
-  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ] && return 0
+  dpkg-query -W -f='${db:Status-Status}, ${Provides}\n' | awk -F ', *' -v name="$1" '
+    $1 == "installed" { for (i = 2; i <= NF; ++i) { sub(/ .*/, "", $i); if ($i == name) found = 1 } }
+    END { exit !found }'
 }
 
 # Installs what is missing of "package|reason" entries, or says how to.

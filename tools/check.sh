@@ -31,5 +31,6 @@ while IFS= read -r file; do
     echo "$file: no SPDX line in its first three lines" >&2
     status=1
   fi
-done < <(git ls-files -co --exclude-standard -- '*.cc' '*.h' '*.py' '*.sh' '*.cmake' '*CMakeLists.txt' '*.drv' '*.defs' '*.po' scripts .ci)
+done < <(git ls-files -co --exclude-standard -- '*.cc' '*.h' '*.py' '*.sh' '*.cmake' '*CMakeLists.txt' '*.drv' '*.defs' '*.po' \
+  '*.html' '*.css' '*.js' '*.mjs' scripts .ci)
 exit $status

@@ -64,7 +64,8 @@ fi
 [ ${#sources[@]} -gt 0 ] || exit 0
 build=build/tidy
 cmake --preset tidy -DCMAKE_CXX_CLANG_TIDY= >/dev/null
-cmake --build "$build" --target generated/tools/drav/driver/models.inc >/dev/null
+cmake --build "$build" --target generated/tools/drav/driver/models.inc \
+  generated/tools/drav/html/page.inc >/dev/null
 passed=build/lint-passed
 mkdir -p "$passed"
 check_data_flow "${sources[@]}"

@@ -19,39 +19,11 @@
 #include "common/scope_guard.h"
 #include "filter/run_filter.h"
 #include "tools/drav/io/interruption.h"
+#include "tools/drav/io/memory_file.h"
 #include "tools/drav/io/scratch_folder.h"
 #include "tools/drav/job/job_stream.h"
 
 namespace {
-
-// A stream whose bytes end up in memory.
-class MemoryFile {
- public:
-  MemoryFile() : stream_(::open_memstream(&data_, &size_)) {}
-  ~MemoryFile() {
-    if (stream_ != nullptr) (void)std::fclose(stream_);
-    std::free(data_);
-  }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-  MemoryFile(MemoryFile&&) = delete;
-  MemoryFile& operator=(MemoryFile&&) = delete;
-
-  std::FILE* get() const { return stream_; }
-  std::span<const uint8_t> bytes() {
-    (void)std::fflush(stream_);
-    return {reinterpret_cast<const uint8_t*>(data_), size_};
-  }
-  std::string_view text() {
-    const auto all = bytes();
-    return {reinterpret_cast<const char*>(all.data()), all.size()};
-  }
-
- private:
-  char* data_ = nullptr;
-  size_t size_ = 0;
-  std::FILE* stream_;
-};
 
 bool writeAll(int descriptor, const void* data, size_t size) {
   const auto* bytes = static_cast<const uint8_t*>(data);
@@ -87,6 +59,7 @@ bool takeDots(std::span<const uint8_t> stream, DotPage& page, std::string& error
     }
     page.bytesPerRow = command->bytesPerRow;
     page.rows += command->rows;
+    page.bands.push_back(command->rows);
     page.dots.insert(page.dots.end(), command->data.begin(), command->data.end());
   }
   if (reader.error()) error = "the filter's stream cannot be read: " + reader.error()->text;

@@ -17,7 +17,8 @@ struct DotPage {
   uint32_t rows = 0;
   uint32_t dotsPerInchX = 0;  // as the page says; 0 when it does not
   uint32_t dotsPerInchY = 0;
-  std::vector<uint8_t> dots;  // a set bit is a dot; the top bit of a byte is the leftmost
+  std::vector<uint8_t> dots;    // a set bit is a dot; the top bit of a byte is the leftmost
+  std::vector<uint32_t> bands;  // rows of each band that was sent, from the top
 
   uint32_t width() const { return bytesPerRow * 8; }
   bool isDot(uint32_t x, uint32_t y) const {

@@ -1,28 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-// Writes black-and-white pictures as 1-bit grey PNG files (ISO/IEC 15948), row
-// by row, so that no more than a row is held in memory.
+// Writes black-and-white pictures as 1-bit grey PNG files, row by row.
 #ifndef TOOLS_DRAV_IO_PNG_WRITER_H_
 #define TOOLS_DRAV_IO_PNG_WRITER_H_
 
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <span>
 #include <string>
-#include <utility>
-#include <vector>
 
-// What a picture says about itself besides its dots.
-struct PngNotes {
-  uint32_t dotsPerInchX = 0;  // 0: unknown, nothing is said
-  uint32_t dotsPerInchY = 0;
-  // Keyword (1 to 79 letters of Latin-1) and text in UTF-8.
-  std::vector<std::pair<std::string, std::string>> texts;
-};
+#include "tools/drav/io/output_file.h"
+#include "tools/drav/io/png_encoder.h"
 
 class PngWriter {
  public:
-  PngWriter();
-  ~PngWriter();
+  PngWriter() = default;
+  ~PngWriter() = default;
   PngWriter(const PngWriter&) = delete;
   PngWriter& operator=(const PngWriter&) = delete;
   PngWriter(PngWriter&&) = delete;
@@ -48,8 +40,12 @@ class PngWriter {
   [[nodiscard]] bool finish(std::string& error);
 
  private:
-  struct State;
-  std::unique_ptr<State> state_;
+  bool settle(bool well, std::string& error);
+
+  std::string path_;
+  std::optional<OutputFile> file_;  // before the encoder, which writes to it
+  PngEncoder encoder_;
+  bool encoded_ = false;
 };
 
 #endif  // TOOLS_DRAV_IO_PNG_WRITER_H_

@@ -5,6 +5,8 @@
 #include <deque>
 
 #include "tools/drav/draw/text_strip.h"
+#include "tools/drav/html/html_file.h"
+#include "tools/drav/html/html_proof.h"
 #include "tools/drav/io/input_file.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/png_writer.h"
@@ -23,22 +25,36 @@ double millimetres(uint32_t dots, uint32_t dotsPerInch) {
   return dotsPerInch == 0 ? 0 : dots * kMillimetresPerInch / dotsPerInch;
 }
 
-bool collectPages(const PageRequest& request, std::deque<NumberedPage>& pages, PageFacts& facts,
-                  std::string& error) {
+// What a run collects before anything is written.
+struct Collection {
+  std::deque<NumberedPage> pages;
   uint64_t bytes = 0;
-  const auto visitor = [&pages, &bytes](const PageVisit& visit, std::string& why) {
-    NumberedPage page{visit.number, {}};
-    if (!visit.engine.print("", page.dots, why)) return false;
-    bytes += page.dots.dots.size();
-    if (bytes > kMaxDotBytes) {
-      why = "the pictures so far have " + std::to_string(kMaxDotBytes >> 20U) +
+  std::optional<HtmlProof> html;
+};
+
+bool collectDots(const PageVisit& visit, Collection& all, std::string& error) {
+  NumberedPage page{visit.number, {}};
+  if (!visit.engine.print("", page.dots, error)) return false;
+  all.bytes += page.dots.dots.size();
+  if (all.bytes > kMaxDotBytes) {
+    error = "the pictures so far have " + std::to_string(kMaxDotBytes >> 20U) +
             " MiB, the most that is drawn; choose one with --page";
-      return false;
-    }
-    pages.push_back(std::move(page));
-    return true;
+    return false;
+  }
+  all.pages.push_back(std::move(page));
+  return true;
+}
+
+bool collectPages(const PageRequest& request, const ProofOutputs& outputs, Collection& all,
+                  PageFacts& facts, std::string& error) {
+  PageRequest pages = request;
+  if (outputs.picture.empty()) pages.page = std::max(1U, pages.page);
+  const auto visitor = [&outputs, &all](const PageVisit& visit, std::string& why) {
+    if (!outputs.picture.empty() && !collectDots(visit, all, why)) return false;
+    if (outputs.html.empty() || all.html) return true;
+    return makeHtmlProof(visit, all.html.emplace(), why);
   };
-  return runPages(request, visitor, facts, error);
+  return runPages(pages, visitor, facts, error);
 }
 
 PngNotes notesOf(const NumberedPage& page, const PageFacts& facts, const TextStrip& strip) {
@@ -92,33 +108,60 @@ ProofPicture describe(const std::string& path, const NumberedPage& page) {
           static_cast<double>(countDots(dots)) / (static_cast<double>(dots.width()) * dots.rows)};
 }
 
-bool checkOutput(const std::string& path, const PageRequest& request, std::string& error) {
-  const std::string ending = endingOf(path);
-  if (ending.empty() || ending == ".png") return checkNotInput(path, request.input, error);
-  error = printablePath(path) + ": a proof is a PNG, not a " + ending.substr(1);
-  return false;
+bool checkOutputs(const ProofOutputs& outputs, const PageRequest& request, std::string& error) {
+  const std::string ending = endingOf(outputs.picture);
+  if (!ending.empty() && ending != ".png") {
+    error = printablePath(outputs.picture) + ": a proof is a PNG, not a " + ending.substr(1);
+    return false;
+  }
+  const std::string page = endingOf(outputs.html);
+  if (!outputs.html.empty() && page != ".html" && page != ".htm") {
+    error = printablePath(outputs.html) + ": --html writes a file that ends in .html";
+    return false;
+  }
+  return checkNotInput(outputs.picture, request.input, error) &&
+         checkNotInput(outputs.html, request.input, error);
 }
 
-}  // namespace
-
-bool makeProof(const PageRequest& request, const std::string& out,
-               std::vector<ProofPicture>& pictures, PageFacts& facts, std::string& error) {
-  const std::string path = out.empty() ? defaultOutputName(request.input, "-proof.png") : out;
-  if (!checkOutput(path, request, error)) return false;
-  std::deque<NumberedPage> pages;
-  if (!collectPages(request, pages, facts, error)) return false;
-
-  const bool several = pages.size() > 1;
-  std::deque<PngWriter> writers;
-  for (const NumberedPage& page : pages) {
+bool writePictures(const PageRequest& request, const std::string& path, const Collection& all,
+                   ProofReport& report, std::deque<PngWriter>& writers, std::string& error) {
+  const bool several = all.pages.size() > 1;
+  for (const NumberedPage& page : all.pages) {
     const std::string name =
         several ? insertBeforeEnding(path, std::string("-").append(std::to_string(page.number)))
                 : path;
     if (!checkNotInput(name, request.input, error) ||
-        !writePicture(writers.emplace_back(), name, page, facts, error))
+        !writePicture(writers.emplace_back(), name, page, report.facts, error))
       return false;
-    pictures.push_back(describe(name, page));
+    report.pictures.push_back(describe(name, page));
   }
+  return true;
+}
+
+bool writePage(const std::string& path, const Collection& all, ProofReport& report,
+               OutputFile& file, std::string& error) {
+  if (!all.html) return true;
+  report.html = {path, all.html->page, all.html->combinations, all.html->allCombinations};
+  return writeHtmlFile(file, path, all.html->data, error);
+}
+
+}  // namespace
+
+bool makeProof(const PageRequest& request, const ProofOutputs& outputs, ProofReport& report,
+               std::string& error) {
+  ProofOutputs names = outputs;
+  if (names.picture.empty() && names.html.empty())
+    names.picture = defaultOutputName(request.input, "-proof.png");
+  if (!checkOutputs(names, request, error)) return false;
+  Collection all;
+  if (!collectPages(request, names, all, report.facts, error)) return false;
+
+  std::deque<PngWriter> writers;
+  OutputFile html;
+  if (!writePictures(request, names.picture, all, report, writers, error) ||
+      !writePage(names.html, all, report, html, error))
+    return false;
   return std::all_of(writers.begin(), writers.end(),
-                     [&error](PngWriter& png) { return png.finish(error); });
+                     [&error](PngWriter& png) { return png.finish(error); }) &&
+         (!report.html || html.commit(error));
 }

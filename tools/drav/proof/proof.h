@@ -3,6 +3,7 @@
 #ifndef TOOLS_DRAV_PROOF_PROOF_H_
 #define TOOLS_DRAV_PROOF_PROOF_H_
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,14 +20,40 @@ struct ProofPicture {
   double coverage = 0;  // share of the dots that are set, from 0 to 1
 };
 
-// Prints the pages of `request` in memory and writes one PNG a page, one pixel a dot,
-// with its resolution and with texts that tell where it comes from: `out` itself for one
-// page or a page that was asked for, "out-1.png" and so on for several. Without `out`
-// the name is made from the input's, in the current folder. A page that is only near to
-// what a queue would send has a strip above it that says so. False with one line in
-// `error`; no file is then new or changed.
-[[nodiscard]] bool makeProof(const PageRequest& request, const std::string& out,
-                             std::vector<ProofPicture>& pictures, PageFacts& facts,
-                             std::string& error);
+// An HTML file that was written.
+struct ProofHtml {
+  std::string path;
+  unsigned page = 0;
+  size_t combinations = 0;     // of halftone and brightness that are in it
+  size_t allCombinations = 0;  // that the driver has
+};
+
+// Where to write. Both may be given; with none, a picture is written.
+struct ProofOutputs {
+  std::string picture;
+  std::string html;
+};
+
+// What was done.
+struct ProofReport {
+  std::vector<ProofPicture> pictures;
+  std::optional<ProofHtml> html;
+  PageFacts facts;
+};
+
+// Prints the pages of `request` in memory.
+//
+// Pictures are one PNG a page, one pixel a dot, with its resolution and with texts that
+// tell where it comes from: the name itself for one page or a page that was asked for,
+// "name-1.png" and so on for several. With no output at all the name is made from the
+// input's, in the current folder. A page that is only near to what a queue would send has
+// a strip above it that says so.
+//
+// The HTML file is as tools/drav/html/html_proof.h says, of the page that was asked for,
+// else of the first.
+//
+// False with one line in `error`; no file is then new or changed.
+[[nodiscard]] bool makeProof(const PageRequest& request, const ProofOutputs& outputs,
+                             ProofReport& report, std::string& error);
 
 #endif  // TOOLS_DRAV_PROOF_PROOF_H_

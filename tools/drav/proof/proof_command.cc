@@ -13,8 +13,12 @@ namespace {
 
 struct Arguments {
   PageRequest request;
-  std::string out;
+  ProofOutputs outputs;
 };
+
+std::string accuracyOf(const PageFacts& facts) {
+  return facts.approximation.empty() ? "exact" : "approximate: " + facts.approximation;
+}
 
 // "drawing-proof.png: 2400 x 3508 dots, 203.2 x 297.0 mm, 12.4 % black, exact"
 std::string summary(const ProofPicture& picture, const PageFacts& facts) {
@@ -27,19 +31,25 @@ std::string summary(const ProofPicture& picture, const PageFacts& facts) {
     line += text.data();
   }
   (void)std::snprintf(text.data(), text.size(), "%.1f %% black, ", picture.coverage * 100);
-  return line + text.data() +
-         (facts.approximation.empty() ? "exact" : "approximate: " + facts.approximation);
+  return line + text.data() + accuracyOf(facts);
+}
+
+// "drawing.html: page 1, 22 of 130 combinations of halftone and brightness, exact"
+std::string summary(const ProofHtml& html, const PageFacts& facts) {
+  return html.path + ": page " + std::to_string(html.page) + ", " +
+         std::to_string(html.combinations) + " of " + std::to_string(html.allCombinations) +
+         " combinations of halftone and brightness, " + accuracyOf(facts);
 }
 
 int run(const Arguments& arguments) {
-  std::vector<ProofPicture> pictures;
-  PageFacts facts;
+  ProofReport report;
   std::string error;
-  if (!makeProof(arguments.request, arguments.out, pictures, facts, error))
-    return failCommand(error);
+  if (!makeProof(arguments.request, arguments.outputs, report, error)) return failCommand(error);
   if (arguments.request.quiet) return kExitDone;
-  printNotes(facts);
-  for (const ProofPicture& picture : pictures) std::cout << summary(picture, facts) << "\n";
+  printNotes(report.facts);
+  for (const ProofPicture& picture : report.pictures)
+    std::cout << summary(picture, report.facts) << "\n";
+  if (report.html) std::cout << summary(*report.html, report.facts) << "\n";
   return kExitDone;
 }
 
@@ -50,14 +60,20 @@ Command addProof(CLI::App& app) {
   CLI::App* proof = app.add_subcommand("proof", "Show the dots of a document before it prints");
   addPageOptions(*proof, arguments->request);
   proof
-      ->add_option("-O,--output", arguments->out,
+      ->add_option("-O,--output", arguments->outputs.picture,
                    "Picture to write: PNG, one pixel a dot; several pages become OUT-1.png ...; "
                    "without, INPUT-proof.png in the current folder")
       ->type_name("OUT.png");
+  proof
+      ->add_option("--html", arguments->outputs.html,
+                   "Page to write: one file, to look at in a browser, before and after, with "
+                   "every halftone; of --page or of the first page. No PNG then without -O")
+      ->type_name("OUT.html");
   proof->footer(
       "Examples:\n"
       "  drav proof drawing.pdf\n"
       "  drav proof drawing.png -o HalftoneType=Tattoo_X8 -O stencil.png\n"
+      "  drav proof drawing.pdf --html drawing.html\n"
       "  drav proof receipts.pdf --page 2 --ppd /etc/cups/ppd/counter.ppd\n\n"
       "DRAV_CUPSFILTER and DRAV_PDFTOPPM name the converters where they are not found by\n"
       "themselves; empty, they are not used.\n");

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+// What is on the screen of a proof, and what ought to be.
+import assert from "node:assert/strict";
+import fs from "node:fs";
+
+const BAND_ROWS = 96;
+
+// The dots of a page as a PNG of drav proof has them.
+export class Dots {
+  constructor(file, width, rows) {
+    this.packed = fs.readFileSync(file);
+    Object.assign(this, { width, rows });
+    assert.equal(this.packed.length, width / 8 * rows);
+  }
+
+  isDot(x, y) {
+    return (this.packed[y * this.width / 8 + (x >> 3)] >> (7 - x % 8) & 1) === 1;
+  }
+
+  black(from = 0, to = this.rows) {
+    let count = 0;
+    for (const byte of this.packed.subarray(from * this.width / 8, to * this.width / 8))
+      for (let rest = byte; rest; rest &= rest - 1) ++count;
+    return count;
+  }
+
+  // "12.3 %" of a part of the rows.
+  share(from = 0, to = this.rows) {
+    return `${(100 * this.black(from, to) / ((to - from) * this.width)).toFixed(1)} %`;
+  }
+
+  heaviestBand() {
+    let best = { share: -1 };
+    for (let from = 0; from < this.rows; from += BAND_ROWS) {
+      const to = Math.min(this.rows, from + BAND_ROWS);
+      const share = this.black(from, to) / (to - from);
+      if (share > best.share) best = { share, from, to };
+    }
+    return best;
+  }
+}
+
+// A grey picture of part of the screen, in the screen's own pixels.
+export class Shot {
+  constructor({ width, height, levels }, box) {
+    Object.assign(this, { levels, pitch: width, left: box.x, top: box.y });
+    this.width = Math.min(box.width, width - box.x);
+    this.height = Math.min(box.height, height - box.y);
+  }
+
+  at(x, y) {
+    return this.levels[(this.top + y) * this.pitch + this.left + x];
+  }
+}
+
+// Decodes screenshots in a window of its own, so that no other goes to the background.
+export async function makeDecoder(browser) {
+  const page = await browser.newPage();
+  return async (png) => {
+    const { width, height, text } = await page.evaluate(async (address) => {
+      const image = new Image();
+      image.src = address;
+      await image.decode();
+      const canvas = new OffscreenCanvas(image.width, image.height);
+      const context = canvas.getContext("2d");
+      context.drawImage(image, 0, 0);
+      const { data } = context.getImageData(0, 0, image.width, image.height);
+      let text = "";
+      for (let at = 1; at < data.length; at += 4) text += String.fromCharCode(data[at]);
+      return { width: image.width, height: image.height, text: btoa(text) };
+    }, `data:image/png;base64,${png.toString("base64")}`);
+    return { width, height, levels: Buffer.from(text, "base64") };
+  };
+}
+
+// A page of a proof that is open, with all that it said and asked for.
+export class Proof {
+  constructor(page, decode) {
+    Object.assign(this, { page, decode, complaints: [], requests: [] });
+    page.on("console", (message) => this.complaints.push(`${message.type()}: ${message.text()}`));
+    page.on("pageerror", (error) => this.complaints.push(`error: ${error.message}`));
+    page.on("dialog", (dialog) => this.complaints.push(`dialog: ${dialog.message()}`));
+    page.on("request", (request) => {
+      if (!request.url().startsWith("data:")) this.requests.push(request.url());
+    });
+  }
+
+  async open(file) {
+    await this.page.goto(`file://${encodeURI(file)}`);
+    await this.settled();
+  }
+
+  // Waits until nothing is left to decode or to draw.
+  async settled() {
+    await this.page.waitForFunction(() => {
+      const stage = document.getElementById("stage");
+      return stage.dataset.halftone !== undefined && !stage.hasAttribute("aria-busy");
+    });
+    await this.page.evaluate(() => new Promise((done) => {
+      requestAnimationFrame(() => requestAnimationFrame(done));
+    }));
+  }
+
+  async view() {
+    const data = await this.page.locator("#stage").evaluate((stage) => ({ ...stage.dataset }));
+    return { zoom: Number(data.zoom), x: Number(data.x), y: Number(data.y) };
+  }
+
+  async keys(selector, ...keys) {
+    await this.page.locator(selector).focus();
+    for (const key of keys) await this.page.keyboard.press(key);
+    await this.settled();
+  }
+
+  // What the screen shows where the element is. Shots of elements would be cut at whole
+  // CSS pixels, beside those of the screen.
+  async shoot(selector = "#canvas") {
+    const box = await this.page.locator(selector).evaluate((element) => {
+      window.scrollTo(0, 0);
+      const { left, top, width, height } = element.getBoundingClientRect();
+      return Object.fromEntries(Object.entries({ x: left, y: top, width, height }).map(
+        ([name, value]) => [name, Math.round(value * window.devicePixelRatio)]));
+    });
+    return new Shot(await this.decode(await this.page.screenshot({ scale: "device" })), box);
+  }
+
+  // Compares dots that lie whole within a part of the screen, given in screen pixels, with
+  // what `levelOf` says of them; gives how many were compared.
+  async compare(levelOf, sheet, part, inset = 0) {
+    const shot = await this.shoot();
+    const { zoom, x, y } = await this.view();
+    assert.equal(zoom, Math.round(zoom), "dots that are not alike");
+    const left = Math.round(x * zoom);
+    const top = Math.round(y * zoom);
+    const right = Math.min(part.right ?? shot.width, shot.width);
+    const bottom = Math.min(part.bottom ?? shot.height, shot.height);
+    let compared = 0;
+    for (let row = Math.max(0, Math.ceil((top + part.top) / zoom)); row < sheet.rows; ++row) {
+      if ((row + 1) * zoom - top > bottom) break;
+      for (let column = Math.max(0, Math.ceil((left + part.left) / zoom)); column < sheet.width; ++column) {
+        if ((column + 1) * zoom - left > right) break;
+        const level = levelOf(column, row);
+        for (let dy = inset; dy < zoom; ++dy)
+          for (let dx = inset; dx < zoom; ++dx) {
+            const seen = shot.at(column * zoom - left + dx, row * zoom - top + dy);
+            if (seen !== level)
+              assert.fail(`dot ${column}, ${row} at ${dx}, ${dy}: ${seen} instead of ${level}`);
+          }
+        ++compared;
+      }
+    }
+    return compared;
+  }
+
+  // All dots on the screen that no label and no handle covers; zoomed in there is a line
+  // of the grid at the left and at the top of each.
+  async compareDots(dots, least) {
+    const { zoom } = await this.view();
+    const scale = await this.page.evaluate(() => window.devicePixelRatio);
+    const part = { left: 60 * scale, top: 40 * scale };
+    const compared = await this.compare((x, y) => dots.isDot(x, y) ? 0 : 255, dots, part,
+      zoom >= 8 ? 1 : 0);
+    assert.ok(compared >= least, `only ${compared} dots were compared`);
+  }
+
+  // What tells one picture on the screen from another.
+  async digest() {
+    const canvas = this.page.locator("#canvas");
+    return canvas.evaluate((element) => element.toDataURL());
+  }
+}

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: Apache-2.0
+// Draws the view: the page before and after, the grid between dots, the rulers. The dots
+// come from the pictures as they are; nothing here makes any.
+
+const GRID_FROM = 8; // screen pixels a dot
+const LABEL_ROOM = 52; // CSS pixels between numbers of a ruler
+const TICK_ROOM = 5;
+const TICKS = [0.1, 0.2, 0.5, 1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000];
+
+function colour(name) {
+  return getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+}
+
+// Gives the canvas as many pixels as the screen has below it, counted as browsers do that
+// put boxes on whole ones: with one more or less they would stretch the dots.
+function fitCanvas(canvas) {
+  const scale = window.devicePixelRatio || 1;
+  const box = canvas.getBoundingClientRect();
+  const width = Math.max(1, Math.round(box.right * scale) - Math.round(box.left * scale));
+  const height = Math.max(1, Math.round(box.bottom * scale) - Math.round(box.top * scale));
+  if (canvas.width !== width) canvas.width = width;
+  if (canvas.height !== height) canvas.height = height;
+}
+
+// The part of a picture that is in sight, each of its pixels `shrink` dots wide.
+function drawPicture(context, view, picture, shrink = 1) {
+  const left = Math.max(0, Math.floor(view.x / shrink));
+  const top = Math.max(0, Math.floor(view.y / shrink));
+  const right = Math.min(picture.width, Math.ceil((view.x + view.width / view.zoom) / shrink) + 1);
+  const bottom = Math.min(picture.height, Math.ceil((view.y + view.height / view.zoom) / shrink) + 1);
+  if (left >= right || top >= bottom) return;
+  const x = view.screenX(left * shrink);
+  const y = view.screenY(top * shrink);
+  context.imageSmoothingEnabled = view.zoom * shrink < 1;
+  context.imageSmoothingQuality = "high";
+  context.drawImage(picture, left, top, right - left, bottom - top, x, y,
+    view.screenX(right * shrink) - x, view.screenY(bottom * shrink) - y);
+}
+
+function clipped(context, left, right, height, draw) {
+  if (right <= left) return;
+  context.save();
+  context.beginPath();
+  context.rect(left, 0, right - left, height);
+  context.clip();
+  draw();
+  context.restore();
+}
+
+function drawGrid(context, view) {
+  const { width, rows } = proofData.page;
+  const left = Math.max(0, view.screenX(0));
+  const right = Math.min(view.width, view.screenX(width));
+  const top = Math.max(0, view.screenY(0));
+  const bottom = Math.min(view.height, view.screenY(rows));
+  context.fillStyle = "rgb(128 138 152 / 45%)";
+  for (let x = Math.max(0, Math.floor(view.x)); x <= width; ++x) {
+    if (view.screenX(x) > right) break;
+    context.fillRect(view.screenX(x), top, 1, bottom - top);
+  }
+  for (let y = Math.max(0, Math.floor(view.y)); y <= rows; ++y) {
+    if (view.screenY(y) > bottom) break;
+    context.fillRect(left, view.screenY(y), right - left, 1);
+  }
+}
+
+// `split` is the place of the divider, from 0 to 1. A picture that is not there yet is null.
+function drawPage(canvas, view, split, before, after) {
+  const context = canvas.getContext("2d");
+  const divide = Math.round(split * view.width);
+  context.fillStyle = colour("--desk");
+  context.fillRect(0, 0, view.width, view.height);
+  clipped(context, 0, divide, view.height, () => {
+    if (before) drawPicture(context, view, before, proofData.original.shrink);
+  });
+  clipped(context, divide, view.width, view.height, () => {
+    if (after) drawPicture(context, view, after);
+    if (after && view.zoom >= GRID_FROM) drawGrid(context, view);
+  });
+}
+
+// The smallest of the ticks that leaves room, for `perUnit` pixels a unit.
+function tickFor(room, perUnit) {
+  return TICKS.find((tick) => tick * perUnit >= room) ?? TICKS.at(-1);
+}
+
+function tickLabel(value) {
+  return String(Math.round(value * 10) / 10);
+}
+
+// One ruler in its own direction: `at` gives the pixel of a dot, `mark` and `label` draw.
+function drawTicks(first, last, perUnit, dotsPerUnit, at, mark, label) {
+  const numbered = tickFor(LABEL_ROOM, perUnit);
+  const small = tickFor(TICK_ROOM, perUnit);
+  const everySo = Math.max(1, Math.round(numbered / small));
+  const start = Math.max(0, Math.floor(first / dotsPerUnit / small));
+  for (let i = start; i * small * dotsPerUnit <= last; ++i) {
+    const place = at(i * small * dotsPerUnit);
+    const major = i % everySo === 0;
+    const middle = everySo % 2 === 0 && i % (everySo / 2) === 0;
+    mark(place, major ? 1 : middle ? 0.55 : 0.32);
+    if (major) label(place, tickLabel(i * small));
+  }
+}
+
+function startRuler(canvas) {
+  fitCanvas(canvas);
+  const context = canvas.getContext("2d");
+  context.clearRect(0, 0, canvas.width, canvas.height);
+  const scale = window.devicePixelRatio || 1;
+  context.font = `${Math.round(10 * scale)}px system-ui, "DejaVu Sans", sans-serif`;
+  context.textBaseline = "top";
+  return { context, scale, line: colour("--ruler-line"), text: colour("--soft") };
+}
+
+function drawTopRuler(canvas, view) {
+  const { context, scale, line, text } = startRuler(canvas);
+  const unit = measure();
+  drawTicks(view.x, Math.min(sheetSize().width, view.x + view.width / view.zoom),
+    unit.x * view.zoom / scale, unit.x, (dot) => view.screenX(dot),
+    (place, share) => {
+      context.fillStyle = line;
+      const length = share * canvas.height * (share === 1 ? 1 : 0.8);
+      context.fillRect(place, canvas.height - length, Math.max(1, Math.floor(scale)), length);
+    },
+    (place, number) => {
+      context.fillStyle = text;
+      context.fillText(number, place + 3 * scale, 2 * scale);
+    });
+}
+
+function drawLeftRuler(canvas, view, band) {
+  const { context, scale, line, text } = startRuler(canvas);
+  const unit = measure();
+  drawTicks(view.y, Math.min(sheetSize().height, view.y + view.height / view.zoom),
+    unit.y * view.zoom / scale, unit.y, (dot) => view.screenY(dot),
+    (place, share) => {
+      context.fillStyle = line;
+      const length = share * canvas.width * (share === 1 ? 1 : 0.6);
+      context.fillRect(canvas.width - length, place, length, Math.max(1, Math.floor(scale)));
+    },
+    (place, number) => {
+      context.fillStyle = text;
+      context.fillText(number, 3 * scale, place + 2 * scale);
+    });
+  if (!band || band.black === 0) return;
+  const from = view.screenY(band.row);
+  context.fillStyle = colour("--mark");
+  context.fillRect(canvas.width - 4 * scale, from, 4 * scale,
+    Math.max(2 * scale, view.screenY(band.row + band.rows) - from));
+}

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+// drav proof --html: a page with all its halftones and brightness steps in one HTML file
+// that needs nothing else.
+#ifndef TOOLS_DRAV_HTML_HTML_PROOF_H_
+#define TOOLS_DRAV_HTML_HTML_PROOF_H_
+
+#include <cstddef>
+#include <string>
+
+#include "tools/drav/engine/page_run.h"
+
+// What goes into the file.
+struct HtmlProof {
+  unsigned page = 0;
+  std::string data;         // as writeHtmlFile() takes it
+  size_t combinations = 0;  // of halftone and brightness that are in it
+  size_t allCombinations = 0;
+};
+
+// Pictures of a file together have about so many bytes at most.
+inline constexpr size_t kMostPictureBytes = 14'000'000;
+// Combinations besides those next to the job's are made when all have at most so many
+// dots together, so that nobody waits longer than for a page of A4.
+inline constexpr uint64_t kMostDotsForAll = 400'000'000;
+// Browsers draw no larger pictures well.
+inline constexpr uint64_t kMostHtmlDots = 40'000'000;
+inline constexpr uint32_t kMostHtmlRows = 32'767;
+
+// Prints the page of `visit` with the job's options and with the driver's other
+// halftones and brightness steps: see nearCombinations(), as far as the bytes allow, and
+// all combinations if they are few dots and bytes. False with one line in `error`.
+[[nodiscard]] bool makeHtmlProof(const PageVisit& visit, HtmlProof& proof, std::string& error);
+
+#endif  // TOOLS_DRAV_HTML_HTML_PROOF_H_

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+// How much of a page is black, and where most of it is.
+#ifndef TOOLS_DRAV_HTML_INK_H_
+#define TOOLS_DRAV_HTML_INK_H_
+
+#include <cstdint>
+
+#include "tools/drav/engine/page_engine.h"
+
+struct Ink {
+  uint64_t black = 0;  // dots of the page that are set
+  // The band with the largest share of set dots, the first of several: what the printer
+  // gets in one piece and heats most for.
+  uint32_t bandRow = 0;  // its first row
+  uint32_t bandRows = 0;
+  uint64_t bandBlack = 0;
+};
+
+Ink inkOf(const DotPage& page);
+
+#endif  // TOOLS_DRAV_HTML_INK_H_

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+// Figures, and the choice of halftone and brightness. A combination that the file does not
+// hold cannot be chosen, and a note says why.
+
+function byId(id) {
+  return document.getElementById(id);
+}
+
+function element(name, className, ...children) {
+  const made = document.createElement(name);
+  if (className) made.className = className;
+  made.append(...children);
+  return made;
+}
+
+function halftoneName(index) {
+  return splitLabel(proofData.halftones[index].label).name;
+}
+
+function brightnessName(index) {
+  return splitLabel(proofData.brightnesses[index].label).name;
+}
+
+function makeHalftones(choose) {
+  byId("halftone-group").hidden = proofData.halftones.length < 2;
+  proofData.halftones.forEach(({ name, label }, index) => {
+    const input = element("input");
+    Object.assign(input, { type: "radio", name: "halftone", value: name });
+    input.addEventListener("change", () => choose(index));
+    const { name: method, use } = splitLabel(label);
+    const text = element("span", "", element("span", "choice-name", method));
+    if (use) text.append(element("span", "choice-use", use));
+    byId("halftones").append(
+      element("label", "choice", input, text, element("span", "choice-share")));
+  });
+}
+
+function makeBrightnesses(choose) {
+  const select = byId("brightness");
+  byId("brightness-group").hidden = proofData.brightnesses.length < 2;
+  proofData.brightnesses.forEach(({ label }, index) => {
+    select.append(new Option(label, String(index)));
+  });
+  select.addEventListener("change", () => choose(Number(select.value)));
+  byId("lighter").addEventListener("click", () => choose(nextBrightness(select, -1)));
+  byId("darker").addEventListener("click", () => choose(nextBrightness(select, 1)));
+}
+
+// The next step in a direction that is in the file; -1 for none.
+function nextBrightness(select, direction) {
+  for (let i = select.selectedIndex + direction; select.options[i]; i += direction)
+    if (!select.options[i].disabled) return i;
+  return -1;
+}
+
+function showHalftones(chosen) {
+  const dots = proofData.page.width * proofData.page.rows;
+  [...byId("halftones").children].forEach((row, index) => {
+    const proof = findProof(index, chosen.brightness);
+    const input = row.querySelector("input");
+    input.checked = index === chosen.halftone;
+    input.disabled = !proof;
+    row.title = proof ? "" : "Not in this file at this brightness";
+    row.querySelector(".choice-share").textContent =
+      proof ? formatShare(proof.black, dots) : "not in file";
+  });
+}
+
+function showBrightnesses(chosen) {
+  const select = byId("brightness");
+  [...select.options].forEach((option, index) => {
+    option.disabled = !findProof(chosen.halftone, index);
+    const { label } = proofData.brightnesses[index];
+    option.textContent = option.disabled ? `${label} – not in this file` : label;
+  });
+  select.value = String(chosen.brightness);
+  byId("lighter").disabled = nextBrightness(select, -1) < 0;
+  byId("darker").disabled = nextBrightness(select, 1) < 0;
+}
+
+// Why choices are missing, and the way out: a button, or the options of another proof.
+function showNote(note, text, buttonText, click, command) {
+  note.replaceChildren(text);
+  note.hidden = !text;
+  if (buttonText) {
+    const button = element("button", "link", buttonText);
+    button.type = "button";
+    button.addEventListener("click", click);
+    note.append(" ", button);
+  }
+  if (command) note.append(element("code", "", command));
+}
+
+const TOO_LARGE = "What is crossed out was left out to keep this file small. For it, make a proof with";
+
+function showNotes(chosen, choose) {
+  const { job, halftones, brightnesses } = proofData;
+  const someHalftone = halftones.some((_, index) => !findProof(index, chosen.brightness));
+  const someBrightness = brightnesses.some((_, index) => !findProof(chosen.halftone, index));
+  if (someHalftone && chosen.brightness !== job.brightness)
+    showNote(byId("halftone-note"),
+      `Other halftones are in this file at “${brightnesses[job.brightness].label}” only.`,
+      `Back to ${brightnessName(job.brightness)}`,
+      () => choose(chosen.halftone, job.brightness),
+      `drav proof -o Brightness=${brightnesses[chosen.brightness].name} --html …`);
+  else showNote(byId("halftone-note"), someHalftone ? TOO_LARGE : "", "", null,
+    someHalftone ? "drav proof -o HalftoneType=… --html …" : "");
+  if (someBrightness && chosen.halftone !== job.halftone)
+    showNote(byId("brightness-note"),
+      `Other steps are in this file for “${halftoneName(job.halftone)}” only.`,
+      `Back to ${halftoneName(job.halftone)}`,
+      () => choose(job.halftone, chosen.brightness),
+      `drav proof -o HalftoneType=${halftones[chosen.halftone].name} --html …`);
+  else showNote(byId("brightness-note"), someBrightness ? TOO_LARGE : "", "", null,
+    someBrightness ? "drav proof -o Brightness=… --html …" : "");
+}
+
+function showFigures(proof) {
+  const { width, rows } = proofData.page;
+  const unit = measure();
+  const { band } = proof;
+  byId("paper-length").textContent = formatLength(rows, unit.y, unit);
+  byId("coverage").textContent = formatShare(proof.black, width * rows);
+  byId("heaviest").textContent =
+    band.black ? formatShare(band.black, width * band.rows) : "no ink at all";
+  byId("heaviest-place").textContent = band.black
+    ? `${formatNumber(band.row / unit.y, unit.digits)} to ` +
+      `${formatLength(band.row + band.rows, unit.y, unit)} from the top, ${band.rows} rows`
+    : "";
+  byId("show-heaviest").hidden = !band.black;
+}
+
+function showSize() {
+  const { page, original } = proofData;
+  const unit = measure();
+  const across = unit.name === "mm" ? `${formatLength(page.width, unit.x, unit)} wide, ` : "";
+  const rate = page.dotsPerInchX > 0 && page.dotsPerInchY > 0
+    ? ` at ${page.dotsPerInchX === page.dotsPerInchY ? page.dotsPerInchX
+      : `${page.dotsPerInchX} x ${page.dotsPerInchY}`} dpi` : "";
+  byId("size").textContent = `${across}${page.width} × ${page.rows} dots${rate}`;
+  const cut = original.width - page.width;
+  if (cut > 0)
+    byId("size").textContent += `. The driver cuts ${formatLength(cut, unit.x, unit)} at the right.`;
+}
+
+function aboutNotes() {
+  const { original, notes, approximation, isPicture, brightnesses } = proofData;
+  const list = approximation
+    ? [`Approximate: a print queue may send other dots. ${approximation}`]
+    : ["After: every dot as the printer gets it, made by the filter that prints."];
+  list.push("Before: the page in grey as it reaches the filter" +
+    (original.shrink > 1 ? `, reduced to 1/${original.shrink}.` : "."));
+  list.push("Paper length is that of the page, without feeds and cuts.");
+  if (isPicture && brightnesses.length > 1)
+    list.push("A picture file needs brightness as the queue's default: CUPS's converter takes " +
+      "the job's for its own.");
+  return [...list, ...notes];
+}
+
+function showAbout() {
+  const { title, driver, number, approximation, options, version } = proofData;
+  document.title = `${title} – proof`;
+  byId("title").textContent = title;
+  byId("subtitle").textContent = `Page ${number} · ${driver}`;
+  byId("accuracy").textContent = approximation ? "Approximate" : "Exact dots";
+  byId("accuracy").classList.toggle("warns", approximation !== "");
+  byId("notes").append(...aboutNotes().map((text) => element("li", "", text)));
+  if (approximation) byId("notes").firstElementChild.className = "warns";
+  for (const [name, value] of [["Options", options], ["Made by", `drav ${version}`]])
+    byId("facts").append(element("dt", "", name), element("dd", "", value));
+  byId("unit").textContent = measure().name;
+  showSize();
+}
