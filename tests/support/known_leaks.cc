@@ -4,9 +4,7 @@
 // has the option "media", below a stack that is seen no further than cupsAddOption.
 extern "C" {
 const char* __lsan_default_suppressions();
-const char* __lsan_default_suppressions() {
-  return "leak:libfontconfig.so\nleak:cupsAddOption\n";
-}
+const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\nleak:cupsAddOption\n"; }
 const char* __lsan_default_options();
 const char* __lsan_default_options() { return "print_suppressions=0"; }
 }
