@@ -155,8 +155,8 @@ class Bench:
         best = variants[-1]
         print(f"\nmemcpy of the page: {copy:.2f} ms. Over memcpy: " + ", ".join(
             f"{stage} {times.get(f'{stage}/{best}', times.get(f'{stage}/best')) / copy:.2f}"
-            for stage in ("threshold", "ordered", "bayer", "tone", "pack", "negative", "mirror",
-                          "rotate")) + ".\n")
+            for stage in ("threshold", "ordered", "bayer", "brightness", "tone", "pack",
+                          "negative", "mirror", "rotate")) + ".\n")
         return {stage: times.get(f"{stage}/{best}") for stage in stages}
 
     def peers(self, kernels):
