@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 #include "tests/model/numbers.h"
 
@@ -41,8 +42,9 @@ float mySqrt(float x, int64_t* rounds, int64_t limit) {
   if (x < 0) return -1.0f;
   if (x == 0) return 0.0f;
   float y = x / 2;
-  // Half of the smallest subnormal is 0, from which the iteration would never come back.
-  if (y == 0) return y;
+  // Half of the smallest subnormal is 0: the next iterate, and every one after it, is
+  // infinite, and no difference of two is below the tolerance.
+  if (y == 0) return std::numeric_limits<float>::infinity();
   for (int64_t round = 0; round < limit; ++round) {
     if (rounds != nullptr) ++*rounds;
     const float quotient = x / y;

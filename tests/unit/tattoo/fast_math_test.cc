@@ -109,6 +109,12 @@ int newtonRounds(float x) {
   return -1;
 }
 
+TEST(MySqrt, SmallestSubnormalGivesTheIterateThatRepeats) {
+  // Half of it is 0, so the iterates are 0 and then infinite for good.
+  EXPECT_EQ(my_sqrt(std::numeric_limits<float>::denorm_min()),
+            std::numeric_limits<float>::infinity());
+}
+
 TEST(MySqrt, WorkedValues) {
   EXPECT_EQ(my_sqrt(-4.0F), -1.0F);
   EXPECT_EQ(my_sqrt(0.0F), 0.0F);
