@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <cmath>
+#include <limits>
 #include <set>
 
 #include "tests/model/tattoo.h"
