@@ -11,7 +11,7 @@ endif()
 # by call there: in line they make such functions so long that one file takes the
 # compiler minutes.
 function(drav_short_checks)
-  if(DRAV_SANITIZE MATCHES "undefined" AND NOT DRAV_FUZZ AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  if(DRAV_SANITIZE MATCHES "undefined" AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS
       "-fsanitize-trap=undefined,float-cast-overflow;-fno-inline-functions;-mllvm;-asan-instrumentation-with-call-threshold=0")
   endif()
