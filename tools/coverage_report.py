@@ -14,6 +14,7 @@ import datetime
 import json
 import pathlib
 import platform
+import re
 import sys
 from collections import defaultdict
 from typing import NamedTuple
@@ -24,6 +25,10 @@ FOLDERS = (*LIBRARIES, "tools")
 LEAST_LINES = 95.0
 LEAST_BRANCHES = 85.0
 UNEXPLAINED = "no test yet"
+# A reason that begins so names the first line of a function that only the compiler runs.
+COMPILED = "at compile time"
+# A constant of a template: clang counts neither side of what it decides itself.
+CONSTANT = re.compile(r"!?k[A-Z][\w.]*(?: [=!<>]=? \d+)?")
 
 
 class Miss(NamedTuple):
@@ -54,9 +59,13 @@ def percent(part: list[int]) -> float:
     return 100.0 * part[0] / part[1] if part[1] else 100.0
 
 
-def relative(path: str) -> str:
-    """The path below the project's folder."""
-    return str(pathlib.Path(path).resolve().relative_to(ROOT))
+def product_path(path: str) -> str:
+    """The path below the project's folder; empty for what is no part of the product."""
+    full = pathlib.Path(path).resolve()
+    if not full.is_relative_to(ROOT):
+        return ""
+    below = full.relative_to(ROOT)
+    return str(below) if below.parts[0] in FOLDERS else ""
 
 
 def read_lines(path: str) -> dict[str, dict[int, int]]:
@@ -67,20 +76,23 @@ def read_lines(path: str) -> dict[str, dict[int, int]]:
         for record in records:
             key, _, value = record.strip().partition(":")
             if key == "SF":
-                current = relative(value)
-            elif key == "DA":
+                current = product_path(value)
+            elif key == "DA" and current:
                 number, count = value.split(",")[:2]
                 lines[current][int(number)] += int(count)
     return lines
 
 
-def read_sides(path: str) -> dict[str, dict[tuple[int, int, int, int], list[int]]]:
+def read_sides(export: str) -> dict[str, dict[tuple[int, int, int, int], list[int]]]:
     """Executions of the true and the false side of each branch, by file and place."""
-    with open(path, encoding="utf-8") as text:
+    with open(export, encoding="utf-8") as text:
         files = json.load(text)["data"][0]["files"]
     sides: dict[str, dict[tuple[int, int, int, int], list[int]]] = {}
     for entry in files:
-        places = sides.setdefault(relative(entry["filename"]), {})
+        path = product_path(entry["filename"])
+        if not path:
+            continue
+        places = sides.setdefault(path, {})
         for branch in entry["branches"]:
             counts = places.setdefault(tuple(branch[:4]), [0, 0])
             counts[0] += branch[4]
@@ -93,28 +105,43 @@ def source_of(path: str) -> list[str]:
     return ["", *(ROOT / path).read_text(encoding="utf-8").splitlines()]
 
 
+def compiled_lines(path: str, lines: dict[int, int], source: list[str]) -> set[int]:
+    """Lines of the functions that only the compiler runs: they have no code of their own."""
+    found = set()
+    for where, piece, reason in read_reasons():
+        if where != path or not reason.startswith(COMPILED):
+            continue
+        for number in [number for number in lines if piece in source[number]]:
+            while lines.get(number, 1) == 0:
+                found.add(number)
+                number += 1
+    return found
+
+
 def survey(lines: dict[int, int], sides: dict[tuple[int, int, int, int], list[int]],
            path: str) -> tuple[Counts, list[Miss]]:
     """Counts of one file and what is missing of it."""
     counts = Counts()
     misses = []
     source = source_of(path)
+    compiled = compiled_lines(path, lines, source)
     for number, executions in sorted(lines.items()):
-        counts.lines[1] += 1
-        counts.lines[0] += executions > 0
         if executions == 0:
-            misses.append(Miss(path, number, "line"))
+            misses.append(Miss(path, number, COMPILED if number in compiled else "line"))
+        if number not in compiled:
+            counts.lines[1] += 1
+            counts.lines[0] += executions > 0
     for place, executions in sorted(sides.items()):
-        if "if constexpr" in source[place[0]]:
-            continue  # decided by the compiler
+        line, column, last, end = place
+        condition = source[line][column - 1:end - 1 if last == line else None]
+        decided = not any(executions) and CONSTANT.fullmatch(condition)
+        if line in compiled or decided or "if constexpr" in source[line]:
+            continue
         for side, name in enumerate(("never true", "never false")):
             counts.sides[1] += 1
             counts.sides[0] += executions[side] > 0
-            if executions[side] == 0 and lines.get(place[0], 1) > 0:
-                condition = source[place[0]][place[1] - 1:]
-                if place[2] == place[0]:
-                    condition = condition[:place[3] - place[1]]
-                misses.append(Miss(path, place[0], f"`{condition}` {name}"))
+            if executions[side] == 0 and lines.get(line, 1) > 0:
+                misses.append(Miss(path, line, f"`{condition}` {name}"))
     return counts, misses
 
 
@@ -134,10 +161,12 @@ def explain(misses: list[Miss]) -> tuple[Explained, list[str]]:
     reasons = read_reasons()
     used = set()
     by_reason: Explained = defaultdict(list)
+    found = None
     for miss in misses:
         source = source_of(miss.path)[miss.line].strip()
+        same = found if miss.what == COMPILED else None  # the function goes on
         found = next((entry for entry in reasons
-                      if miss.path == entry[0] and entry[1] in source), None)
+                      if miss.path == entry[0] and entry[1] in source), same)
         used.add(found)
         by_reason[miss.path, found[2] if found else UNEXPLAINED].append(miss)
     return by_reason, [f"{path}: {piece}" for path, piece, reason in reasons
@@ -147,7 +176,8 @@ def explain(misses: list[Miss]) -> tuple[Explained, list[str]]:
 def listed(places: list[Miss]) -> list[str]:
     """Rows of the document: sides of branches, and lines that follow each other as one."""
     rows = []
-    lines = [miss.line for miss in places if miss.what == "line"]
+    plain = ("line", COMPILED)
+    lines = [miss.line for miss in places if miss.what in plain]
     source = source_of(places[0].path)
     while lines:
         count = 1
@@ -156,7 +186,7 @@ def listed(places: list[Miss]) -> list[str]:
         last = f"–{lines[count - 1]}" if count > 1 else ""
         rows.append(f"* {lines[0]}{last}: ``{source[lines[0]].strip()}``{' …' * bool(last)}")
         del lines[:count]
-    rows += [f"* {miss.line}: {miss.what}" for miss in places if miss.what != "line"]
+    rows += [f"* {miss.line}: {miss.what}" for miss in places if miss.what not in plain]
     return rows
 
 
@@ -169,6 +199,9 @@ def table(folders: dict[str, Counts]) -> list[str]:
     shown = [(f"`{name}/`", folders[name]) for name in LIBRARIES]
     shown += [("**product's libraries**", total), ("`tools/`", folders["tools"])]
     for name, counts in shown:
+        if counts.lines[1] == 0:
+            rows.append(f"| {name} | not part of this run | | | |")
+            continue
         rows.append(f"| {name} | {counts.lines[1]} | {percent(counts.lines):.1f} % "
                     f"| {counts.sides[1]} | {percent(counts.sides):.1f} % |")
     return rows
@@ -215,7 +248,9 @@ def main() -> int:
     pathlib.Path(sys.argv[3]).write_text(document(rows, explained), encoding="utf-8")
     unexplained = [miss for (_, reason), places in explained.items() if reason == UNEXPLAINED
                    for miss in places]
-    print(f"{len(misses)} places of the libraries not reached, {len(unexplained)} unexplained")
+    compiled = sum(miss.what == COMPILED for miss in misses)
+    print(f"{len(misses) - compiled} places of the libraries not reached, {len(unexplained)} "
+          f"unexplained; {compiled} lines run only while compiling")
     for miss in unexplained:
         print(f"{miss.path}:{miss.line}: unexplained: {miss.what}")
     for reason in idle:
