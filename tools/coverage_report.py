@@ -161,12 +161,16 @@ def explain(misses: list[Miss]) -> tuple[Explained, list[str]]:
     reasons = read_reasons()
     used = set()
     by_reason: Explained = defaultdict(list)
-    found = None
+    found = previous = None
     for miss in misses:
         source = source_of(miss.path)[miss.line].strip()
-        same = found if miss.what == COMPILED else None  # the function goes on
+        # A line after an unreached one belongs to the same piece.
+        goes_on = (previous and miss.path == previous.path and miss.line == previous.line + 1
+                   and miss.what == previous.what)
+        previous = miss
         found = next((entry for entry in reasons
-                      if miss.path == entry[0] and entry[1] in source), same)
+                      if miss.path == entry[0] and entry[1] in source),
+                     found if goes_on else None)
         used.add(found)
         by_reason[miss.path, found[2] if found else UNEXPLAINED].append(miss)
     return by_reason, [f"{path}: {piece}" for path, piece, reason in reasons
