@@ -190,6 +190,15 @@ TEST(Ownership, TransferMovesEverythingAndEmptiesTheSource) {
   }
 }
 
+TEST(Ownership, TransferToItselfKeepsTheImage) {
+  OwnedImage image;
+  fill(image, 3, 2, 8, {1, 2, 3, 4, 5, 6});
+  const Bytes block = blockOf(image);
+  EXPECT_TRUE(image.Transfer(image, true));
+  ASSERT_TRUE(image.IsValid());
+  EXPECT_TRUE(sameBytes(block, blockOf(image)));
+}
+
 TEST(Ownership, TransferFromAnEmptyImageEmptiesTheTarget) {
   OwnedImage from;
   OwnedImage to;

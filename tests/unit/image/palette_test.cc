@@ -123,6 +123,25 @@ TEST(NearestIndex, DistanceIsSquaredOverThreeColoursWithoutTheReservedByte) {
   EXPECT_EQ(image.GetNearestIndex({70, 60, 50, 1}), 0) << "the reserved byte does not count";
 }
 
+TEST(NearestIndex, AnAnswerServesForItsOwnColourAlone) {
+  OwnedImage image;
+  ASSERT_NE(image.Create(1, 1, 4, 0), nullptr);
+  for (int i = 0; i < 16; ++i) {
+    image.SetPaletteColor(static_cast<uint8_t>(i), 0, 0, 0, 0);
+  }
+  image.SetPaletteColor(1, 255, 0, 0, 0);
+  image.SetPaletteColor(2, 0, 255, 0, 0);
+  image.SetPaletteColor(3, 0, 0, 255, 0);
+  const struct {
+    tagRGBQUAD colour;
+    int index;
+  } questions[] = {{{0, 0, 0, 0}, 0}, {{255, 0, 0, 0}, 3}, {{0, 0, 0, 0}, 0},  {{0, 255, 0, 0}, 2},
+                   {{0, 0, 0, 0}, 0}, {{0, 0, 255, 0}, 1}, {{0, 0, 255, 9}, 1}};
+  for (const auto& question : questions) {
+    EXPECT_EQ(image.GetNearestIndex(question.colour), question.index);
+  }
+}
+
 TEST(NearestIndex, EvenTheFarthestEntryIsACandidate) {
   OwnedImage image;
   ASSERT_NE(image.Create(1, 1, 1, 0), nullptr);  // both entries black

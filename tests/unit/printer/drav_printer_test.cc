@@ -97,6 +97,8 @@ TEST_F(PrinterSettersTest, SpeedIsReadFromTextAndClamped) {
     EXPECT_EQ(printer_.setPrintSpeed(row.given).getPrintSpeed(), row.stored) << row.given;
     EXPECT_EQ(model::parseSpeed(row.given), row.stored) << row.given;
   }
+  printer_.setPrintSpeed("9");
+  EXPECT_EQ(printer_.setPrintSpeed(nullptr).getPrintSpeed(), 1) << "no text is no speed";
 }
 
 TEST_F(PrinterSettersTest, DensityMayBeZero) {
@@ -203,7 +205,8 @@ TEST_F(PrinterOutputTest, MissingStreamIsPassedOver) {
   printer_.printStr("text");
   printer_.printByte('!');
   EXPECT_EQ(printer_.printFormat("%d", 42), 2);
-  EXPECT_EQ(out_.text(), "text!42");
+  printer_.printBytes(hex("3F").data(), 1);
+  EXPECT_EQ(out_.text(), "text!42?");
 }
 
 TEST_F(PrinterOutputTest, NoBytesAreNoBytes) {

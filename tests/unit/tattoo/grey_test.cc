@@ -32,6 +32,16 @@ TEST(CvtGray, WhiteAndBlackStayAndAlphaIsIgnored) {
   EXPECT_EQ(greyOf(QZ_IMG_BGRA, {255, 255, 255, 0}), 255);
 }
 
+TEST(CvtGray, NoPixelsStayNoPixels) {
+  for (const QZ_IMG_COLOR colour : {QZ_IMG_GRAY, QZ_IMG_RGB}) {
+    const QZImage grey = cvtGray(QZImage(0, 5, colour));
+    EXPECT_EQ(grey.width, 0);
+    EXPECT_EQ(grey.height, 5);
+    EXPECT_EQ(grey.color, QZ_IMG_GRAY);
+    EXPECT_EQ(grey.byteCount(), 0);
+  }
+}
+
 TEST(CvtGray, GreyIsCopied) {
   const Bytes levels = {0, 1, 2, 127, 128, 255};
   const QZImage source = greyRows(3, levels);
