@@ -6,11 +6,14 @@ The fates of a fault: a test failed, a program crashed or ran many times as long
 should (each told apart, and each by the program that noticed); a compile-time check of
 the sources stopped it; it is no C++ ("does not compile", which counts for nothing); the
 compiler makes the same code of it ("same code", so it is no fault); it survived.
+With --nearest only the tests of the file itself are run, which are quick; what they do
+not notice is left for a run without.
 """
 from __future__ import annotations
 
 import argparse
 import fnmatch
+import os
 import pathlib
 import random
 import shutil
@@ -28,6 +31,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build/mutate"
 TREE = WORK / "tree"
 BUILD = WORK / "build"
+BENCHES = WORK / f"benches-{os.getpid()}"
 RESULTS = WORK / "results.tsv"
 SURVIVORS = WORK / "survivors.txt"
 SEED = 20260101
@@ -66,6 +70,7 @@ NEAREST = {
     "filter/commands.cc": "Commands*", "filter/settings.cc": "Settings*:OpenPpd*",
     "filter/cancel_tail.cc": "CancelTail*",
 }
+UNDECIDED = "passed the nearest tests"
 JUDGED = ("test", "crash", "time-out", "compile-time check", "same code", "survived")
 
 
@@ -86,11 +91,12 @@ def copy_tree() -> None:
 class Trial:
     """Faults against test programs, each bench with one at a time."""
 
-    def __init__(self, jobs: int) -> None:
+    def __init__(self, jobs: int, nearest: bool) -> None:
         self._build = FinishedBuild(TREE, BUILD)
+        self._nearest = nearest
         self._benches: SimpleQueue[Bench] = SimpleQueue()
         for number in range(jobs):
-            self._benches.put(Bench(self._build, WORK / f"bench{number}"))
+            self._benches.put(Bench(self._build, BENCHES / str(number)))
         self._seconds: dict[tuple[str, str], float] = {}
         self._lock = threading.Lock()
 
@@ -116,6 +122,8 @@ class Trial:
                 return "does not compile"
             for tests in dict.fromkeys((NEAREST.get(fault.path, "*"), "*")):
                 done = bench.test(program, tests, 5 + 4 * self._usual(program, tests))
+                if done.status == 0 and self._nearest:
+                    return UNDECIDED
                 if done.status != 0:
                     kind = "time-out" if done.status == TOO_LONG else \
                         "test" if done.status == 1 else "crash"
@@ -126,7 +134,7 @@ class Trial:
         """Seconds that tests take without a fault; ends everything when they fail."""
         with self._lock:
             if (program, tests) not in self._seconds:
-                bench = Bench(self._build, WORK / "plain")
+                bench = Bench(self._build, BENCHES / "plain")
                 if not bench.link(program, []) or \
                         (done := bench.test(program, tests, 600)).status != 0:
                     sys.exit(f"mutate: {program} fails without any fault")
@@ -194,6 +202,7 @@ def options_from_command_line() -> argparse.Namespace:
     parser.add_argument("--limit", type=int, help="try so many, drawn at random")
     parser.add_argument("--per-file", type=int, help="try up to so many of a file in all")
     parser.add_argument("--jobs", type=int, default=2, help="faults at a time")
+    parser.add_argument("--nearest", action="store_true", help="run the quick tests only")
     parser.add_argument("--again", action="store_true", help="try the survivors once more")
     parser.add_argument("--table", action="store_true", help="only print the results so far")
     return parser.parse_args()
@@ -214,7 +223,8 @@ def drawn(named: list[tuple[Fault, str]], results: dict[str, str],
             if seen[fault.path] <= options.per_file:
                 kept.append((fault, name))
         order = kept
-    return [entry for entry in order if entry[1] not in results][:options.limit]
+    decided = {name for name, fate in results.items() if options.nearest or fate != UNDECIDED}
+    return [entry for entry in order if entry[1] not in decided][:options.limit]
 
 
 def main() -> None:
@@ -230,7 +240,7 @@ def main() -> None:
     results = read_results()
     if not options.table:
         prepare_build(options.jobs)
-        trial = Trial(options.jobs)
+        trial = Trial(options.jobs, options.nearest)
         lock = threading.Lock()
 
         def attempt(entry: tuple[Fault, str]) -> None:
@@ -244,6 +254,7 @@ def main() -> None:
         with ThreadPoolExecutor(options.jobs) as pool:
             for _ in pool.map(attempt, drawn(named, results, options)):
                 pass
+        shutil.rmtree(BENCHES)
     survivors = [name for _, name in named if results.get(name) == "survived"]
     if WORK.exists():
         SURVIVORS.write_text("".join(name + "\n" for name in survivors), encoding="utf-8")

@@ -103,7 +103,8 @@ class FinishedBuild:
         words[words.index("-o") + 1] = str(target)
         if source == str(self.tree / changed):
             words = [str(beside / changed) if word == source else word for word in words]
-        return [words[0], f"-I{beside}", *words[1:]]
+        # A fault that leaves an array must not survive by luck.
+        return [words[0], f"-I{beside}", "-D_GLIBCXX_ASSERTIONS", *words[1:]]
 
 
 def compiler_verdict(output: str) -> str:
