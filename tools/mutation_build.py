@@ -22,6 +22,7 @@ from typing import NamedTuple
 
 MEMORY_BYTES = 6 << 30
 COMPILER_SECONDS = 120  # of processor time
+SANITIZERS = ("-fsanitize=address,undefined,float-cast-overflow", "-fno-sanitize-recover=all")
 PRODUCT = ("common/", "image/", "tattoo/", "printer/", "filter/")
 TOO_LONG = -1000
 
@@ -37,7 +38,8 @@ def run(command: list[str], folder: pathlib.Path, cpu_seconds: float,
         **environment: str) -> Outcome:
     """Runs a command. Its time is processor time, so that a busy machine is no finding;
     what waits for ever instead is stopped by the clock."""
-    limited = ["prlimit", f"--as={MEMORY_BYTES}", f"--cpu={int(cpu_seconds) + 1}", "--core=0",
+    memory = "unlimited" if "ASAN_OPTIONS" in environment else str(MEMORY_BYTES)
+    limited = ["prlimit", f"--as={memory}", f"--cpu={int(cpu_seconds) + 1}", "--core=0",
                *command]
     start = time.monotonic()
     with subprocess.Popen(limited, cwd=folder, stdin=subprocess.DEVNULL, text=True,
@@ -53,10 +55,11 @@ def run(command: list[str], folder: pathlib.Path, cpu_seconds: float,
 
 
 class FinishedBuild:
-    """The build of the unchanged tree."""
+    """The build of the unchanged tree. `strict` compiles what changed with the warnings
+    as errors and with the sanitizers, as other builds of the gate do."""
 
-    def __init__(self, tree: pathlib.Path, folder: pathlib.Path) -> None:
-        self.tree, self.folder = tree, folder
+    def __init__(self, tree: pathlib.Path, folder: pathlib.Path, strict: bool) -> None:
+        self.tree, self.folder, self.strict = tree, folder, strict
         entries = json.loads((folder / "compile_commands.json").read_text(encoding="utf-8"))
         self._compile: dict[str, list[str]] = {}
         self._source: dict[str, pathlib.Path] = {}
@@ -101,16 +104,39 @@ class FinishedBuild:
         words = [word for word in self._compile[name] if pathlib.Path(word).name != "ccache"]
         source = str(self._source[name])
         words[words.index("-o") + 1] = str(target)
-        if source == str(self.tree / changed):
-            words = [str(beside / changed) if word == source else word for word in words]
         # A fault that leaves an array must not survive by luck.
-        return [words[0], f"-I{beside}", "-D_GLIBCXX_ASSERTIONS", *words[1:]]
+        words[1:1] = [f"-I{beside}", "-D_GLIBCXX_ASSERTIONS"]
+        words[-2:-2] = ["-Werror", *SANITIZERS] if self.strict else ["-w"]
+        if source != str(self.tree / changed):
+            return words
+        words = [str(beside / changed) if word == source else word for word in words]
+        return [words[0], *self._precompiled(words, beside / f"{target.stem}.h"), *words[1:]]
+
+    @staticmethod
+    def _precompiled(words: list[str], header: pathlib.Path) -> list[str]:
+        """Options that read the headers of a source from memory; most of the time to
+        compile a small file goes into them."""
+        compiled = header.with_suffix(".h.gch")
+        if not compiled.exists():
+            text = pathlib.Path(words[-1]).read_text(encoding="utf-8")
+            if re.search(r"^#(if|define|undef)|hwy/", text, re.M):
+                return []
+            lines = re.findall(r"^#include .*$", text, re.M)
+            header.write_text("\n".join(lines) + "\n", encoding="utf-8")
+            command = words[:-2]  # without -c and the source
+            command[command.index("-o") + 1] = str(compiled)
+            if run([*command, "-x", "c++-header", str(header)], header.parent,
+                   COMPILER_SECONDS).status != 0:
+                return []
+        return ["-include", str(header)]
 
 
 def compiler_verdict(output: str) -> str:
     """Whether a check in the sources stopped the compiler or the fault is no C++."""
     if "error:" not in output:
         sys.exit(f"mutate: the compiler failed:\n{output}")
+    if "[-Werror" in output:
+        return "stopped by a warning"
     checks = r"static assertion failed|static_assert|constant expression|constexpr|narrowing"
     return "stopped by a compile-time check" if re.search(checks, output) else "does not compile"
 
@@ -158,6 +184,8 @@ class Bench:
         are not for it."""
         words = list(self._build.link_command(program))
         words[words.index("-o") + 1] = str(self._folder / program)
+        words += SANITIZERS if self._build.strict else ()
+        words.append("-fuse-ld=gold")  # several times as quick
         at = next(i for i, word in enumerate(words) if word.endswith(".o"))
         for name in names:
             if name in words:
@@ -170,10 +198,12 @@ class Bench:
         """Runs a linked program up to its first failure."""
         shutil.rmtree(self._temporary, ignore_errors=True)
         self._temporary.mkdir(parents=True)
+        options = {"ASAN_OPTIONS": "detect_leaks=0:allocator_may_return_null=1"} \
+            if self._build.strict else {}
         try:
             return run([str(self._folder / program), "--gtest_fail_fast", "--gtest_brief=1",
                         f"--gtest_filter={tests}"], self._build.folder, cpu_seconds,
-                       TMPDIR=str(self._temporary))
+                       TMPDIR=str(self._temporary), **options)
         finally:
             shutil.rmtree(self._temporary, ignore_errors=True)
 
