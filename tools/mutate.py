@@ -6,9 +6,9 @@ The fates of a fault: a test failed, a program crashed or ran many times as long
 should (each told apart, and each by the program that noticed); a compile-time check of
 the sources stopped it; it is no C++ ("does not compile", which counts for nothing); the
 compiler makes the same code of it ("same code", so it is no fault); it survived.
-With --again the survivors are compiled with the warnings as errors and with the
-sanitizers, which the gate has too, and meet every test. With --nearest only the tests of the file itself are run, which are quick; what they do
-not notice is left for a run without.
+With --nearest only the tests of the file itself are run, which are quick; what they do
+not notice is left for a run without. With --again the survivors are compiled with the
+warnings as errors and with the sanitizers, as builds of the gate do, and tried anew.
 """
 from __future__ import annotations
 
@@ -71,10 +71,9 @@ NEAREST = {
     "filter/commands.cc": "Commands*", "filter/settings.cc": "Settings*:OpenPpd*",
     "filter/cancel_tail.cc": "CancelTail*",
 }
-# Left out at first: long runs and cuts of whole jobs whose quicker brothers notice the
-# same faults. --again runs them too.
-SLOW = "*FadeOnBlankPaper*:*OnLargePages*:*OnLargerPages*:FilterCutTest*:" \
-       "*FilterPageMemoryTest*:*ManyJobsOfOneProcess*:*IsReportedAfterAPause*:*OneAfterTheOther*"
+# Left out: long runs and cuts of whole jobs whose quicker brothers notice the same faults.
+OTHERS = "*-*FadeOnBlankPaper*:*OnLargePages*:*OnLargerPages*:FilterCutTest*:" \
+         "*FilterPageMemoryTest*:*ManyJobsOfOneProcess*:*IsReportedAfterAPause*:*OneAfterTheOther*"
 UNDECIDED = "passed the nearest tests"
 JUDGED = ("test", "crash", "time-out", "compile-time check", "warning", "same code", "survived")
 
@@ -99,7 +98,6 @@ class Trial:
     def __init__(self, options: argparse.Namespace) -> None:
         self._build = FinishedBuild(TREE, BUILD, options.again)
         self._nearest = options.nearest
-        self._others = "*" if options.again else f"*-{SLOW}"
         self._benches: SimpleQueue[Bench] = SimpleQueue()
         for number in range(options.jobs):
             self._benches.put(Bench(self._build, BENCHES / str(number)))
@@ -126,7 +124,7 @@ class Trial:
         for program in programs:
             if not bench.link(program, list(digests)):
                 return "does not compile"
-            for tests in (NEAREST.get(fault.path, self._others), self._others):
+            for tests in (NEAREST.get(fault.path, OTHERS), OTHERS):
                 done = bench.test(program, tests, 5 + 4 * self._usual(program, tests))
                 if done.status == 0 and self._nearest:
                     return UNDECIDED
@@ -209,7 +207,7 @@ def options_from_command_line() -> argparse.Namespace:
     parser.add_argument("--per-file", type=int, help="try up to so many of a file in all")
     parser.add_argument("--jobs", type=int, default=2, help="faults at a time")
     parser.add_argument("--nearest", action="store_true", help="run the quick tests only")
-    parser.add_argument("--again", action="store_true", help="try the survivors with all tests")
+    parser.add_argument("--again", action="store_true", help="try the survivors more strictly")
     parser.add_argument("--table", action="store_true", help="only print the results so far")
     return parser.parse_args()
 
@@ -218,7 +216,7 @@ def drawn(named: list[tuple[Fault, str]], results: dict[str, str],
           options: argparse.Namespace) -> list[tuple[Fault, str]]:
     """What to try, in an order that is random and always the same."""
     if options.again:
-        return [entry for entry in named if results.get(entry[1]) == "survived"]
+        return [entry for entry in named if results.get(entry[1]) in ("survived", UNDECIDED)]
     order = list(named)
     random.Random(SEED).shuffle(order)
     if options.per_file is not None:
