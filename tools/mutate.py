@@ -69,7 +69,8 @@ NEAREST = {
     "tattoo/gaussian.cc": "Gaussian*:Convolve1D*",
     "printer/mono_pack.cc": "*MonoRow*:*GrayToMono*", "printer/receipt_ep_printer.cc": "SendImage*",
     "filter/commands.cc": "Commands*", "filter/settings.cc": "Settings*:OpenPpd*",
-    "filter/cancel_tail.cc": "CancelTail*",
+    "filter/cancel_tail.cc": "CancelTail*", "filter/page_geometry.cc": "PageGeometry*",
+    "common/ppd_lookup.cc": "PpdLookup*", "common/halftone_names.cc": "HalftoneNames*",
 }
 # Left out: long runs and cuts of whole jobs whose quicker brothers notice the same faults.
 OTHERS = "*-*FadeOnBlankPaper*:*OnLargePages*:*OnLargerPages*:FilterCutTest*:" \
@@ -166,8 +167,8 @@ def read_results() -> dict[str, str]:
 
 def table_of(faults: list[tuple[str, str]], results: dict[str, str]) -> str:
     """Fates by file; what does not compile is left out."""
-    lines = ["| File | Faults | tried | " + " | ".join(JUDGED) + " |",
-             "|---|" + "--:|" * (len(JUDGED) + 2)]
+    lines = ["| File | Faults | tried | " + " | ".join(JUDGED) + " | undecided |",
+             "|---|" + "--:|" * (len(JUDGED) + 3)]
     counts: dict[str, Counter[str]] = {}
     for path, name in faults:
         for key in (path, "all"):
@@ -176,12 +177,12 @@ def table_of(faults: list[tuple[str, str]], results: dict[str, str]) -> str:
                 fate.removeprefix("stopped by a ").split(" in ")[0]
             count = counts.setdefault(key, Counter())
             count["faults"] += fate != "does not compile"
-            count["tried"] += kind in JUDGED
+            count["tried"] += kind in (*JUDGED, UNDECIDED)
             count[kind] += 1
     for path in [name for name in counts if name != "all"] + ["all"]:
         count = counts[path]
         lines.append(f"| {path} | {count['faults']} | {count['tried']} | "
-                     + " | ".join(str(count[kind]) for kind in JUDGED) + " |")
+                     + " | ".join(str(count[kind]) for kind in (*JUDGED, UNDECIDED)) + " |")
     return "\n".join(lines)
 
 

@@ -39,8 +39,8 @@ def run(command: list[str], folder: pathlib.Path, cpu_seconds: float,
     """Runs a command. Its time is processor time, so that a busy machine is no finding;
     what waits for ever instead is stopped by the clock."""
     memory = "unlimited" if "ASAN_OPTIONS" in environment else str(MEMORY_BYTES)
-    limited = ["prlimit", f"--as={memory}", f"--cpu={int(cpu_seconds) + 1}", "--core=0",
-               *command]
+    cpu = int(cpu_seconds) + 1  # a hard limit that is no higher would kill like a crash
+    limited = ["prlimit", f"--as={memory}", f"--cpu={cpu}:{cpu + 5}", "--core=0", *command]
     start = time.monotonic()
     with subprocess.Popen(limited, cwd=folder, stdin=subprocess.DEVNULL, text=True,
                           errors="replace", stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
