@@ -260,7 +260,7 @@ def main() -> None:
             for _ in pool.map(attempt, drawn(named, results, options)):
                 pass
         shutil.rmtree(BENCHES)
-    survivors = [name for _, name in named if results.get(name) == "survived"]
+    survivors = [name for _, name in named if results.get(name) in ("survived", UNDECIDED)]
     if WORK.exists():
         SURVIVORS.write_text("".join(name + "\n" for name in survivors), encoding="utf-8")
     print(table_of([(fault.path, name) for fault, name in named], results))
