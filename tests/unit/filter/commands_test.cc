@@ -214,6 +214,19 @@ TEST(CommandsTest, NoParameterOfAnEarlierSendIsSentAgain) {
   EXPECT_TRUE(sameBytes(first, jobSetupOf(loud)));
 }
 
+TEST(CommandsTest, EndActsWhenItSendsMoreThanTheStatusRequest) {
+  EXPECT_FALSE(jobEndActs(missingOptions()));
+  for (int32_t Settings::*const field :
+       {&Settings::feedCutAfterJobEnd, &Settings::docCutType, &Settings::documentBuzzerSetting,
+        &Settings::cashDrawer1Setting, &Settings::cashDrawer2Setting}) {
+    for (int32_t value = -2; value <= 4; ++value) {
+      Settings settings = missingOptions();
+      settings.*field = value;
+      EXPECT_EQ(jobEndActs(settings), endJobOf(settings) != hex("1B 76")) << value;
+    }
+  }
+}
+
 TEST(CommandsTest, RandomSettingsAgreeWithTheModel) {
   model::Random random(10);
   const auto value = [&random] {

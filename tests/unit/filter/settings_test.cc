@@ -341,7 +341,7 @@ TEST_F(SettingsTest, NoReadablePpdIsOneErrorLine) {
         std::optional<std::string>(folder_.file("garbage.ppd")),
         std::optional<std::string>(folder_.file("empty.ppd"))}) {
     EXPECT_FALSE(readFrom(path, "pageCutType=2")) << path.value_or("(not set)");
-    EXPECT_THAT(log_, ElementsAre(StartsWith("ERROR:"))) << path.value_or("(not set)");
+    EXPECT_THAT(log_, ElementsAre("ERROR:Unable to open PPD file \"" + path.value_or("") + "\"!"));
   }
 }
 

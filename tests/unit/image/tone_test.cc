@@ -109,6 +109,15 @@ TEST(Lut, StoresTheLowBitsAtSmallDepths) {
   EXPECT_EQ(indicesOf(one), (Bytes{1, 0, 1}));
 }
 
+TEST(Lut, RowsWithoutPaddingAreReplacedOnce) {
+  Bytes table(256, 0);
+  for (size_t index = 0; index < 16; ++index) table[index] = static_cast<uint8_t>((index + 1) % 16);
+  OwnedImage image;
+  fill(image, 8, 3, 4, repeated(24, 6));
+  EXPECT_TRUE(image.Lut(table.data()));
+  EXPECT_EQ(indicesOf(image), repeated(24, 7));
+}
+
 TEST(Lut, TrueColourIsUnchangedAndStillTrue) {
   OwnedImage image;
   ASSERT_NE(image.Create(3, 2, 24, 0), nullptr);

@@ -133,6 +133,11 @@ TEST_F(GrayToMonoTest, PageWithoutRowsOrColumnsPacksNothing) {
   EXPECT_EQ(byte, kGuard);
 }
 
+TEST_F(GrayToMonoTest, NegativeWidthIsReportedAsNoPixels) {
+  EXPECT_TRUE(pack({kGuard}, -8, 3).empty());
+  EXPECT_THAT(log_, ElementsAre("DEBUG:GrayToMono, bpl(-8), h(3), skipPixels(0), wb(0)"));
+}
+
 TEST_F(GrayToMonoTest, RandomPagesAgreeWithTheModel) {
   model::Random random(3);
   for (int round = 0; round < 300; ++round) {

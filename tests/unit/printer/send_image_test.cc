@@ -156,6 +156,19 @@ TEST_F(SendImageTest, PageIsPackedInPlaceAndSentByItsRows) {
   EXPECT_EQ(page[1], 0x40);
 }
 
+TEST_F(SendImageTest, SizesBeyond31BitsAreNotPrinted) {
+  constexpr uint64_t kLargest = 0x7FFFFFFF;
+  printer_.setStopRequested([] { return true; });
+  const auto reports = [&](uint64_t bytesPerLine, uint64_t height) {
+    return captureLog([&] { printer_.doPrintImage(nullptr, bytesPerLine, height, 1); }).size();
+  };
+  EXPECT_EQ(reports(kLargest, 0), 1U);
+  EXPECT_EQ(reports(kLargest + 1, 0), 0U);
+  EXPECT_EQ(reports(0, kLargest), 1U);
+  EXPECT_EQ(reports(0, kLargest + 1), 0U);
+  EXPECT_TRUE(out_.bytes().empty());
+}
+
 TEST_F(SendImageTest, PageWithoutRowsIsNotDivided) {
   uint8_t byte = 0;
   captureLog([&] { printer_.doPrintImage(&byte, 12, 0, 12); });

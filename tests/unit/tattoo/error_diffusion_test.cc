@@ -3,8 +3,11 @@
 // with a plain model that keeps the whole plane of errors.
 #include "tattoo/error_diffusion.h"
 
+#include <array>
 #include <cmath>
+#include <cstdlib>
 
+#include "tattoo/error_diffusion_taps.h"
 #include "tests/model/tattoo.h"
 #include "tests/unit/tattoo/tattoo_support.h"
 
@@ -31,6 +34,36 @@ TEST(EdfCus, SharesOfWhiteOnFlatImages) {
     const auto blacks = std::count(result.begin(), result.end(), uint8_t{0});
     EXPECT_EQ(whites + blacks, 4096);
     EXPECT_NEAR(static_cast<double>(whites) / 40.96, row.percent, 0.05) << int{row.level};
+  }
+}
+
+TEST(EdfCus, WeightsAreExact) {
+  // For some of them one unit in the last place moves a dot on one page in many
+  // only: too rare for comparisons of pages.
+  struct Tap {
+    int dx;
+    int dy;
+    const char* weight;
+  };
+  constexpr std::array<Tap, 6> kWanted = {{{1, 0, "0.505786"},
+                                           {2, 0, "-0.052926"},
+                                           {-2, 1, "0.226194"},
+                                           {-1, 1, "0.128835"},
+                                           {0, 1, "0.243191"},
+                                           {1, 1, "-0.111078"}}};
+  ASSERT_EQ(kStencilTaps.size(), kWanted.size());
+  for (size_t i = 0; i < kWanted.size(); ++i) {
+    EXPECT_EQ(kStencilTaps[i].dx, kWanted[i].dx) << i;
+    EXPECT_EQ(kStencilTaps[i].dy, kWanted[i].dy) << i;
+    EXPECT_EQ(kStencilTaps[i].weight, std::strtof(kWanted[i].weight, nullptr)) << i;
+  }
+  EXPECT_EQ(kDotSpread, std::strtof("0.1427", nullptr));
+}
+
+TEST(EdfCus, PagesOnWhichTheLastBitOfAWeightMovesDots) {
+  for (const uint64_t seed : {15U, 26U, 139U, 387U}) {
+    const model::Grey picture = model::noisePage(300, 200, seed);
+    EXPECT_TRUE(samePicture(model::edfCus(picture, 128), edf_cus(greyImage(picture), 128))) << seed;
   }
 }
 

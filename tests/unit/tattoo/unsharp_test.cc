@@ -91,8 +91,12 @@ TEST(UnsharpMask, AmountZeroOrOneTapReturnTheSource) {
 TEST(UnsharpMask, MatchesTheModel) {
   for (uint64_t seed = 1; seed <= 4; ++seed) {
     for (const Size& size : kSizes) {
-      for (const auto& [amount, taps] :
-           {std::pair{300.0F, 11}, {300.0F, 12}, {50.0F, 5}, {-120.0F, 3}, {33.3F, 25}}) {
+      for (const auto& [amount, taps] : {std::pair{300.0F, 11},
+                                         {300.0F, 12},
+                                         {50.0F, 5},
+                                         {-50.0F, 5},
+                                         {-120.0F, 3},
+                                         {33.3F, 25}}) {
         const model::Grey picture = randomPicture(size, seed);
         ASSERT_TRUE(samePicture(model::unsharpMask(picture, amount, taps),
                                 enh_unsharp_mask(greyImage(picture), amount, taps)))
