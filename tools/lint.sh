@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # clang-tidy and cppcheck over what changed: sources that differ from the upstream
 # branch (from the commit before, when all is pushed), and sources that include a
-# header that does. `--all`: over every source. A file that passed is not checked
-# again before it, a header or the rules change.
+# header that does; without history, over the product's. `--all`: over every source.
+# A file that passed is not checked again before it, a header or the rules change.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 folders=(common image tattoo printer filter tools tests bench)
@@ -59,6 +59,7 @@ check_data_flow() {
 if [ "${1-}" != --all ] && base=$(base_commit); then
   mapfile -t sources < <(changed_sources "$base")
 else
+  [ "${1-}" = --all ] || folders=(common image tattoo printer filter tools)
   mapfile -t sources < <(files cc)
 fi
 [ ${#sources[@]} -gt 0 ] || exit 0
