@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# clang-tidy and cppcheck over what changed: sources that differ from the upstream
-# branch (from the commit before, when all is pushed), and sources that include a
-# header that does; without history, over the product's. `--all`: over every source.
-# A file that passed is not checked again before it, a header or the rules change.
+# clang-tidy and cppcheck over the product's sources that changed: that differ from
+# the upstream branch (from the commit before, when all is pushed), or include a
+# header that does; without history, over all of the product's. `--all`: over every
+# source, clang-tidy over the tests' too. A file that passed is not checked again
+# before it, a header or the rules change.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-folders=(common image tattoo printer filter tools tests bench)
+folders=(common image tattoo printer filter tools)
+[ "${1-}" = --all ] && folders+=(tests bench)
 
 # The commit to compare with; fails where there is none.
 base_commit() {
@@ -59,7 +61,6 @@ check_data_flow() {
 if [ "${1-}" != --all ] && base=$(base_commit); then
   mapfile -t sources < <(changed_sources "$base")
 else
-  [ "${1-}" = --all ] || folders=(common image tattoo printer filter tools)
   mapfile -t sources < <(files cc)
 fi
 [ ${#sources[@]} -gt 0 ] || exit 0
@@ -69,7 +70,8 @@ cmake --build "$build" --target generated/tools/drav/driver/models.inc \
   generated/tools/drav/html/page.inc >/dev/null
 passed=build/lint-passed
 mkdir -p "$passed"
-check_data_flow "${sources[@]}"
+mapfile -t product < <(printf '%s\n' "${sources[@]}" | grep -v '^tests/')
+check_data_flow "${product[@]}"
 rules=$(git ls-files -co --exclude-standard -- '*.h' .clang-tidy | sort | xargs sha256sum | sha256sum)
 
 check_one() {
