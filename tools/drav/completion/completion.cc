@@ -82,12 +82,12 @@ std::string zshOption(const CompletedOption& option, const std::string& function
   std::string text;
   for (const std::string& name : option.names) {
     const bool isLong = name.rfind("--", 0) == 0;
-    std::string spec(1, '*');
-    spec += name;
-    if (takesValue && isLong) spec += '=';
-    spec += '[' + escaped(option.description, "[]\\") + ']';
-    if (takesValue) spec += zshAction(option.value, function);
-    text += " \\\n        " + quoted(spec);
+    std::string entry(1, '*');
+    entry += name;
+    if (takesValue && isLong) entry += '=';
+    entry += '[' + escaped(option.description, "[]\\") + ']';
+    if (takesValue) entry += zshAction(option.value, function);
+    text += " \\\n        " + quoted(entry);
   }
   return text;
 }
