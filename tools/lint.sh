@@ -1,53 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# clang-tidy and cppcheck over the product's sources that changed: that differ from
-# the upstream branch (from the commit before, when all is pushed), or include a
-# header that does; without history, over all of the product's. `--all`: over every
-# source, clang-tidy over the tests' too. A file that passed is not checked again
-# before it, a header or the rules change.
+# clang-tidy and cppcheck over the product's sources (`--all`: clang-tidy over the
+# tests' too). A source that passed is not checked again before it, a header that it
+# includes or the rules change. What passed is kept in build/; `--record` writes it
+# into tools/lint_passed.txt as well, so that a fresh clone checks what changed since.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-folders=(common image tattoo printer filter tools)
-[ "${1-}" = --all ] && folders+=(tests bench)
-
-# The commit to compare with; fails where there is none.
-base_commit() {
-  local base
-  if base=$(git merge-base HEAD '@{upstream}' 2>/dev/null) &&
-    [ "$base" != "$(git rev-parse HEAD)" ]; then
-    echo "$base"
-  else
-    git rev-parse --quiet --verify 'HEAD^'
-  fi
-}
-
-# Tracked and new files below the folders, by suffix.
-files() { git ls-files -co --exclude-standard -- "${folders[@]/%//*.$1}"; }
-
-# The given files and what includes them, directly or through other headers.
-with_includers() {
-  local known=$1 found every
-  mapfile -t every < <(files h && files cc)
-  while :; do
-    found=$(printf '%s\n' "$known" | sed -n 's|.*\.h$|#include "&"|p' |
-      grep -lFf - "${every[@]}" || true)
-    found=$(printf '%s\n' "$known" "$found" | sed '/^$/d' | sort -u)
-    [ "$found" = "$known" ] && break
-    known=$found
-  done
-  printf '%s\n' "$known"
-}
-
-changed_sources() {
-  local changed
-  changed=$({ git diff --name-only "$1"; git ls-files -o --exclude-standard; } | sort -u)
-  # Other rules concern all sources.
-  if grep -qx '\.clang-tidy' <<<"$changed"; then
-    files cc
-  else
-    with_includers "$changed" | grep -Fxf <(files cc) || true
-  fi
-}
 
 # What cppcheck found last time is kept by file.
 check_data_flow() {
@@ -58,28 +16,44 @@ check_data_flow() {
     --template='{file}:{line}: {severity}: {message} [{id}]' "$@"
 }
 
-if [ "${1-}" != --all ] && base=$(base_commit); then
-  mapfile -t sources < <(changed_sources "$base")
-else
-  mapfile -t sources < <(files cc)
-fi
-[ ${#sources[@]} -gt 0 ] || exit 0
-build=build/tidy
-cmake --preset tidy -DCMAKE_CXX_CLANG_TIDY= >/dev/null
-cmake --build "$build" --target generated/tools/drav/driver/models.inc \
-  generated/tools/drav/html/page.inc >/dev/null
+product=(common image tattoo printer filter tools)
+folders=("${product[@]}")
+record=tools/lint_passed.txt
 passed=build/lint-passed
-mkdir -p "$passed"
-mapfile -t product < <(printf '%s\n' "${sources[@]}" | grep -v '^tests/')
-check_data_flow "${product[@]}"
-rules=$(git ls-files -co --exclude-standard -- '*.h' .clang-tidy | sort | xargs sha256sum | sha256sum)
+for option in "$@"; do
+  case $option in
+    --all) folders+=(tests bench) ;;
+    --record) : ;;
+    *) echo "usage: tools/lint.sh [--all] [--record]" >&2 && exit 2 ;;
+  esac
+done
 
+# Sources below the folders, tracked and new.
+sources_in() { git ls-files -co --exclude-standard -- "${@/%//*.cc}"; }
+
+mapfile -t sources < <(sources_in "${product[@]}")
+check_data_flow "${sources[@]}"
+mapfile -t sources < <(sources_in "${folders[@]}")
+mapfile -t keyed < <(tools/lint_keys.py "${sources[@]}")
+mkdir -p "$passed"
+todo=()
+for line in "${keyed[@]}"; do
+  key=${line%% *}
+  [ -e "$passed/$key" ] || grep -qs "^$key " "$record" || todo+=("$line")
+done
+
+build=build/tidy
 check_one() {
-  local source=$1 key
-  key=$passed/$(printf '%s %s' "$rules" "$(sha256sum "$source")" | sha256sum | cut -c1-32)
-  [ -e "$key" ] && return 0
-  clang-tidy-14 --quiet --warnings-as-errors='*' -p "$build" "$source" 2>/dev/null && touch "$key"
+  local key=$1 source=$2
+  clang-tidy-14 --quiet --warnings-as-errors='*' -p "$build" "$source" 2>/dev/null &&
+    touch "$passed/$key"
 }
-export -f check_one
-export rules passed build
-printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -I{} bash -c 'check_one {}'
+if [ ${#todo[@]} -gt 0 ]; then
+  cmake --preset tidy -DCMAKE_CXX_CLANG_TIDY= >/dev/null
+  cmake --build "$build" --target generated/tools/drav/driver/models.inc \
+    generated/tools/drav/html/page.inc >/dev/null
+  export -f check_one
+  export passed build
+  printf '%s\n' "${todo[@]}" | xargs -P "$(nproc)" -I{} bash -c 'check_one {}'
+fi
+case " $* " in *" --record "*) printf '%s\n' "${keyed[@]}" >"$record" ;; esac

@@ -179,10 +179,4 @@ def main() -> None:
     except OSError as error:
         print(f"SKIPPED: no network namespace on this machine: {error}", flush=True)
         sys.exit(private_spool.SKIPPED)
-    program = unittest.main(module="__main__", exit=False)
-    for test, reason in program.result.skipped:
-        print(f"SKIPPED: {test}: {reason}", flush=True)
-    if not program.result.wasSuccessful():
-        sys.exit(1)
-    if program.result.testsRun == len(program.result.skipped):
-        sys.exit(private_spool.SKIPPED)
+    private_spool.run_tests()

@@ -285,10 +285,4 @@ def main() -> None:
     """Runs the tests of the calling program in a mount namespace of its own."""
     filter_path()
     private_spool.enter()
-    program = unittest.main(module="__main__", exit=False)
-    for test, reason in program.result.skipped:
-        print(f"SKIPPED: {test}: {reason}", flush=True)
-    if not program.result.wasSuccessful():
-        sys.exit(1)
-    if program.result.testsRun == len(program.result.skipped):
-        sys.exit(private_spool.SKIPPED)
+    private_spool.run_tests()

@@ -11,6 +11,7 @@ import os
 import pathlib
 import subprocess
 import sys
+import unittest
 from collections.abc import Iterator
 
 SPOOL = pathlib.Path("/var/spool/cups/tmp")
@@ -107,3 +108,17 @@ if __name__ == "__main__":
     if sys.argv[1:] != [_PROBE]:
         sys.exit("this is no program of its own")
     _cover_spool()
+
+
+def run_tests(arguments: list[str] | None = None) -> None:
+    """Runs the tests of the calling program and names those that were skipped.
+
+    Ends the program with 1 when one failed and SKIPPED when none could run.
+    """
+    program = unittest.main(module="__main__", argv=arguments, exit=False)
+    for test, reason in program.result.skipped:
+        print(f"SKIPPED: {test}: {reason}", flush=True)
+    if not program.result.wasSuccessful():
+        sys.exit(1)
+    if program.result.testsRun == len(program.result.skipped):
+        sys.exit(SKIPPED)

@@ -149,7 +149,4 @@ def main() -> None:
     private_spool.enter()
     DRAV, FILTER, PPD = (os.path.abspath(path) for path in sys.argv[1:4])
     VERSION = sys.argv[4]
-    program = unittest.main(module="__main__", argv=sys.argv[:1] + sys.argv[5:], exit=False)
-    for test, reason in program.result.skipped:
-        print(f"SKIPPED: {test}: {reason}", flush=True)
-    sys.exit(0 if program.result.wasSuccessful() else 1)
+    private_spool.run_tests(sys.argv[:1] + sys.argv[5:])

@@ -18,15 +18,8 @@
 #include "tests/model/page_patterns.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/process_limits.h"
+#include "tests/support/sanitizers.h"
 #include "tests/unit/filter/filter_fixture.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define DRAV_TEST_ADDRESS_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define DRAV_TEST_ADDRESS_SANITIZER 1
-#endif
-#endif
 
 namespace {
 
