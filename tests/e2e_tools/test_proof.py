@@ -108,8 +108,11 @@ class RasterTest(DravCase):
     def test_what_the_picture_says_of_itself(self):
         page = cups_raster.grey(grey_rows(300, 60), HWResolution=(203, 180))
         path = self.write("pâge.ras", cups_raster.stream([page, page]))
+        # libcups loses a list when a job has "media"; the leak check knows the place by the
+        # name of a function that it sees with the slow unwinder only.
+        slow = os.environ.get("ASAN_OPTIONS", "") + ":fast_unwind_on_malloc=0"
         self.run_well("proof", path, "--page", "2", "-o", "HalftoneType=Sierra", "-o", "media=A4",
-                      "-O", self.out / "a.png")
+                      "-O", self.out / "a.png", env={"ASAN_OPTIONS": slow})
         png = read_png((self.out / "a.png").read_bytes())
         self.assertEqual((png.width, png.height), (304, 60))
         self.assertEqual(png.chunk(b"pHYs"), [struct.pack(">IIB", 7992, 7087, 1)])
