@@ -30,7 +30,9 @@ TEST(Creation, ZeroSideFailsWithText) {
     EXPECT_EQ(image.Create(width, height, 8, 0), nullptr);
     EXPECT_FALSE(image.IsValid());
     EXPECT_STREQ(image.GetLastError(), kZeroSideText);
+    EXPECT_FALSE(PaletteImage::IsCreatable(width, height, 8));
   }
+  EXPECT_TRUE(PaletteImage::IsCreatable(5, 5, 8));
 }
 
 TEST(Creation, FailureReleasesTheOldBlockAndKeepsTheOldSizes) {

@@ -25,7 +25,7 @@ namespace {
 
 constexpr const char* kFilesConf = "/etc/cups/cups-files.conf";
 
-struct Arguments {
+struct DoctorArguments {
   std::string queue;
   std::string root;
   std::string filesConf;
@@ -45,7 +45,7 @@ std::string absoluteRoot(const std::string& root) {
   return path == "/" ? "" : path;
 }
 
-int clean(const Arguments& arguments) {
+int clean(const DoctorArguments& arguments) {
   ClearRequest request;
   ClearOutcome outcome;
   std::string error;
@@ -64,7 +64,7 @@ int clean(const Arguments& arguments) {
 }
 
 // Asks the scheduler. A staged system has none of its own to ask.
-bool examineByScheduler(const Arguments& arguments, const Installation& installation,
+bool examineByScheduler(const DoctorArguments& arguments, const Installation& installation,
                         Diagnosis& diagnosis, bool& asked, std::string& error) {
   asked = false;
   if (!arguments.root.empty()) {
@@ -95,13 +95,13 @@ bool examineByScheduler(const Arguments& arguments, const Installation& installa
   return done;
 }
 
-bool examineByFiles(const Arguments& arguments, const Installation& installation,
+bool examineByFiles(const DoctorArguments& arguments, const Installation& installation,
                     Diagnosis& diagnosis, std::string& error) {
   ConfiguredQueues queues(installation.onDisk(installation.serverRoot));
   return examine(installation, queues, arguments.queue, diagnosis, error);
 }
 
-int tellBundle(const Arguments& arguments, const Installation& installation,
+int tellBundle(const DoctorArguments& arguments, const Installation& installation,
                const Diagnosis& diagnosis) {
   BundleRequest request;
   BundleOutcome outcome;
@@ -117,7 +117,7 @@ int tellBundle(const Arguments& arguments, const Installation& installation,
 }
 
 // Whether the arguments make sense together; false with one line in `error`.
-bool goodArguments(const Arguments& arguments, std::string& error) {
+bool goodArguments(const DoctorArguments& arguments, std::string& error) {
   if (!arguments.queue.empty() && !isQueueName(arguments.queue)) {
     error = '"' + arguments.queue + "\" cannot be the name of a queue";
   } else if (!arguments.filesConf.empty() &&
@@ -127,7 +127,7 @@ bool goodArguments(const Arguments& arguments, std::string& error) {
   return error.empty();
 }
 
-int doctor(Arguments arguments) {
+int doctor(DoctorArguments arguments) {
   arguments.root = absoluteRoot(arguments.root);
   Installation installation = builtInstallation();
   Diagnosis diagnosis;
@@ -153,7 +153,7 @@ int doctor(Arguments arguments) {
   return anythingFound(diagnosis.findings) ? kExitFindings : kExitDone;
 }
 
-void addOptions(CLI::App& app, Arguments& arguments) {
+void addOptions(CLI::App& app, DoctorArguments& arguments) {
   CLI::Option* queue = app.add_option("QUEUE", arguments.queue,
                                       "Queue to examine (default: all that use the filter)");
   app.add_option("--root", arguments.root, "Examine the system staged below this folder")
@@ -183,7 +183,7 @@ void addOptions(CLI::App& app, Arguments& arguments) {
 }  // namespace
 
 Command addDoctor(CLI::App& app) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<DoctorArguments>();
   CLI::App* doctorApp = app.add_subcommand(
       "doctor", "Check an installation and say what mends it; collect facts for support");
   addOptions(*doctorApp, *arguments);

@@ -13,14 +13,14 @@
 
 namespace {
 
-struct Arguments {
+struct InspectArguments {
   std::string job;
   PrinterArguments printer;
   bool json = false;
   bool all = false;
 };
 
-int run(const Arguments& arguments) {
+int run(const InspectArguments& arguments) {
   InspectOptions options;
   options.name = arguments.job == "-" ? "standard input" : arguments.job;
   options.json = arguments.json;
@@ -36,7 +36,7 @@ int run(const Arguments& arguments) {
 }  // namespace
 
 Command addInspect(CLI::App& app) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<InspectArguments>();
   CLI::App* inspect =
       app.add_subcommand("inspect", "Tell what is in a job: commands, paper, coverage, warnings");
   inspect->add_option("JOB", arguments->job, "Job stream or command record; - is standard input")

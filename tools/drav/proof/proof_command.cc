@@ -11,7 +11,7 @@
 
 namespace {
 
-struct Arguments {
+struct ProofArguments {
   PageRequest request;
   ProofOutputs outputs;
 };
@@ -41,7 +41,7 @@ std::string summary(const ProofHtml& html, const PageFacts& facts) {
          " combinations of halftone and brightness, " + accuracyOf(facts);
 }
 
-int run(const Arguments& arguments) {
+int run(const ProofArguments& arguments) {
   ProofReport report;
   std::string error;
   if (!makeProof(arguments.request, arguments.outputs, report, error)) return failCommand(error);
@@ -56,7 +56,7 @@ int run(const Arguments& arguments) {
 }  // namespace
 
 Command addProof(CLI::App& app) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ProofArguments>();
   CLI::App* proof = app.add_subcommand("proof", "Show the dots of a document before it prints");
   addPageOptions(*proof, arguments->request);
   proof

@@ -11,14 +11,14 @@
 
 namespace {
 
-struct Arguments {
+struct RenderArguments {
   std::string job;
   std::string out;
   PrinterArguments printer;
   bool paper = false;
 };
 
-int run(const Arguments& arguments) {
+int run(const RenderArguments& arguments) {
   RenderOptions options;
   options.paper = arguments.paper;
   RenderExtent extent;
@@ -38,7 +38,7 @@ int run(const Arguments& arguments) {
 }  // namespace
 
 Command addRender(CLI::App& app) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<RenderArguments>();
   CLI::App* render = app.add_subcommand("render", "Draw the dots of a job as a picture");
   render->add_option("JOB", arguments->job, "Job stream or command record; - is standard input")
       ->required();

@@ -10,13 +10,13 @@
 
 namespace {
 
-struct Arguments {
+struct SheetArguments {
   SheetRequest request;
   std::string over;
   std::pair<double, double> crop;
 };
 
-int run(const Arguments& arguments, bool hasCrop) {
+int run(const SheetArguments& arguments, bool hasCrop) {
   SheetRequest request = arguments.request;
   if (arguments.over == "halftone") request.options = {"HalftoneType"};
   if (arguments.over == "brightness") request.options = {"Brightness"};
@@ -34,7 +34,7 @@ int run(const Arguments& arguments, bool hasCrop) {
 }  // namespace
 
 Command addSheet(CLI::App& app) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<SheetArguments>();
   CLI::App* sheet =
       app.add_subcommand("sheet", "Show a page in every halftone and in every brightness");
   addPageOptions(*sheet, arguments->request.pages);
