@@ -84,6 +84,7 @@ std::string driverFile(size_t width) {
                    "0");
       }
       std::vector<std::string> halftones;
+      halftones.reserve(kHalftoneTypeCount);
       for (int32_t i = 0; i < kHalftoneTypeCount; ++i) {
         halftones.emplace_back(dravHalftoneTypeToStr(static_cast<DitherType>(i)));
       }
@@ -200,6 +201,7 @@ FuzzResult runJob(const FuzzJob& job, const Bytes& stream) {
   environment.clock = [] { return kNow; };
   environment.dumpFolder = pictures ? pictures->path() : scratch().file("missing");
   uint32_t calls = 0;
+  environment.awaitCancel = [] {};  // no signal is on its way, and most jobs would wait
   environment.cancelRequested = [&] { return job.cancels && calls++ >= job.cancelledAtCall; };
   setenv("PPD", job.ppd.c_str(), 1);
   unlink(recordPath().c_str());

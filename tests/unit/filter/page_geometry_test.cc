@@ -45,6 +45,12 @@ TEST(PageGeometryTest, LimitIsCutToWholeDots) {
   EXPECT_EQ(maxMediaLinePixels(0.25, header(300, 1)), 1U);      // 1.04...
 }
 
+TEST(PageGeometryTest, LimitIsThatOfDoublePrecision) {
+  // 29 dots by hand; the quotient by 72 is rounded down, and so is its product.
+  EXPECT_EQ(maxMediaLinePixels(11.6, header(180, 1)), 28U);
+  EXPECT_EQ(maxMediaLinePixels(48.8, header(180, 1)), 121U);  // 121.99...
+}
+
 TEST(PageGeometryTest, LimitBelowOneDotSkipsNothing) { EXPECT_EQ(skip(0.1, 300, 100), 0U); }
 
 TEST(PageGeometryTest, WidthThatIsMissingNegativeOrNotFiniteIsNoLimit) {
@@ -58,6 +64,7 @@ TEST(PageGeometryTest, WidthThatIsMissingNegativeOrNotFiniteIsNoLimit) {
 
 TEST(PageGeometryTest, HugeWidthsStayWithinSixtyFourBits) {
   EXPECT_EQ(maxMediaLinePixels(1e300, header(300, 1)), UINT64_MAX);
+  EXPECT_EQ(maxMediaLinePixels(72.0 * 18446744073709551616.0, header(1, 1)), UINT64_MAX);
   EXPECT_EQ(skip(1e300, 300, 0xFFFFFFFF), 0U);
   EXPECT_EQ(maxMediaLinePixels(1e12, header(300, 1)), 4166666666666U);
 }
