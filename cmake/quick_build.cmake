@@ -5,14 +5,6 @@
 # without it show that every source includes what it uses.
 option(DRAV_QUICK_BUILD "Shorten a build from nothing" OFF)
 
-# What the tests' own code is compiled with; its speed does not matter.
-set(DRAV_QUICK_OPTIONS "")
-if(DRAV_QUICK_BUILD AND DRAV_SANITIZE)
-  set(DRAV_QUICK_OPTIONS -O0)
-elseif(DRAV_QUICK_BUILD)
-  set(DRAV_QUICK_OPTIONS -O1)
-endif()
-
 # The sources of a target that are compiled as one.
 function(drav_join_sources target group)
   if(DRAV_QUICK_BUILD)
@@ -21,10 +13,11 @@ function(drav_join_sources target group)
   endif()
 endfunction()
 
-# A program of unit tests, and the header of the test framework that they include.
-function(drav_quick_tests target header)
+# A program of unit tests, the header of the test framework that they include, and how
+# far their own code is optimized: -O1 where they compute much, else -O0.
+function(drav_quick_tests target header level)
   if(DRAV_QUICK_BUILD)
     target_precompile_headers(${target} PRIVATE <${header}>)
-    target_compile_options(${target} PRIVATE ${DRAV_QUICK_OPTIONS})
+    target_compile_options(${target} PRIVATE ${level})
   endif()
 endfunction()
