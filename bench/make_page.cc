@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
 
 #include "tests/model/page_patterns.h"
@@ -45,7 +46,7 @@ bool writePgm(const model::Grey& page, const char* path) {
 
 }  // namespace
 
-int main(int argc, char* argv[]) {
+int main(int argc, char* argv[]) try {
   if (argc < 5 || argc > 6) {
     std::fprintf(stderr, "usage: make_page PATTERN WIDTH HEIGHT RASTER [PGM]\n");
     return 2;
@@ -56,4 +57,7 @@ int main(int argc, char* argv[]) {
     return 2;
   }
   return 0;
+} catch (const std::exception& failure) {
+  std::fprintf(stderr, "make_page: %s\n", failure.what());
+  return 2;
 }

@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <new>
 #include <string>
 
 namespace {
@@ -31,25 +33,25 @@ int main(int argc, char* argv[]) {
   if (argc != 2) return EXIT_FAILURE;
   cups_raster_t* raster = cupsRasterOpen(STDIN_FILENO, CUPS_RASTER_READ);
   cups_page_header2_t header = {};
-  uint8_t* page = nullptr;
+  std::unique_ptr<uint8_t[]> page;
   size_t capacity = 0;
   int pages = 0;
   while (raster != nullptr && cupsRasterReadHeader2(raster, &header) != 0) {
     const size_t size = size_t{header.cupsBytesPerLine} * header.cupsHeight;
     if (size > capacity) {
-      std::free(page);
-      page = static_cast<uint8_t*>(std::malloc(size));
+      page.reset(new (std::nothrow) uint8_t[size]);
       if (page == nullptr) return EXIT_FAILURE;
       capacity = size;
     }
-    if (cupsRasterReadPixels(raster, page, static_cast<unsigned>(size)) < 1) break;
+    if (cupsRasterReadPixels(raster, page.get(), static_cast<unsigned>(size)) < 1) break;
     const std::string stem = std::string(argv[1]) + "/null_" + std::to_string(pages++);
-    if (!writeFile(stem + "a.bmp", page, size) || !writeFile(stem + "b.bmp", page, size)) {
+    if (!writeFile(stem + "a.bmp", page.get(), size) ||
+        !writeFile(stem + "b.bmp", page.get(), size)) {
       return EXIT_FAILURE;
     }
-    std::fwrite(page, (header.cupsBytesPerLine + size_t{7}) / 8 * header.cupsHeight, 1, stdout);
+    std::fwrite(page.get(), (header.cupsBytesPerLine + size_t{7}) / 8 * header.cupsHeight, 1,
+                stdout);
   }
   cupsRasterClose(raster);
-  std::free(page);
   return pages > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
