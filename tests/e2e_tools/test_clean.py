@@ -163,6 +163,7 @@ class CleanTest(unittest.TestCase):
             path.chmod(0)
             self.assert_cleared(self.run_clean(command), "removed 1 picture, 1.0 kB")
 
+    @unittest.skipIf("DRAV_COUNTED" in os.environ, "the counts fail to be written, too, and say so")
     def test_no_rights(self):
         for command in self.programs():
             self.put(PICTURES[0])

@@ -9,6 +9,7 @@ import shutil
 import subprocess
 import threading
 import time
+import unittest
 from collections.abc import Iterable
 from typing import Any
 
@@ -227,6 +228,7 @@ class InputTest(InspectCase):
                 self.assert_failed(self.run_drav("inspect", *options, path), f"{name}: ",
                                    "not a job")
 
+    @unittest.skipIf("DRAV_COUNTED" in os.environ, "the counts fail to be written, too, and say so")
     def test_what_cannot_be_read(self) -> None:
         self.assert_failed(self.run_drav("inspect", self.folder), "Is a directory")
         self.assert_failed(self.run_drav("inspect", self.job), "No such file")

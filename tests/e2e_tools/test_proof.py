@@ -398,6 +398,7 @@ class BadInputTest(DravCase):
         self.assert_failed(self.run_drav("proof", "-", "-O", self.out / "a.png"),
                            "standard input: is empty")
 
+    @unittest.skipIf("DRAV_COUNTED" in os.environ, "the counts fail to be written, too, and say so")
     def test_rights(self):
         locked = self.write("locked.pdf", make_pdf([DRAWING]))
         locked.chmod(0)

@@ -8,6 +8,7 @@ import functools
 import hashlib
 import html.parser
 import json
+import os
 import pathlib
 import random
 import re
@@ -260,6 +261,7 @@ class HtmlTest(DravCase):
         self.assert_failed(self.run_drav("proof", path, "-O", self.out / "a.png", "--html",
                                          self.out / "no" / "a.html"), "No such file")
 
+    @unittest.skipIf("DRAV_COUNTED" in os.environ, "the counts fail to be written, too, and say so")
     def test_full_disk_leaves_the_older_page(self):
         rows = grey_rows(300, 200)
         path = self.write("page.ras", cups_raster.stream([cups_raster.grey(rows)]))

@@ -242,6 +242,7 @@ class RenderTest(unittest.TestCase):
             self.assert_failed(self.run_drav("render", self.job, out), word)
         self.assertTrue(stat.S_ISCHR(os.stat("/dev/full").st_mode))
 
+    @unittest.skipIf("DRAV_COUNTED" in os.environ, "the counts fail to be written, too, and say so")
     def test_folder_without_rights(self):
         drav = self.folder / "drav"
         shutil.copy(DRAV, drav)
@@ -253,6 +254,7 @@ class RenderTest(unittest.TestCase):
                                 timeout=60, check=False, **user)
         self.assert_failed(result, "out.png: Permission denied", left=("job.bin", "drav"))
 
+    @unittest.skipIf("DRAV_COUNTED" in os.environ, "the counts fail to be written, too, and say so")
     def test_disk_that_fills_up(self):
         self.job.write_bytes(START + page(noise_rows(13, 300, 4000)) + JOB_END)
 
