@@ -110,8 +110,9 @@ class DocumentsTest(CupsCase):
         rows = documents.photo_rows(width, 150)
         path = self.folder / f"page{width}.ras"
         path.write_bytes(cups_raster.stream([cups_raster.grey(rows), cups_raster.grey(rows[:50])]))
+        before = len(queue.printer.connections)
         job = self.submit(queue, path, {"HalftoneType": "Stucki"})
-        received = queue.printer.wait_jobs(len(queue.printer.connections) + 1)[-1]
+        received = queue.printer.wait_jobs(before + 1)[-1]
         self.assertEqual(self.cups.wait_job(job), private_cups.ipp.COMPLETED, self.lines(job))
         log = "\n".join(self.cups.job_log(job))
         self.assertIn("D 2 filters for job:", log)  # ours, and the scheduler's "-" for none

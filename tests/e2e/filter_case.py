@@ -37,6 +37,7 @@ PARTIAL_CUT = bytes.fromhex("0A0A0A0A 1D5601")
 FULL_CUT = bytes.fromhex("0A0A0A0A 1D5600")
 
 SANITIZED = os.environ.get("DRAV_SANITIZED", "0") not in ("", "0")
+LIBCXX = os.environ.get("DRAV_LIBCXX", "0") not in ("", "0")
 
 
 def band(width_bytes: int, rows: Sequence[bytes] | bytes) -> bytes:

@@ -28,6 +28,8 @@ CALLS = frozenset((
     # whether HOME of the environment can be trusted (libcups)
     "getuid", "geteuid", "getgid", "getegid",
     "exit_group",
+    # libc++ where a static variable is made
+    *(("gettid",) if filter_case.LIBCXX else ()),
 ))
 
 # What may be read besides the PPD file and the raster: the C library's and libcups's

@@ -6,12 +6,15 @@
 #include <array>
 #include <cstring>
 #include <new>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 
 #include "image/threshold_patterns.h"
 #include "tests/model/dither.h"
 #include "tests/unit/image/image_support.h"
+
+static void PrintTo(const HalftoneVariant& variant, std::ostream* out) { *out << variant.name; }
 
 namespace {
 

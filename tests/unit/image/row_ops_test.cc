@@ -4,9 +4,12 @@
 #include "image/row_ops.h"
 
 #include <algorithm>
+#include <ostream>
 #include <string>
 
 #include "tests/unit/image/image_support.h"
+
+static void PrintTo(const RowOpsVariant& variant, std::ostream* out) { *out << variant.name; }
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include "tattoo/pipeline.h"
 
 #include <new>
+#include <ostream>
 #include <string>
 
 #include "tattoo/error_diffusion.h"
@@ -28,6 +29,8 @@ struct Variant {
   Pipeline run;
   ModelPipeline runModel;
 };
+
+void PrintTo(const Variant& variant, std::ostream* out) { *out << variant.name; }
 
 class TattooPipeline : public testing::TestWithParam<Variant> {
  protected:

@@ -6,11 +6,14 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 
 #include "tests/model/tattoo.h"
 #include "tests/unit/tattoo/tattoo_support.h"
+
+static void PrintTo(const StencilVariant& variant, std::ostream* out) { *out << variant.name; }
 
 namespace {
 
