@@ -33,8 +33,10 @@ def closure(source: str) -> set[str]:
 
 
 def key(source: str) -> str:
+    own_rules = f"{source.split('/', maxsplit=1)[0]}/.clang-tidy"
+    rules = (*RULES, own_rules) if text_of(own_rules) else RULES
     digest = hashlib.sha256()
-    for path in (*RULES, *sorted(closure(source))):
+    for path in (*rules, *sorted(closure(source))):
         digest.update(f"{path}\0{text_of(path)}\0".encode())
     return digest.hexdigest()[:24]
 

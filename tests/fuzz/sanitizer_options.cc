@@ -8,7 +8,7 @@ const char* __asan_default_options() {
   return "allocator_may_return_null=1:max_allocation_size_mb=64:detect_leaks=1";
 }
 const char* __lsan_default_suppressions();
-const char* __lsan_default_suppressions() { return "leak:^strdup$\n"; }
+const char* __lsan_default_suppressions() { return "leak:strdup\n"; }
 const char* __lsan_default_options();
 const char* __lsan_default_options() { return "print_suppressions=0"; }
 }

@@ -467,21 +467,21 @@ void testPaletteOperations() {
 void testMaths() {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const float inf = std::numeric_limits<float>::infinity();
-  expectTrue(std::signbit(myAbs(-0.0f)), "myAbs keeps -0");
-  expectTrue(myAbs(-2.5f) == 2.5f && myAbs(2.5f) == 2.5f, "myAbs");
+  expectTrue(std::signbit(myAbs(-0.0F)), "myAbs keeps -0");
+  expectTrue(myAbs(-2.5F) == 2.5F && myAbs(2.5F) == 2.5F, "myAbs");
 
-  expectTrue(mySqrt(-4) == -1.0f, "root of -4");
-  expectTrue(mySqrt(0) == 0.0f, "root of 0");
-  expectTrue(mySqrt(65025) == 255.0f, "root of 65025");
-  expectTrue(mySqrt(6.2831855f) == 2.50662851f, "root of two pi");
-  expectNear(static_cast<double>(mySqrt(0.0001f)), 0.0100007, 5e-8, "root of 1e-4");
-  expectNear(static_cast<double>(mySqrt(1e-6f)), 0.00100055, 5e-9, "root of 1e-6");
-  expectNear(static_cast<double>(mySqrt(1e-12f)), 0.00000208, 5e-9, "root of 1e-12");
+  expectTrue(mySqrt(-4) == -1.0F, "root of -4");
+  expectTrue(mySqrt(0) == 0.0F, "root of 0");
+  expectTrue(mySqrt(65025) == 255.0F, "root of 65025");
+  expectTrue(mySqrt(6.2831855F) == 2.50662851F, "root of two pi");
+  expectNear(static_cast<double>(mySqrt(0.0001F)), 0.0100007, 5e-8, "root of 1e-4");
+  expectNear(static_cast<double>(mySqrt(1e-6F)), 0.00100055, 5e-9, "root of 1e-6");
+  expectNear(static_cast<double>(mySqrt(1e-12F)), 0.00000208, 5e-9, "root of 1e-12");
   expectTrue(std::isnan(mySqrt(nan)), "root of not-a-number");
   expectTrue(mySqrt(inf) == inf, "root of infinity");
   double worstRoot = 0;
   int64_t mostRounds = 0;
-  for (float x = 1; x <= 65025; x += 0.37f) {
+  for (float x = 1; x <= 65025; x += 0.37F) {
     int64_t rounds = 0;
     const double got = static_cast<double>(mySqrt(x, &rounds));
     const double want = std::sqrt(static_cast<double>(x));
@@ -491,7 +491,7 @@ void testMaths() {
   expectTrue(mostRounds <= 12, "rounds of the root: " + to_string(mostRounds));
   expectTrue(worstRoot < 7.3e-7, "accuracy of the root");
 
-  expectTrue(myExp(0) == 1.0f && myExp(-0.0f) == 1.0f, "exponential of 0");
+  expectTrue(myExp(0) == 1.0F && myExp(-0.0F) == 1.0F, "exponential of 0");
   expectNear(static_cast<double>(myExp(10)), 21991.48, 0.005, "exponential of 10");
   expectNear(1 - static_cast<double>(myExp(8)) / std::exp(8.0), 9.4e-5, 5e-7, "exponential of 8");
   expectNear(1 - static_cast<double>(myExp(10)) / std::exp(10.0), 0.0016, 5e-5,
@@ -500,52 +500,52 @@ void testMaths() {
              "exponential of 20 is low");
   expectTrue(std::isnan(myExp(nan)), "exponential of not-a-number");
   double worstExp = 0;
-  for (float x = -5; x <= 5; x += 0.000173f) {
+  for (float x = -5; x <= 5; x += 0.000173F) {
     const double ratio = static_cast<double>(myExp(x)) / std::exp(static_cast<double>(x));
     worstExp = std::fmax(worstExp, std::fabs(ratio - 1));
   }
   expectTrue(worstExp < 5.7e-7, "accuracy of the exponential");
 
-  expectTrue(myLn(1) == 0.0f, "logarithm of 1");
-  expectTrue(myLn(0) == -1.0f, "logarithm of 0");
-  expectTrue(myLn(-3) == -1.0f, "logarithm of -3");
+  expectTrue(myLn(1) == 0.0F, "logarithm of 1");
+  expectTrue(myLn(0) == -1.0F, "logarithm of 0");
+  expectTrue(myLn(-3) == -1.0F, "logarithm of -3");
   expectNear(static_cast<double>(myLn(1000000)), 13.8605, 5e-5, "logarithm of a million");
   expectTrue(std::isnan(myLn(nan)), "logarithm of not-a-number");
   expectTrue(myLn(inf) == inf, "logarithm of infinity");
   int64_t rounds = 0;
-  myLn(1.0f / 64, &rounds);
+  myLn(1.0F / 64, &rounds);
   expectInt(rounds, 26, "rounds of the logarithm of 1/64");
   for (int k = 1; k <= 255; ++k) {
-    const float x = static_cast<float>(k) / 255.0f;
+    const float x = static_cast<float>(k) / 255.0F;
     expectNear(static_cast<double>(myLn(x)), std::log(static_cast<double>(x)), 9e-6,
                "logarithm of a level");
   }
 
-  expectTrue(myPow(0, 0) == 1.0f, "0 to 0");
-  expectTrue(myPow(0, 2) == 0.0f, "0 to 2");
-  expectTrue(myPow(0, -1) == -1.0f, "0 to -1");
-  expectTrue(myPow(-2, 0.5f) == -1.0f, "-2 to 0.5");
+  expectTrue(myPow(0, 0) == 1.0F, "0 to 0");
+  expectTrue(myPow(0, 2) == 0.0F, "0 to 2");
+  expectTrue(myPow(0, -1) == -1.0F, "0 to -1");
+  expectTrue(myPow(-2, 0.5F) == -1.0F, "-2 to 0.5");
   expectNear(static_cast<double>(myPow(-2, 2)), 0.1353, 5e-5, "-2 to 2");
   expectNear(static_cast<double>(myPow(2, 10)), 1023.987, 5e-4, "2 to 10");
-  expectTrue(myPow(-2, 3e10f) == -1.0f, "an exponent past 32 bits is not whole");
-  expectTrue(myPow(-2, nan) == -1.0f, "an exponent that is not a number");
-  const float short48 = myPow(0.140625f, 0.5f) * 128.0f;
-  expectTrue(short48 == 47.9999962f, "a hair below 48");
+  expectTrue(myPow(-2, 3e10F) == -1.0F, "an exponent past 32 bits is not whole");
+  expectTrue(myPow(-2, nan) == -1.0F, "an exponent that is not a number");
+  const float short48 = myPow(0.140625F, 0.5F) * 128.0F;
+  expectTrue(short48 == 47.9999962F, "a hair below 48");
 
-  expectInt(myRound(0.5f), 1, "round 0.5");
-  expectInt(myRound(-0.5f), -1, "round -0.5");
-  expectInt(myRound(254.5f), 255, "round 254.5");
-  expectInt(myRound(2.5f), 3, "round 2.5");
-  expectInt(myRound(-1.5f), -2, "round -1.5");
-  expectInt(myRound(0.49999997f), 1, "round just below a half");
-  expectInt(myRound(0.49f), 0, "round 0.49");
-  expectInt(myRound(-0.0f), 0, "round -0");
-  expectInt(myRound(3e9f), INT32_MIN, "round past 32 bits");
-  expectInt(myRound(-3e9f), INT32_MIN, "round past 32 bits");
+  expectInt(myRound(0.5F), 1, "round 0.5");
+  expectInt(myRound(-0.5F), -1, "round -0.5");
+  expectInt(myRound(254.5F), 255, "round 254.5");
+  expectInt(myRound(2.5F), 3, "round 2.5");
+  expectInt(myRound(-1.5F), -2, "round -1.5");
+  expectInt(myRound(0.49999997F), 1, "round just below a half");
+  expectInt(myRound(0.49F), 0, "round 0.49");
+  expectInt(myRound(-0.0F), 0, "round -0");
+  expectInt(myRound(3e9F), INT32_MIN, "round past 32 bits");
+  expectInt(myRound(-3e9F), INT32_MIN, "round past 32 bits");
   expectInt(myRound(nan), INT32_MIN, "round not-a-number");
-  expectInt(truncateToInt32(2147483520.0f), 2147483520, "largest single in range");
-  expectInt(truncateToInt32(2147483648.0f), INT32_MIN, "first single out of range");
-  expectInt(truncateToInt32(-2147483648.0f), INT32_MIN, "smallest in range");
+  expectInt(truncateToInt32(2147483520.0F), 2147483520, "largest single in range");
+  expectInt(truncateToInt32(2147483648.0F), INT32_MIN, "first single out of range");
+  expectInt(truncateToInt32(-2147483648.0F), INT32_MIN, "smallest in range");
 
   expectInt(myClamp(300, 0, 255), 255, "clamp 300");
   expectInt(myClamp(-7, 0, 255), 0, "clamp -7");
@@ -612,27 +612,27 @@ void testGamma() {
   const int tattoo[][2] = {{0, 0},     {1, 1},     {2, 3},    {10, 13},   {32, 35},
                            {63, 63},   {64, 64},   {65, 68},  {100, 123}, {128, 152},
                            {192, 208}, {254, 254}, {255, 255}};
-  for (const auto& row : tattoo) expectEntry(64, 0.85f, 0.7f, row[0], row[1]);
+  for (const auto& row : tattoo) expectEntry(64, 0.85F, 0.7F, row[0], row[1]);
   const int middle[][2] = {{0, 0},     {1, 11},    {2, 16},    {18, 47},   {32, 64},
                            {64, 90},   {72, 95},   {127, 127}, {128, 128}, {129, 128},
                            {192, 173}, {254, 253}, {255, 255}};
-  for (const auto& row : middle) expectEntry(128, 0.5f, 1.5f, row[0], row[1]);
+  for (const auto& row : middle) expectEntry(128, 0.5F, 1.5F, row[0], row[1]);
   const int below[][2] = {{0, 0}, {1, 0}, {15, 2}, {63, 30}, {128, 90}, {255, 255}};
-  for (const auto& row : below) expectEntry(-1, 0.5f, 1.5f, row[0], row[1]);
+  for (const auto& row : below) expectEntry(-1, 0.5F, 1.5F, row[0], row[1]);
   // Fused multiply-adds give one less in each of these.
-  expectEntry(5, 0.5f, 1.5f, 165, 133);
-  expectEntry(95, 0.5f, 1.5f, 135, 115);
-  expectEntry(103, 0.5f, 1.5f, 141, 122);
+  expectEntry(5, 0.5F, 1.5F, 165, 133);
+  expectEntry(95, 0.5F, 1.5F, 135, 115);
+  expectEntry(103, 0.5F, 1.5F, 141, 122);
   // The other order of the products inside the exponential gives a neighbour.
-  expectEntry(36, 0.5f, 1.5f, 1, 6);
-  expectEntry(72, 0.5f, 1.5f, 2, 12);
-  expectEntry(108, 0.5f, 1.5f, 3, 18);
-  expectEntry(121, 0.5f, 1.5f, 1, 10);
-  expectEntry(255, 0.5f, 1.5f, 255, 255);
-  expectEntry(255, 0.5f, 1.5f, 0, 0);
+  expectEntry(36, 0.5F, 1.5F, 1, 6);
+  expectEntry(72, 0.5F, 1.5F, 2, 12);
+  expectEntry(108, 0.5F, 1.5F, 3, 18);
+  expectEntry(121, 0.5F, 1.5F, 1, 10);
+  expectEntry(255, 0.5F, 1.5F, 255, 255);
+  expectEntry(255, 0.5F, 1.5F, 0, 0);
   for (int pivot = 0; pivot < 255; ++pivot) {
-    expectEntry(pivot, 0.5f, 1.5f, 255, 255);
-    expectEntry(pivot, 0.5f, 1.5f, 0, 0);
+    expectEntry(pivot, 0.5F, 1.5F, 255, 255);
+    expectEntry(pivot, 0.5F, 1.5F, 0, 0);
   }
 }
 
@@ -656,18 +656,18 @@ void testSmoothing() {
   const std::vector<int> sharpened = {100, 100, 100, 100, 100, 94,  85,  73,  55,  37,
                                       213, 195, 177, 165, 156, 150, 150, 150, 150, 150};
   expectTrue(gaussianFilterFast(step, 11, 3.0).pixels == toBytes(blurred), "blurred step");
-  expectTrue(unsharpMask(step, 300.0f, 11).pixels == toBytes(sharpened), "sharpened step");
-  expectTrue(unsharpMask(step, 0.0f, 11).pixels == step.pixels, "amount 0");
+  expectTrue(unsharpMask(step, 300.0F, 11).pixels == toBytes(sharpened), "sharpened step");
+  expectTrue(unsharpMask(step, 0.0F, 11).pixels == step.pixels, "amount 0");
   expectTrue(gaussianFilterFast(step, 1, 3.0).pixels == step.pixels, "blur of size 1");
-  expectTrue(unsharpMask(step, 300.0f, 1).pixels == step.pixels, "mask of size 1");
+  expectTrue(unsharpMask(step, 300.0F, 1).pixels == step.pixels, "mask of size 1");
   Grey hard = step;
   for (uint8_t& level : hard.pixels) level = level == 100 ? 0 : 255;
-  expectTrue(unsharpMask(hard, 300.0f, 11).pixels == hard.pixels, "a full step stays");
+  expectTrue(unsharpMask(hard, 300.0F, 11).pixels == hard.pixels, "a full step stays");
   for (int level = 0; level < 256; ++level) {
     const Grey flat = makeGrey(5, 7, static_cast<uint8_t>(level));
     expectTrue(gaussianFilterFast(flat, 11, 3.0).pixels == flat.pixels, "flat blur");
     expectTrue(gaussianFilter(flat, 5, 1.5, 2.5).pixels == flat.pixels, "flat 2-D blur");
-    expectTrue(unsharpMask(flat, 300.0f, 11).pixels == flat.pixels, "flat mask");
+    expectTrue(unsharpMask(flat, 300.0F, 11).pixels == flat.pixels, "flat mask");
   }
   // The column offset goes with the first sigma: along x this one is wide, along y narrow.
   const std::vector<double> flatKernel = gaussianKernel(3, 2.0, 0.5);
@@ -1184,8 +1184,8 @@ void testJobs() {
 void testPatterns() {
   Random random(0);
   // First outputs of splitmix64 from state 0.
-  expectTrue(random.next() == 0xE220A8397B1DCDAFu, "first random number");
-  expectTrue(random.next() == 0x6E789E6AA1B965F4u, "second random number");
+  expectTrue(random.next() == 0xE220A8397B1DCDAFU, "first random number");
+  expectTrue(random.next() == 0x6E789E6AA1B965F4U, "second random number");
   expectInt(sineOf(0), 0, "sine of 0");
   expectInt(sineOf(256), 1024, "crest");
   expectInt(sineOf(-256), -1024, "trough");

@@ -33,6 +33,7 @@
 // Exit status: 0 when everything was written, 2 on a wrong call, a bad entry or a file error.
 
 #include <cstdio>
+#include <exception>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -106,7 +107,7 @@ bool readJob(const std::string& folder, model::JobSettings& settings,
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   if (argc != 2) {
     std::fprintf(stderr, "usage: model_stream JOBDIR\n");
     return 2;
@@ -137,4 +138,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   return 0;
+} catch (const std::exception& failure) {
+  std::fprintf(stderr, "model_stream: %s\n", failure.what());
+  return 2;
 }

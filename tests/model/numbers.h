@@ -10,7 +10,7 @@ namespace model {
 // Truncates toward zero. Not-a-number and every value outside the signed 32-bit range give
 // -2147483648, so that no answer depends on the processor.
 inline int32_t truncateToInt32(float value) {
-  if (!(value >= -2147483648.0f && value < 2147483648.0f)) return INT32_MIN;
+  if (!(value >= -2147483648.0F && value < 2147483648.0F)) return INT32_MIN;
   return static_cast<int32_t>(value);
 }
 

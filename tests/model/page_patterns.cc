@@ -27,10 +27,10 @@ void fillRect(Grey& page, int left, int top, int width, int height, uint8_t leve
 }  // namespace
 
 uint64_t Random::next() {
-  state_ += 0x9E3779B97F4A7C15u;
+  state_ += 0x9E3779B97F4A7C15U;
   uint64_t z = state_;
-  z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-  z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
+  z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9U;
+  z = (z ^ (z >> 27)) * 0x94D049BB133111EBU;
   return z ^ (z >> 31);
 }
 

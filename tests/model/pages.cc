@@ -67,12 +67,12 @@ int parseSpeed(const char* digits) {
 // --- Anti-wrinkle frame -----------------------------------------------------------------------
 
 uint32_t dotsOf(int resolution, uint32_t hundredths) {
-  return (static_cast<uint32_t>(resolution) * hundredths / 254u + 5u) / 10u;
+  return (static_cast<uint32_t>(resolution) * hundredths / 254U + 5U) / 10U;
 }
 
 uint32_t frameLineWidth(int resolution, int level) {
-  return (static_cast<uint32_t>(level) * 100u * static_cast<uint32_t>(resolution) / 254u + 5u) /
-         10u;
+  return (static_cast<uint32_t>(level) * 100U * static_cast<uint32_t>(resolution) / 254U + 5U) /
+         10U;
 }
 
 Canvas frameCanvas(int resolution, int level, const std::string& pageSizeName) {
@@ -94,8 +94,8 @@ Canvas frameCanvas(int resolution, int level, const std::string& pageSizeName) {
     return Canvas{};
   }
   Canvas canvas;
-  canvas.width = dotsOf(resolution, widthHundredths) + 2u * frameLineWidth(resolution, level);
-  canvas.height = dotsOf(resolution, heightHundredths) + 2u * dotsOf(resolution, 100);
+  canvas.width = dotsOf(resolution, widthHundredths) + 2U * frameLineWidth(resolution, level);
+  canvas.height = dotsOf(resolution, heightHundredths) + 2U * dotsOf(resolution, 100);
   return canvas;
 }
 

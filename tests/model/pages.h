@@ -13,7 +13,7 @@ namespace model {
 
 // One line on standard error, without its line end. Levels: 0 and 1 debug, 2 warning, 3 error,
 // 4 critical, 5 invalid.
-std::string logLine(int level, const std::string& text);
+std::string logLine(int level, const std::string& message);
 
 // Stands in a log line where the product prints an address of its own.
 inline const char* const kPointerText = "<pointer>";
@@ -36,9 +36,9 @@ struct PrinterSettings {
   std::string pageSizeName;
 };
 
-int clampTone(int value);          // to -100..100
-int clampDensity(int value);       // to 0..15
-int parseSpeed(const char* text);  // atoi, then to 1..15
+int clampTone(int value);            // to -100..100
+int clampDensity(int value);         // to 0..15
+int parseSpeed(const char* digits);  // atoi, then to 1..15
 
 // Lengths of the anti-wrinkle frame in dots. `hundredths` counts hundredths of a millimetre.
 uint32_t dotsOf(int resolution, uint32_t hundredths);

@@ -11,7 +11,7 @@
 namespace model {
 namespace {
 
-constexpr float kTolerance = 1e-6f;
+constexpr float kTolerance = 1e-6F;
 
 bool isNanOrPositiveInfinity(float x) { return std::isnan(x) || (std::isinf(x) && x > 0); }
 
@@ -39,8 +39,8 @@ float myAbs(float x) {
 float mySqrt(float x, int64_t* rounds, int64_t limit) {
   if (rounds != nullptr) *rounds = 0;
   if (isNanOrPositiveInfinity(x)) return x;
-  if (x < 0) return -1.0f;
-  if (x == 0) return 0.0f;
+  if (x < 0) return -1.0F;
+  if (x == 0) return 0.0F;
   float y = x / 2;
   // Half of the smallest subnormal is 0: the next iterate, and every one after it, is
   // infinite, and no difference of two is below the tolerance.
@@ -49,7 +49,7 @@ float mySqrt(float x, int64_t* rounds, int64_t limit) {
     if (rounds != nullptr) ++*rounds;
     const float quotient = x / y;
     const float sum = y + quotient;
-    const float n = 0.5f * sum;
+    const float n = 0.5F * sum;
     if (myAbs(n - y) < kTolerance) return y;
     y = n;
   }
@@ -72,7 +72,7 @@ float myExp(float x) {
 float myLn(float x, int64_t* rounds, int64_t limit) {
   if (rounds != nullptr) *rounds = 0;
   if (isNanOrPositiveInfinity(x)) return x;
-  if (x <= 0) return -1.0f;
+  if (x <= 0) return -1.0F;
   float y = (x - 1) / (1 + x);
   for (int64_t round = 0; round < limit; ++round) {
     if (rounds != nullptr) ++*rounds;
@@ -87,13 +87,13 @@ float myLn(float x, int64_t* rounds, int64_t limit) {
 
 float myPow(float base, float exponent) {
   if (base == 0) {
-    if (exponent == 0) return 1.0f;
-    if (exponent > 0) return 0.0f;
-    return -1.0f;
+    if (exponent == 0) return 1.0F;
+    if (exponent > 0) return 0.0F;
+    return -1.0F;
   }
   if (base < 0) {
     const float whole = static_cast<float>(truncateToInt32(exponent));
-    if (!(exponent - whole == 0)) return -1.0f;
+    if (!(exponent - whole == 0)) return -1.0F;
   }
   const float logarithm = myLn(base);
   return myExp(exponent * logarithm);
@@ -101,10 +101,10 @@ float myPow(float base, float exponent) {
 
 int32_t myRound(float x) {
   if (static_cast<double>(x) >= 0) {
-    const float up = x + 0.5f;
+    const float up = x + 0.5F;
     return truncateToInt32(up);
   }
-  const float down = x - 0.5f;
+  const float down = x - 0.5F;
   return truncateToInt32(down);
 }
 
@@ -153,9 +153,9 @@ Grey cvtGray(const QzPicture& picture) {
     const float second = static_cast<float>(picture.data[s + 1]);
     const float third = static_cast<float>(picture.data[s + 2]);
     const bool blueFirst = picture.colour == 1 || picture.colour == 3;
-    const float a = (blueFirst ? 0.114f : 0.299f) * first;
-    const float b = 0.587f * second;
-    const float c = (blueFirst ? 0.299f : 0.114f) * third;
+    const float a = (blueFirst ? 0.114F : 0.299F) * first;
+    const float b = 0.587F * second;
+    const float c = (blueFirst ? 0.299F : 0.114F) * third;
     const float ab = a + b;
     const float value = ab + c;
     grey.pixels.push_back(static_cast<uint8_t>(myRound(value) & 255));
@@ -176,7 +176,7 @@ int32_t threshOfHistogram(const std::array<int32_t, 256>& counts, int32_t total)
   std::array<float, 256> p{};
   for (size_t k = 0; k < 256; ++k) p[k] = static_cast<float>(counts[k]) / n;
 
-  const float m0 = 1.0f;
+  const float m0 = 1.0F;
   float m1 = 0;
   float m2 = 0;
   float m3 = 0;
@@ -212,9 +212,9 @@ int32_t threshOfHistogram(const std::array<int32_t, 256>& counts, int32_t total)
 
   const float root = mySqrt(disc);
   const float z0Sum = -c1 - root;
-  const float z0 = 0.5f * z0Sum;
+  const float z0 = 0.5F * z0Sum;
   const float z1Sum = -c1 + root;
-  const float z1 = 0.5f * z1Sum;
+  const float z1 = 0.5F * z1Sum;
   const float p0Numerator = z1 - m1;
   const float p0Denominator = z1 - z0;
   const float p0 = p0Numerator / p0Denominator;
@@ -263,7 +263,7 @@ Grey piecewiseGamma(const Grey& picture, int32_t pivot, float gammaLow, float ga
 std::vector<double> gaussianKernel1D(int32_t size, double sigma) {
   std::vector<double> taps(notNegative(size), 0.0);
   const int32_t half = size / 2;
-  const double rootOfTwoPi = static_cast<double>(mySqrt(6.2831855f));
+  const double rootOfTwoPi = static_cast<double>(mySqrt(6.2831855F));
   const double norm = 1.0 / (rootOfTwoPi * sigma);
   for (int32_t i = -half; i <= half; ++i) {
     const double top = -0.5 * static_cast<double>(int64_t{i} * i);
@@ -378,13 +378,13 @@ Grey unsharpMask(const Grey& picture, float amountPercent, int32_t size) {
 Grey edfCus(const Grey& picture, int32_t threshold) {
   static const std::array<int, 6> tapX = {1, 2, -2, -1, 0, 1};
   static const std::array<int, 6> tapY = {0, 0, 1, 1, 1, 1};
-  static const std::array<float, 6> weights = {0.505786f, -0.052926f, 0.226194f,
-                                               0.128835f, 0.243191f,  -0.111078f};
+  static const std::array<float, 6> weights = {0.505786F, -0.052926F, 0.226194F,
+                                               0.128835F, 0.243191F,  -0.111078F};
   const float limit = static_cast<float>(threshold);
   const int width = picture.width;
   const int height = picture.height;
   Grey result = picture;
-  std::vector<float> errors(picture.pixels.size(), 0.0f);
+  std::vector<float> errors(picture.pixels.size(), 0.0F);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
       const float value = errors[picture.indexOf(x, y)] + static_cast<float>(picture.at(x, y));
@@ -393,13 +393,13 @@ Grey edfCus(const Grey& picture, int32_t threshold) {
         result.set(x, y, 255);
         if (x >= 1 && y >= 1 && x < width - 1 && y < height - 1) {
           float s = 0;
-          if (result.at(x - 1, y) == 0) s = s + 0.1427f;
-          if (result.at(x, y - 1) == 0) s = s + 0.1427f;
+          if (result.at(x - 1, y) == 0) s = s + 0.1427F;
+          if (result.at(x, y - 1) == 0) s = s + 0.1427F;
           const float keep = 1 - s;
-          const float charge = keep * -255.0f;
+          const float charge = keep * -255.0F;
           e = charge + value;
         } else {
-          e = value - 255.0f;
+          e = value - 255.0F;
         }
       } else {
         result.set(x, y, 0);
@@ -422,11 +422,11 @@ TattooTrace traceTattoo(const Grey& picture, bool x8) {
   trace.grey = picture;
   trace.threshold = threshGlobalMoments(trace.grey);
   if (x8) {
-    trace.toned = piecewiseGamma(trace.grey, trace.threshold, 0.5f, 1.5f);
+    trace.toned = piecewiseGamma(trace.grey, trace.threshold, 0.5F, 1.5F);
   } else {
-    trace.toned = piecewiseGamma(trace.grey, 64, 0.85f, 0.7f);
+    trace.toned = piecewiseGamma(trace.grey, 64, 0.85F, 0.7F);
   }
-  trace.sharpened = unsharpMask(trace.toned, 300.0f, 11);
+  trace.sharpened = unsharpMask(trace.toned, 300.0F, 11);
   trace.result = edfCus(trace.sharpened, trace.threshold);
   return trace;
 }

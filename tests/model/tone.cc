@@ -18,13 +18,13 @@ bool isBlank(const std::vector<uint8_t>& pixels, uint64_t offset, uint64_t count
 }  // namespace
 
 ToneTable lightTable(int brightness, int contrast) {
-  const float c = static_cast<float>(int64_t{contrast} + 100) / 100.0f;
+  const float c = static_cast<float>(int64_t{contrast} + 100) / 100.0F;
   const float b = static_cast<float>(int64_t{brightness} + 128);
   ToneTable table{};
   for (int i = 0; i < 256; ++i) {
     const float scaled = static_cast<float>(i - 128) * c;
     const float moved = scaled + b;
-    const float rounded = moved + 0.5f;
+    const float rounded = moved + 0.5F;
     int32_t v = truncateToInt32(rounded);
     if (v < 0) v = 0;
     if (v > 255) v = 255;
