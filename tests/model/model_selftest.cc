@@ -915,8 +915,8 @@ void testPageProcessing() {
   expectTrue(indicesOf(inverted.image) == negative(stencil).pixels, "negative stencil");
   for (int y = 0; y < 29; ++y) {
     for (int x = 0; x < 37; ++x) {
-      expectInt(inverted.dst[static_cast<size_t>(y * 40 + x)], stencil.at(x, y),
-                "the copy is inverted twice");
+      expectInt(inverted.dst[static_cast<size_t>(y) * 40 + static_cast<size_t>(x)],
+                stencil.at(x, y), "the copy is inverted twice");
     }
   }
   // Rows wider than the page: the stencil stages read the buffer as if they were not.
