@@ -104,12 +104,6 @@ def scratch_memory(path: pathlib.Path, options: str) -> Iterator[None]:
         subprocess.run(["umount", "-l", str(path)], check=True, stdin=subprocess.DEVNULL)
 
 
-if __name__ == "__main__":
-    if sys.argv[1:] != [_PROBE]:
-        sys.exit("this is no program of its own")
-    _cover_spool()
-
-
 def run_tests(arguments: list[str] | None = None) -> None:
     """Runs the tests of the calling program and names those that were skipped.
 
@@ -122,3 +116,9 @@ def run_tests(arguments: list[str] | None = None) -> None:
         sys.exit(1)
     if program.result.testsRun == len(program.result.skipped):
         sys.exit(SKIPPED)
+
+
+if __name__ == "__main__":
+    if sys.argv[1:] != [_PROBE]:
+        sys.exit("this is no program of its own")
+    _cover_spool()
