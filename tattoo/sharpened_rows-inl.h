@@ -20,14 +20,15 @@
 #include <cstring>
 #include <vector>
 
+#include "simd/transpose-inl.h"
 #include "tattoo/blur_taps.h"
 #include "tattoo/stencil_rows.h"
-#include "tattoo/transpose-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace drav_stencil {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
+namespace simd = drav_simd::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
@@ -141,9 +142,9 @@ HWY_INLINE void scaleRow(const uint8_t* row, size_t width, int16_t* HWY_RESTRICT
 // kRows rows reach, and of its first blur as scaled 16-bit levels.
 class SharpenedRows {
  public:
-  static constexpr size_t kRows = kTile;
+  static constexpr size_t kRows = simd::kTile;
 
-  SharpenedRows(uint32_t width, uint32_t height, const GreyRowSource& source)
+  SharpenedRows(uint32_t width, uint32_t height, const RowSource& source)
       : width_(width),
         height_(height),
         source_(source),
@@ -209,7 +210,7 @@ class SharpenedRows {
 
   const size_t width_;
   const size_t height_;
-  const GreyRowSource& source_;
+  const RowSource& source_;
   const BlurTaps taps_;
   const size_t rowLevels_;
   std::vector<uint8_t> grey_;

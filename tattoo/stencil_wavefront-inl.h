@@ -20,15 +20,16 @@
 #include <limits>
 #include <vector>
 
+#include "simd/transpose-inl.h"
 #include "tattoo/error_diffusion_taps.h"
 #include "tattoo/sharpened_rows-inl.h"
 #include "tattoo/stencil_rows.h"
-#include "tattoo/transpose-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace drav_stencil {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
+namespace simd = drav_simd::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
@@ -37,7 +38,7 @@ using FloatInts = hn::Rebind<int32_t, Floats>;
 using FloatBytes = hn::Rebind<uint8_t, Floats>;
 
 // Rows side by side: a byte tile's, whatever the vectors' size.
-constexpr size_t kLanes = kTile;
+constexpr size_t kLanes = simd::kTile;
 static_assert(kLanes <= SharpenedRows::kRows);
 // What a row needs of the one above was computed three steps before or earlier.
 constexpr size_t kLag = 5;
@@ -70,11 +71,11 @@ class StencilWavefront {
         margin_(kLag * kLanes + 64),
         rowBytes_(margin_ + width + margin_),
         rows_(rowBytes_ * kLanes),
-        columns_((steps_ + 2 * kTile) * kLanes),
+        columns_((steps_ + 2 * simd::kTile) * kLanes),
         errors_{std::vector<float>(planeFloats()), std::vector<float>(planeFloats())},
         spreads_{std::vector<float>(planeFloats()), std::vector<float>(planeFloats())} {}
 
-  void run(SharpenedRows& sharpened, const StencilRowSink& sink) {
+  void run(SharpenedRows& sharpened, const RowSink& sink) {
     for (size_t y = 0; y < height_; y += kLanes) {
       const size_t count = std::min(kLanes, height_ - y);
       uint8_t* rows[kLanes];
@@ -100,13 +101,13 @@ class StencilWavefront {
   uint8_t* rowOf(size_t lane) { return rows_.data() + lane * rowBytes_ + margin_; }
 
   void toColumns() {
-    for (size_t s = 0; s < steps_; s += kTile) {
-      transposeTile(rowOf(0) + s, rowBytes_ - kLag, columns_.data() + s * kLanes, kLanes);
+    for (size_t s = 0; s < steps_; s += simd::kTile) {
+      simd::transposeTile(rowOf(0) + s, rowBytes_ - kLag, columns_.data() + s * kLanes, kLanes);
     }
   }
   void toRows() {
-    for (size_t s = 0; s < steps_; s += kTile) {
-      transposeTile(columns_.data() + s * kLanes, kLanes, rowOf(0) + s, rowBytes_ - kLag);
+    for (size_t s = 0; s < steps_; s += simd::kTile) {
+      simd::transposeTile(columns_.data() + s * kLanes, kLanes, rowOf(0) + s, rowBytes_ - kLag);
     }
   }
 
