@@ -111,8 +111,8 @@ HWY_INLINE void blurRow(const TapAt& tapAt, size_t width, const BlurTaps& taps,
   const auto fraction = hn::Set(d32, (1 << kPointBits) - 1);
   const auto lastSure = hn::Set(d32, taps.lastSure);
   for (size_t x = 0; x < width; x += kVectors * lanes) {
-    BlurSums blur[kVectors];
-    for (size_t v = 0; v < kVectors; ++v) blur[v].sums = {bias, bias};
+    // A generated constructor would lack the target's attribute.
+    BlurSums blur[kVectors] = {{{bias, bias}}, {{bias, bias}}};
     HWY_UNROLL(3)
     for (size_t k = 0; k <= kHalf; k += 2) {
       HWY_UNROLL(2)

@@ -341,14 +341,15 @@ class StencilWavefront {
   }
 
   // Lane i of step s is column s - kLag * i: rows become lanes, and lanes rows.
+  using Lanes = hn::FixedTag<uint8_t, kLanes>;
   void toLanes(size_t from, uint8_t* pixels) {
     for (size_t s = 0; s < kRun; s += simd::kTile) {
-      simd::transposeTile(rowOf(0) + from + s, rowBytes_ - kLag, pixels + s * kLanes, kLanes);
+      simd::rowsToLanes(Lanes(), rowOf(0) + from + s, rowBytes_ - kLag, pixels + s * kLanes);
     }
   }
   void toRows(size_t from, const uint8_t* pixels) {
     for (size_t s = 0; s < kRun; s += simd::kTile) {
-      simd::transposeTile(pixels + s * kLanes, kLanes, rowOf(0) + from + s, rowBytes_ - kLag);
+      simd::lanesToRows(Lanes(), pixels + s * kLanes, rowOf(0) + from + s, rowBytes_ - kLag);
     }
   }
 
