@@ -203,7 +203,6 @@ class Wavefront {
         source(static_cast<uint32_t>(y + i), b_.rows.data() + i * b_.rowBytes + b_.margin);
       }
       toColumns();
-      clearLanesBeforeStart();
       diffuseBlock();
       toRows();
       for (size_t i = 0; i < rows; ++i) {
@@ -248,16 +247,6 @@ class Wavefront {
       for (size_t s = 0; s < b_.steps; s += kTile) {
         uint8_t* out = b_.rows.data() + group * b_.rowBytes + b_.margin + s - kLag * group;
         transposeTile(b_.columns.data() + s * lanes_ + group, lanes_, out, b_.rowBytes - kLag);
-      }
-    }
-  }
-
-  // The next block's lanes start at step 0; what was spilled before it is not theirs.
-  void clearLanesBeforeStart() {
-    constexpr size_t kBefore = kLag;
-    for (size_t w = 0; w < kWeights; ++w) {
-      for (size_t r = 1; r <= kBefore; ++r) {
-        std::memset(record(0, w, 0) - r * b_.recordBytes + kDepth, 0, lanes_);
       }
     }
   }
