@@ -218,14 +218,14 @@ class InkBehindRows {
         stencil_(const_cast<StencilVariant&>(stencilVariants().back())) {
     plainHalftone_ = halftoneVariants().front().run;
     plainStencil_ = stencilVariants().front().run;
-    halftone_.run = [](long method, uint32_t width, uint32_t height, const RowSource& source,
-                       const RowSink& sink) {
-      const RowSink inked = inkBehindRows(width, sink);
+    halftone_.run = [](long method, uint32_t width, uint32_t height, const auto& source,
+                       const auto& sink) {
+      const auto inked = inkBehindRows(width, sink);
       plainHalftone_(method, width, height, source, inked);
     };
-    stencil_.run = [](int32_t threshold, uint32_t width, uint32_t height,
-                      const GreyRowSource& source, const StencilRowSink& sink) {
-      const StencilRowSink inked = inkBehindRows(width, sink);
+    stencil_.run = [](int32_t threshold, uint32_t width, uint32_t height, const auto& source,
+                      const auto& sink) {
+      const auto inked = inkBehindRows(width, sink);
       plainStencil_(threshold, width, height, source, inked);
     };
   }
