@@ -40,6 +40,7 @@ TEST_PACKAGES=(
   "shellcheck|linter of the scripts"
   "cups-client|cupstestppd checks the PPD files"
   "python3|whole-program tests"
+  "locales|source of a locale whose numbers have a decimal comma"
   "fish|its completions of drav"
   "zsh|its completions of drav"
   "poppler-utils|draws PDFs where CUPS's converters are missing; reads PDFs back"
