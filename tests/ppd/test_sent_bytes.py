@@ -7,6 +7,7 @@ files; the whole-program tests are in PYTHONPATH.
 import collections
 import os
 import pathlib
+import re
 
 import cups_raster
 import escpos_stream
