@@ -693,6 +693,16 @@ class LogTest(DoctorCase):
                           "sudo install -d -o root -g nogroup")
 
 
+    def test_data_folder_of_the_scheduler(self):
+        self.root.write(self.root.at("/etc/cups/cups-files.conf"), "DataDir /opt/data\n")
+        shutil.move(self.root.driver.parent.parent, self.root.at("/opt/data"))
+        self.assertIn("ok    driver files: ", self.assert_healthy())
+        self.root.at("/opt/data/mime/filters.convs").write_text(
+            "application/vnd.cups-pdf application/vnd.cups-raster 5 ownraster\n", encoding="utf-8")
+        self.assert_found("FAIL", "converters", "ownraster (PDF to pages) is missing",
+                          "install the package again that ownraster is part of")
+
+
 class BundleTest(DoctorCase):
     def setUp(self):
         super().setUp()
