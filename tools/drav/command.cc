@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <iostream>
 
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 int failCommand(const std::string& text) {
   (void)std::fprintf(stderr, "drav: %s\n", printablePath(text).c_str());

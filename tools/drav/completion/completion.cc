@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/drav/completion/completion.h"
 
+#include "tools/drav/io/text.h"
+
 namespace {
 
 constexpr const char* kNotice = "# Made by the program itself; do not edit.\n";
@@ -13,17 +15,6 @@ std::string escaped(const std::string& text, const std::string& letters) {
     if (letters.find(letter) != std::string::npos) result.push_back('\\');
     result.push_back(letter == '\n' ? ' ' : letter);
   }
-  return result;
-}
-
-// In single quotes of bash and zsh.
-std::string quoted(const std::string& text) {
-  std::string result(1, '\'');
-  for (const char letter : text) {
-    if (letter == '\'') result.append("'\\'");
-    result.push_back(letter);
-  }
-  result.push_back('\'');
   return result;
 }
 
@@ -87,7 +78,7 @@ std::string zshOption(const CompletedOption& option, const std::string& function
     if (takesValue && isLong) entry += '=';
     entry += '[' + escaped(option.description, "[]\\") + ']';
     if (takesValue) entry += zshAction(option.value, function);
-    text += " \\\n        " + quoted(entry);
+    text += " \\\n        " + shellWord(entry);
   }
   return text;
 }
@@ -165,7 +156,7 @@ std::string zshCompletion(const CompletedProgram& program) {
                      "  local -a commands\n"
                      "  commands=(\n";
   for (const CompletedCommand& command : program.commands)
-    text += "    " + quoted(command.name + ":" + escaped(command.description, ":\\")) + "\n";
+    text += "    " + shellWord(command.name + ":" + escaped(command.description, ":\\")) + "\n";
   text += "  )\n  _arguments -C" + zshOptions(program.options, function) +
           " \\\n        '1:command:->command' '*::argument:->argument'\n"
           "  case $state in\n"
@@ -174,7 +165,7 @@ std::string zshCompletion(const CompletedProgram& program) {
           "      case $line[1] in\n";
   for (const CompletedCommand& command : program.commands)
     text += "      " + command.name + ") _arguments" + zshOptions(command.options, function) +
-            " \\\n        " + quoted('*' + zshAction(command.argument, function)) + " ;;\n";
+            " \\\n        " + shellWord('*' + zshAction(command.argument, function)) + " ;;\n";
   return text + "      esac\n      ;;\n  esac\n}\n" + function + " \"$@\"\n";
 }
 

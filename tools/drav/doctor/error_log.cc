@@ -11,6 +11,8 @@
 #include <cstring>
 #include <memory>
 
+#include "tools/drav/io/file_closer.h"
+
 namespace {
 
 constexpr long kMostBytes = 8L << 20U;
@@ -52,7 +54,7 @@ constexpr std::array kMeanings = {
             "a program or a folder above it is closed to the spool user",
             "see \"filter folders\" above"},
     Meaning{"Exec format error", "a program is made for another kind of machine",
-            "see \"filter machine\" above"},
+            "see \"filter start\" above"},
     Meaning{"error while loading shared libraries", "a library was missing",
             "see \"filter start\" above"},
     Meaning{"crashed on signal", "a program of the chain crashed", nullptr},
@@ -66,10 +68,6 @@ constexpr std::array kMeanings = {
             "see \"record\" of the queue"},
     Meaning{"Job stopped due to filter errors", "a job was stopped by a filter's failure",
             "cupsctl --debug-logging, print again, look again; then cupsctl --no-debug-logging"},
-};
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
 };
 
 bool has(std::string_view text, std::string_view part) {
@@ -140,7 +138,7 @@ bool readEnd(const std::string& path, std::string& text, std::string& problem) {
     problem = path + " is no file";
     return false;
   }
-  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
+  const FileHandle file(std::fopen(path.c_str(), "rb"));
   if (!file) {
     problem = path + ": " + std::strerror(errno);
     if (errno == EACCES) problem += "; try sudo";

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tools/drav/io/file_closer.h"
+
 namespace {
 
 constexpr int kConnectMilliseconds = 5000;
@@ -19,10 +21,6 @@ struct IppDeleter {
   void operator()(ipp_t* message) const { ippDelete(message); }
 };
 using IppMessage = std::unique_ptr<ipp_t, IppDeleter>;
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
 
 std::string lastError() {
   const char* text = cupsLastErrorString();
@@ -165,7 +163,7 @@ bool SchedulerQueues::list(std::vector<QueueState>& queues, std::string& error) 
 
 bool SchedulerQueues::readPpd(const std::string& queue, std::string& text, std::string& error) {
   text.clear();
-  const std::unique_ptr<std::FILE, FileCloser> file(std::tmpfile());
+  const FileHandle file(std::tmpfile());
   if (!file || connection_->http == nullptr) {
     error = file ? "no scheduler is connected" : "no temporary file can be made";
     return false;

@@ -16,6 +16,7 @@
 #include "tools/drav/document/raster_reader.h"
 #include "tools/drav/io/child_process.h"
 #include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

@@ -14,6 +14,7 @@
 #include "filter/page_geometry.h"
 #include "tools/drav/driver/models.h"
 #include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 
 #include "tools/drav/document/document.h"
 #include "tools/drav/driver/models.h"
-#include "tools/drav/io/input_file.h"
 #include "tools/drav/io/interruption.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "tools/drav/inspect/listing.h"
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 #include "tools/drav/job/command_text.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

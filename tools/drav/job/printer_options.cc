@@ -13,7 +13,7 @@
 
 #include "common/ppd_lookup.h"
 #include "common/scope_guard.h"
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

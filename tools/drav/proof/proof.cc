@@ -7,9 +7,9 @@
 #include "tools/drav/draw/text_strip.h"
 #include "tools/drav/html/html_file.h"
 #include "tools/drav/html/html_proof.h"
-#include "tools/drav/io/input_file.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/png_writer.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

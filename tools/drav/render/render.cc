@@ -7,6 +7,7 @@
 
 #include "tools/drav/io/input_file.h"
 #include "tools/drav/io/png_writer.h"
+#include "tools/drav/io/text.h"
 #include "tools/drav/job/job_stream.h"
 #include "tools/drav/render/paper.h"
 

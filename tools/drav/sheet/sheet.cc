@@ -9,8 +9,8 @@
 
 #include "tools/drav/draw/area_average.h"
 #include "tools/drav/draw/drawing_file.h"
-#include "tools/drav/io/input_file.h"
 #include "tools/drav/io/output_name.h"
+#include "tools/drav/io/text.h"
 #include "tools/drav/sheet/busiest_part.h"
 #include "tools/drav/sheet/sheet_drawing.h"
 
@@ -56,7 +56,7 @@ std::string blackText(double share) {
   return text.data();
 }
 
-std::string sizeText(const char* before, double one, double other) {
+std::string lengthsText(const char* before, double one, double other) {
   std::array<char, 128> text{};
   (void)std::snprintf(text.data(), text.size(), "%.1f x %.1f mm", one, other);
   return std::string(before) + text.data();
@@ -143,10 +143,11 @@ class SheetMaker {
     const uint32_t y = visit_.page.header.HWResolution[1];
     if (x != 0 && y != 0)
       sheet.titles.push_back(
-          sizeText("At the right of each, one pixel a dot, the part marked on the page: ",
-                   crop_.width * kMillimetresPerInch / x, crop_.height * kMillimetresPerInch / y) +
-          sizeText(" of ", sheet.pageWidth * kMillimetresPerInch / x,
-                   sheet.pageHeight * kMillimetresPerInch / y));
+          lengthsText("At the right of each, one pixel a dot, the part marked on the page: ",
+                      crop_.width * kMillimetresPerInch / x,
+                      crop_.height * kMillimetresPerInch / y) +
+          lengthsText(" of ", sheet.pageWidth * kMillimetresPerInch / x,
+                      sheet.pageHeight * kMillimetresPerInch / y));
     if (option == "Brightness" && visit_.facts.isPicture)
       sheet.titles.emplace_back(
           "A picture file needs it as the queue's default: CUPS's converter takes the job's for "

@@ -11,9 +11,9 @@
 
 #include "tools/drav/document/page_header.h"
 #include "tools/drav/draw/drawing_file.h"
-#include "tools/drav/io/input_file.h"
 #include "tools/drav/io/interruption.h"
 #include "tools/drav/io/output_name.h"
+#include "tools/drav/io/text.h"
 #include "tools/drav/test_page/test_page_drawing.h"
 
 namespace {
