@@ -11,6 +11,10 @@ int failCommand(const std::string& text) {
   return kExitFailed;
 }
 
+void printNote(const std::string& text) {
+  (void)std::fprintf(stderr, "drav: note: %s\n", printablePath(text).c_str());
+}
+
 int endCommand(int status) {
   return std::cout.flush().good() ? status : failCommand("standard output cannot be written");
 }

@@ -35,6 +35,10 @@ TEST(OutputName, IsMadeFromTheInputs) {
   EXPECT_EQ(insertBeforeEnding("d.x/out", "-2"), "d.x/out-2");
   EXPECT_EQ(insertBeforeEnding("d.x/out.png", "-2"), "d.x/out-2.png");
   EXPECT_EQ(insertBeforeEnding(".png", "-2"), ".png-2");
+  EXPECT_EQ(pageName("a.png", 3, 9), "a-3.png");
+  EXPECT_EQ(pageName("a.png", 3, 10), "a-03.png");
+  EXPECT_EQ(pageName("a.png", 10, 10), "a-10.png");
+  EXPECT_EQ(pageName("d.x/a", 7, 1234), "d.x/a-0007");
   EXPECT_EQ(endingOf("a/B.PNG"), ".png");
   EXPECT_EQ(endingOf("a.d/b"), "");
 }

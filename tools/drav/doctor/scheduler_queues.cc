@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr int kConnectMilliseconds = 5000;
-constexpr double kAnswerSeconds = 10;
 constexpr long kMaxPpdBytes = 4L << 20U;
 
 struct IppDeleter {
@@ -109,9 +107,9 @@ struct SchedulerQueues::Connection {
 SchedulerQueues::SchedulerQueues() : connection_(std::make_unique<Connection>()) {}
 SchedulerQueues::~SchedulerQueues() = default;
 
-bool SchedulerQueues::connect(std::string& error) {
+bool SchedulerQueues::connect(std::string& error, int waitMilliseconds) {
   connection_->http = httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1,
-                                   kConnectMilliseconds, nullptr);
+                                   waitMilliseconds, nullptr);
   if (connection_->http == nullptr) {
     error = "no scheduler answers at " + address();
     return false;
@@ -122,8 +120,8 @@ bool SchedulerQueues::connect(std::string& error) {
          void* /*data*/) -> const char* { return nullptr; },
       nullptr);
   httpSetTimeout(
-      connection_->http, kAnswerSeconds, [](http_t* /*http*/, void* /*data*/) { return 0; },
-      nullptr);
+      connection_->http, 2 * waitMilliseconds / 1000.0,
+      [](http_t* /*http*/, void* /*data*/) { return 0; }, nullptr);
   return true;
 }
 

@@ -72,13 +72,8 @@ struct Pipes {
       return input >= 0;
     }
     std::string error;
-    input = openAnonymousFile(error);
-    for (size_t done = 0; input >= 0 && done < text.size();) {
-      const ssize_t wrote = ::write(input, text.data() + done, text.size() - done);
-      if (wrote < 0 && errno != EINTR) return false;
-      done += static_cast<size_t>(std::max<ssize_t>(wrote, 0));
-    }
-    return input >= 0 && ::lseek(input, 0, SEEK_SET) == 0;
+    input = openAnonymousFile(text.data(), text.size(), error);
+    return input >= 0;
   }
 };
 

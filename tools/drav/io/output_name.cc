@@ -32,6 +32,14 @@ std::string insertBeforeEnding(const std::string& path, const std::string& inser
   return out.insert(endingAt(path), insert);
 }
 
+std::string pageName(const std::string& path, unsigned number, unsigned last) {
+  const std::string digits = std::to_string(number);
+  const size_t width = std::to_string(last).size();
+  std::string insert(1, '-');
+  insert.append(width > digits.size() ? width - digits.size() : 0, '0').append(digits);
+  return insertBeforeEnding(path, insert);
+}
+
 std::string endingOf(const std::string& path) {
   std::string ending = path.substr(endingAt(path));
   std::transform(ending.begin(), ending.end(), ending.begin(), [](char letter) {

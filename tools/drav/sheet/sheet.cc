@@ -91,7 +91,7 @@ class SheetMaker {
       const std::string setting = option + "=" + choice.name;
       DotPage dots;
       if (!visit_.engine.print(setting, dots, error)) return false;
-      if (crop_.width == 0) chooseCrop(dots);
+      if (crop_.width == 0 && !chooseCrop(dots, error)) return false;
       sheet.pageWidth = dots.width();
       sheet.pageHeight = dots.rows;
       sheet.cells.push_back(cellOf(choice, setting, option, dots));
@@ -116,15 +116,29 @@ class SheetMaker {
     return cell;
   }
 
-  void chooseCrop(const DotPage& dots) {
+  bool chooseCrop(const DotPage& dots, std::string& error) {
     crop_ = busiestPart(visit_.page, dots.width(), kSheetCropWidth, kSheetCropHeight);
-    if (!request_.crop) return;
-    const auto place = [](double millimetres, uint32_t dotsPerInch, uint32_t last) {
-      const double dot = std::max(0.0, millimetres * dotsPerInch / kMillimetresPerInch);
-      return static_cast<uint32_t>(std::min<double>(dot, last));
-    };
-    crop_.x = place(request_.crop->first, dots.dotsPerInchX, dots.width() - crop_.width);
-    crop_.y = place(request_.crop->second, dots.dotsPerInchY, dots.rows - crop_.height);
+    if (!request_.crop) return true;
+    if (dots.dotsPerInchX == 0 || dots.dotsPerInchY == 0) {
+      error = "--crop counts in mm, and the page does not tell its dots per inch";
+      return false;
+    }
+    const double acrossDots = dots.dotsPerInchX / kMillimetresPerInch;
+    const double alongDots = dots.dotsPerInchY / kMillimetresPerInch;
+    const uint32_t lastX = dots.width() - crop_.width;
+    const uint32_t lastY = dots.rows - crop_.height;
+    const auto [x, y] = *request_.crop;
+    // Written so that not-a-number is refused.
+    if (!(x >= 0 && y >= 0 && x * acrossDots < dots.width() && y * alongDots < dots.rows)) {
+      error = lengthsText("--crop lies outside of the page, which is ", dots.width() / acrossDots,
+                          dots.rows / alongDots) +
+              lengthsText("; a whole part of it begins at most at ", lastX / acrossDots,
+                          lastY / alongDots);
+      return false;
+    }
+    crop_.x = static_cast<uint32_t>(std::min<double>(x * acrossDots, lastX));
+    crop_.y = static_cast<uint32_t>(std::min<double>(y * alongDots, lastY));
+    return true;
   }
 
   // What goes for every cell of the sheet.
