@@ -60,7 +60,7 @@ BROWSER_PACKAGES=(
 )
 # shellcheck disable=SC2034
 COVERAGE_PACKAGES=(
-  "llvm-14|llvm-profdata and llvm-cov"
+  "gcovr|reads the counts that gcc makes"
 )
 # shellcheck disable=SC2034
 BENCH_PACKAGES=(
@@ -152,4 +152,17 @@ quiet_step() {
   fi
   rm -f "$log"
   return $status
+}
+
+# write_measured NAME TITLE COMMAND...: runs a command that measures, shows what it prints
+# and writes it into docs/measured/NAME.md. When it fails, the file stays as it was.
+write_measured() {
+  local file=docs/measured/$1.md title=$2
+  shift 2
+  printf '# %s\n\nWritten by scripts/%s.\n\n' "$title" "${0##*/}" >"$file.new"
+  if ! "$@" | tee -a "$file.new"; then
+    rm -f "$file.new"
+    fail "could not measure"
+  fi
+  mv "$file.new" "$file"
 }
