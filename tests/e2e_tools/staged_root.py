@@ -11,7 +11,6 @@ import shutil
 import tempfile
 import time
 
-SKIPPED = 77
 CONVERTERS = ("pdftopdf", "gstoraster", "imagetoraster", "texttopdf")
 PRINTERS = """# Printer configuration file for CUPS v2.4.2
 NextPrinterId 3

@@ -13,6 +13,7 @@ import sys
 import tempfile
 import unittest
 
+import harness
 import libcups
 from ppd_file import (HALFTONES, LANGUAGES, MOST_GROUP_BYTES, MOST_TEXT_BYTES, PpdFile,
                       read_folder)
@@ -164,8 +165,9 @@ class FileTest(unittest.TestCase):
             shown = subprocess.run(
                 [sys.executable, __file__, str(SOURCE), str(FOLDER), SHOW_LABELS], check=True,
                 capture_output=True, encoding="utf-8",
-                env={"PATH": os.environ["PATH"], "LANG": f"{language}.UTF-8",
-                     "PYTHONIOENCODING": "utf-8", "PYTHONDONTWRITEBYTECODE": "1"}).stdout
+                env={"PATH": os.environ["PATH"], "PYTHONPATH": os.environ["PYTHONPATH"],
+                     "LANG": f"{language}.UTF-8", "PYTHONIOENCODING": "utf-8",
+                     "PYTHONDONTWRITEBYTECODE": "1"}).stdout
             wanted = "".join(f"{name} {choice} {label}\n"
                              for name, ppd in self.files.items()
                              for choice, (label, _) in ppd.choices("HalftoneType",
@@ -187,4 +189,4 @@ if __name__ == "__main__":
         show_labels()
     else:
         assert set(METHODS) < set(HALFTONES)
-        unittest.main(argv=sys.argv[:1])
+        harness.run_tests()

@@ -13,6 +13,7 @@ import unittest
 from collections.abc import Callable
 from typing import Any
 
+import harness
 import libcups
 from ppd_file import HALFTONES, INSTALLABLE, MODELS, OPTIONS, PpdFile, defaults, read_folder
 
@@ -178,4 +179,4 @@ class MarkedOptionsTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    harness.run_tests()
