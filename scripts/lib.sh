@@ -26,7 +26,6 @@ DEMO_PACKAGES=(
   "cups|cupsfilter runs the converters of a print job without a scheduler"
   "cups-filters|the converters from PDF to raster"
   "ghostscript|draws the pages"
-  "python3|reads the log for the table"
 )
 # shellcheck disable=SC2034
 TEST_PACKAGES=(
@@ -35,6 +34,7 @@ TEST_PACKAGES=(
   "libc++-14-dev|second standard library, as on macOS"
   "libc++abi-14-dev|second standard library, as on macOS"
   "libclang-rt-14-dev|sanitizer run times"
+  "llvm-14|names functions in the sanitizers' reports, by which known leaks are told"
   "clang-format-14|formatter check"
   "clang-tidy-14|linter"
   "cppcheck|second linter, with a data-flow analysis of its own"
@@ -86,6 +86,13 @@ PACKAGE_PACKAGES=(
   "iproute2|a loop-back interface for the clean root"
   "python3|runs the checks"
   "git|names the files to build from"
+)
+
+# shellcheck disable=SC2034
+FRESH_PACKAGES=(
+  "mmdebstrap|makes a clean root from the machine's own package sources"
+  "git|clones the tree into it"
+  "python3|runs the checks"
 )
 
 say() { printf '%s\n' "$*"; }

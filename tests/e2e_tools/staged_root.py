@@ -11,7 +11,6 @@ import shutil
 import tempfile
 import time
 
-SKIPPED = 77
 CONVERTERS = ("pdftopdf", "gstoraster", "imagetoraster", "texttopdf")
 OTHER_PPD = """*PPD-Adobe: "4.3"
 *cupsFilter: "application/vnd.cups-raster 0 rastertoother"

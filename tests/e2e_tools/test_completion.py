@@ -22,6 +22,8 @@ import threading
 import time
 import unittest
 
+import harness
+
 DRAV = ""
 
 
@@ -269,4 +271,4 @@ class UsageTest(unittest.TestCase):
 
 if __name__ == "__main__":
     DRAV = os.path.abspath(sys.argv[1])
-    unittest.main(argv=sys.argv[:1] + sys.argv[2:])
+    harness.run_tests(sys.argv[:1] + sys.argv[2:])

@@ -19,6 +19,7 @@ import tempfile
 import time
 import unittest
 
+import harness
 import staged_root
 
 ARGUMENTS = argparse.Namespace()
@@ -227,8 +228,8 @@ def main():
     reason = staged_root.reason_to_skip() or (f"{missing[0]} is not installed" if missing else "")
     if reason:
         print(f"SKIPPED: {reason}")
-        sys.exit(staged_root.SKIPPED)
-    unittest.main(argv=sys.argv[:1] + rest)
+        sys.exit(harness.SKIPPED)
+    harness.run_tests(sys.argv[:1] + rest)
 
 
 if __name__ == "__main__":

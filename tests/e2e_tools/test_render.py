@@ -19,6 +19,8 @@ import threading
 import unittest
 import zlib
 
+import harness
+
 DRAV = ""
 VERSION = ""
 NOBODY = 65534
@@ -314,4 +316,4 @@ class RenderTest(unittest.TestCase):
 
 if __name__ == "__main__":
     DRAV, VERSION = os.path.abspath(sys.argv[1]), sys.argv[2]
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
+    harness.run_tests(sys.argv[:1] + sys.argv[3:])

@@ -10,6 +10,7 @@ import tempfile
 import unittest
 
 import cups_models
+import harness
 import staged
 
 sys.path.insert(0, str(staged.SOURCE / "tests" / "support"))
@@ -193,7 +194,7 @@ def main() -> None:
     parser.add_argument("--with-clean", action="store_true")
     parser.add_argument("--with-completions", action="store_true")
     parser.parse_args(namespace=ARGUMENTS)
-    unittest.main(argv=sys.argv[:1], verbosity=1)
+    harness.run_tests()
 
 
 if __name__ == "__main__":

@@ -16,6 +16,7 @@ import sys
 import tempfile
 import unittest
 
+import harness
 import staged
 
 ARGUMENTS = argparse.Namespace()
@@ -259,7 +260,7 @@ def main() -> None:
     parser.add_argument("--clean", required=True)
     parser.add_argument("--units", type=pathlib.Path, required=True)
     parser.parse_args(namespace=ARGUMENTS)
-    unittest.main(argv=sys.argv[:1])
+    harness.run_tests()
 
 
 if __name__ == "__main__":

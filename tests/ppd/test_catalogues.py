@@ -13,6 +13,7 @@ import sys
 import tempfile
 import unittest
 
+import harness
 import label_words
 import libcups
 from ppd_file import (LANGUAGES, MOST_GROUP_BYTES, MOST_TEXT_BYTES, NAMED_SIZES, PpdFile,
@@ -189,8 +190,9 @@ class FileTest(unittest.TestCase):
             shown = subprocess.run(
                 [sys.executable, __file__, str(SOURCE), str(FOLDER), SHOW_LABELS], check=True,
                 capture_output=True, encoding="utf-8",
-                env={"PATH": os.environ["PATH"], "LANG": f"{language}.UTF-8",
-                     "PYTHONIOENCODING": "utf-8", "PYTHONDONTWRITEBYTECODE": "1"}).stdout
+                env={"PATH": os.environ["PATH"], "PYTHONPATH": os.environ["PYTHONPATH"],
+                     "LANG": f"{language}.UTF-8", "PYTHONIOENCODING": "utf-8",
+                     "PYTHONDONTWRITEBYTECODE": "1"}).stdout
             wanted = "".join(f"{name} {choice} {label}\n"
                              for name, ppd in self.files.items()
                              for choice, (label, _) in ppd.choices("HalftoneType",
@@ -211,4 +213,4 @@ if __name__ == "__main__":
     if sys.argv[3:] == [SHOW_LABELS]:
         show_labels()
     else:
-        unittest.main(argv=sys.argv[:1])
+        harness.run_tests()

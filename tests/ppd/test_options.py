@@ -13,6 +13,7 @@ import unittest
 from collections.abc import Callable
 from typing import Any
 
+import harness
 import label_words
 import libcups
 import options_document
@@ -223,4 +224,4 @@ class MarkedOptionsTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    harness.run_tests()

@@ -9,6 +9,7 @@ import unittest
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(SOURCE / "tests" / "support"))
 
+import harness  # noqa: E402  pylint: disable=wrong-import-position
 import markdown_links  # noqa: E402  pylint: disable=wrong-import-position
 
 NOT_OURS = ("build", "demo", "node_modules")
@@ -51,4 +52,4 @@ class LinksTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    harness.run_tests()
