@@ -35,8 +35,7 @@ struct MallocFree {
   void operator()(uint8_t* block) const { std::free(block); }
 };
 
-// In large memory pages where the system has them: an A4 page in pages of 4 KiB
-// takes as long to map as to read.
+// Uses huge pages: mapping an A4 page 4 KiB at a time costs as much as reading it.
 uint8_t* allocatePage(uint64_t bytes) {
 #ifdef MADV_HUGEPAGE
   constexpr uint64_t kHugePage = uint64_t{2} << 20U;
