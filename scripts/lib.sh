@@ -151,3 +151,16 @@ quiet_step() {
   rm -f "$log"
   return $status
 }
+
+# write_measured NAME TITLE COMMAND...: runs a command that measures, shows what it prints
+# and writes it into docs/measured/NAME.md. When it fails, the file stays as it was.
+write_measured() {
+  local file=docs/measured/$1.md title=$2
+  shift 2
+  printf '# %s\n\n`%s` writes this file.\n\n' "$title" "scripts/${0##*/}" >"$file.new"
+  if ! "$@" | tee -a "$file.new"; then
+    rm -f "$file.new"
+    fail "could not measure"
+  fi
+  mv "$file.new" "$file"
+}
