@@ -31,7 +31,7 @@ install(TARGETS drav RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools
 # works on the source.
 set(DRAV_GUIDES "")
 set(DRAV_GUIDE_PICTURES "")
-foreach(guide install options troubleshooting scale proof inspect doctor glossary log-lines)
+foreach(guide install options troubleshooting scale proof inspect doctor)
   set(path ${PROJECT_SOURCE_DIR}/docs/${guide}.md)
   if(NOT EXISTS ${path})
     continue()

@@ -3,7 +3,8 @@
 #                      [ENVIRONMENT <name=value>...] [PROPERTIES <property> <value>...])
 # A test program in Python. Each finds the programs under test, the driver files and
 # the modules of tests/e2e in its environment, may take 300 seconds, and ends with
-# status 77 where it cannot run on this machine.
+# status 77 where it cannot run on this machine. They take longest, some of it waiting,
+# so they start first (COST).
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 set(DRAV_PYTHON_ENVIRONMENT
@@ -33,5 +34,6 @@ function(drav_add_python_test name source)
     ENVIRONMENT "${DRAV_PYTHON_ENVIRONMENT};${test_ENVIRONMENT}"
     SKIP_RETURN_CODE 77
     TIMEOUT 300
+    COST 100
     ${test_PROPERTIES})
 endfunction()

@@ -58,7 +58,7 @@ BROWSER_PACKAGES=(
 )
 # shellcheck disable=SC2034
 COVERAGE_PACKAGES=(
-  "llvm-14|llvm-profdata and llvm-cov"
+  "gcovr|reads the counts that gcc makes"
 )
 # shellcheck disable=SC2034
 BENCH_PACKAGES=(
@@ -157,7 +157,7 @@ quiet_step() {
 write_measured() {
   local file=docs/measured/$1.md title=$2
   shift 2
-  printf '# %s\n\n`%s` writes this file.\n\n' "$title" "scripts/${0##*/}" >"$file.new"
+  printf '# %s\n\nWritten by scripts/%s.\n\n' "$title" "${0##*/}" >"$file.new"
   if ! "$@" | tee -a "$file.new"; then
     rm -f "$file.new"
     fail "could not measure"
