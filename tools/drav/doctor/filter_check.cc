@@ -22,9 +22,9 @@ std::string parentOf(const std::string& path) { return path.substr(0, path.rfind
 bool checkPresence(const std::string& place, struct stat& status, Findings& findings) {
   if (::stat(place.c_str(), &status) != 0) {
     const int code = errno;
-    if (code == EACCES) {
+    if (isClosedToUs(code)) {
       findings.push_back(
-          {Level::kSkip, "filter", place + " cannot be looked at: no rights; try sudo"});
+          {Level::kSkip, "filter", uncheckedText(place + ": " + std::strerror(code))});
     } else {
       findings.push_back(
           {Level::kFail, "filter", place + ": " + std::strerror(code), {reinstallCommand()}});

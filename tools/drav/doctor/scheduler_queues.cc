@@ -57,6 +57,7 @@ void apply(ipp_attribute_t* attribute, QueueState& queue) {
   queue.attributes.emplace_back(name, valueText(attribute));
   if (name == "printer-name") queue.name = stringAt(attribute, 0);
   if (name == "device-uri") queue.deviceUri = stringAt(attribute, 0);
+  if (name == "printer-make-and-model") queue.makeModel = stringAt(attribute, 0);
   if (name == "printer-state") queue.state = stateOf(ippGetInteger(attribute, 0));
   if (name == "printer-state-message") queue.stateMessage = stringAt(attribute, 0);
   if (name == "printer-is-accepting-jobs") queue.accepting = ippGetBoolean(attribute, 0) != 0;
