@@ -25,9 +25,9 @@ struct ChildCommand {
   int silenceMilliseconds = 120'000;
 };
 
-// One program in a process group of its own. Its standard input is /dev/null, and it
-// inherits no other descriptor. The destructor kills the process group. An
-// Interruption that is requested ends all waiting at once.
+// One program, in a process group of its own, with standard input from nowhere and
+// no other descriptor of ours. Whatever is left of the group is killed with this.
+// Waiting ends at once when an Interruption is requested.
 class ChildProcess {
  public:
   ChildProcess() = default;
