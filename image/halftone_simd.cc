@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "image/diffusion_kernels.h"
+#include "image/halftone_methods.h"
 #include "image/halftone_simd.h"
 #include "image/threshold_patterns.h"
 
@@ -203,7 +204,6 @@ class Wavefront {
         source(static_cast<uint32_t>(y + i), b_.rows.data() + i * b_.rowBytes + b_.margin);
       }
       toColumns();
-      clearLanesBeforeStart();
       diffuseBlock();
       toRows();
       for (size_t i = 0; i < rows; ++i) {
@@ -248,16 +248,6 @@ class Wavefront {
       for (size_t s = 0; s < b_.steps; s += kTile) {
         uint8_t* out = b_.rows.data() + group * b_.rowBytes + b_.margin + s - kLag * group;
         transposeTile(b_.columns.data() + s * lanes_ + group, lanes_, out, b_.rowBytes - kLag);
-      }
-    }
-  }
-
-  // The next block's lanes start at step 0; what was spilled before it is not theirs.
-  void clearLanesBeforeStart() {
-    constexpr size_t kBefore = kLag;
-    for (size_t w = 0; w < kWeights; ++w) {
-      for (size_t r = 1; r <= kBefore; ++r) {
-        std::memset(record(0, w, 0) - r * b_.recordBytes + kDepth, 0, lanes_);
       }
     }
   }
@@ -391,13 +381,13 @@ class Wavefront {
 };
 
 template <const auto& kKernel>
-void diffuse(uint32_t width, uint32_t height, const RowSource& source, const RowSink& sink) {
+void diffuseRows(uint32_t width, uint32_t height, const RowSource& source, const RowSink& sink) {
   if (width == 0 || height == 0) return;
   Wavefront<kKernel>(width, height).run(source, sink);
 }
 
-void threshold(const ThresholdPattern& pattern, uint32_t width, uint32_t height,
-               const RowSource& source, const RowSink& sink) {
+void thresholdRows(const ThresholdPattern& pattern, uint32_t width, uint32_t height,
+                   const RowSource& source, const RowSink& sink) {
   const Bytes d;
   const size_t lanes = hn::Lanes(d);
   std::vector<uint8_t> row((width + lanes) / lanes * lanes);
@@ -416,26 +406,17 @@ void threshold(const ThresholdPattern& pattern, uint32_t width, uint32_t height,
   }
 }
 
+struct VectorKernels {
+  static constexpr auto threshold = thresholdRows;
+  template <const auto& kKernel, class... Page>
+  static void diffuse(const Page&... page) {
+    diffuseRows<kKernel>(page...);
+  }
+};
+
 void halftone(long method, uint32_t width, uint32_t height, const RowSource& source,
               const RowSink& sink) {
-  switch (method) {
-    case 0:
-    case 1:
-    case 7:
-      return threshold(thresholdPattern(method), width, height, source, sink);
-    case 2:
-      return diffuse<kBurkes>(width, height, source, sink);
-    case 3:
-      return diffuse<kStucki>(width, height, source, sink);
-    case 4:
-      return diffuse<kJarvisJudiceNinke>(width, height, source, sink);
-    case 5:
-      return diffuse<kSierra>(width, height, source, sink);
-    case 6:
-      return diffuse<kStevensonArce>(width, height, source, sink);
-    default:
-      return diffuse<kFloydSteinberg>(width, height, source, sink);
-  }
+  runHalftoneMethod<VectorKernels>(method, width, height, source, sink);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR

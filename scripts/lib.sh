@@ -17,8 +17,9 @@ BUILD_PACKAGES=(
   "nlohmann-json3-dev|JSON reports of the drav tool"
   "libarchive-dev|support bundles of drav doctor"
   "libjpeg-dev|JPEG pictures that the drav tool reads"
+  "libexif-dev|which way up the photos are that the drav tool reads"
   "libcairo2-dev|contact sheets and test pages of the drav tool"
-  "pkg-config|tells the build where cairo is"
+  "pkg-config|tells the build where cairo and libexif are"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
@@ -40,6 +41,7 @@ TEST_PACKAGES=(
   "shellcheck|linter of the scripts"
   "cups-client|cupstestppd checks the PPD files"
   "python3|whole-program tests"
+  "locales|source of a locale whose numbers have a decimal comma"
   "fish|its completions of drav"
   "zsh|its completions of drav"
   "poppler-utils|draws PDFs where CUPS's converters are missing; reads PDFs back"

@@ -19,7 +19,7 @@
 #include "tools/drav/doctor/configured_queues.h"
 #include "tools/drav/doctor/doctor.h"
 #include "tools/drav/doctor/scheduler_queues.h"
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "tools/drav/doctor/advice.h"
+#include "tools/drav/io/file_closer.h"
 
 namespace {
 
@@ -55,7 +56,7 @@ constexpr std::array kMeanings = {
             "a program or a folder above it is closed to the spool user",
             "see \"filter folders\" above"},
     Meaning{"Exec format error", "a program is made for another kind of machine",
-            "see \"filter machine\" above"},
+            "see \"filter start\" above"},
     Meaning{"error while loading shared libraries", "a library was missing",
             "see \"filter start\" above"},
     Meaning{"crashed on signal", "a program of the chain crashed", nullptr},
@@ -81,10 +82,6 @@ constexpr Meaning kStopped = {
 struct Explanation {
   std::string text;
   std::string fix;
-};
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
 };
 
 bool has(std::string_view text, std::string_view part) {
@@ -155,7 +152,7 @@ bool readEnd(const std::string& path, std::string& text, std::string& problem) {
     problem = path + " is no file";
     return false;
   }
-  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
+  const FileHandle file(std::fopen(path.c_str(), "rb"));
   if (!file) {
     const int code = errno;
     problem = path + ": " + std::strerror(code);
