@@ -107,8 +107,8 @@ struct KernelPlan {
   static_assert(isExact());
 
   static constexpr size_t kDepth = kKernel.depth();
-  // Three steps or more lie between computing a share and using it below: far
-  // enough for the stores to have reached the cache.
+  // At least three steps pass before the row below uses a share: by then its store
+  // has reached the cache.
   static constexpr size_t kLag = kKernel.reach() + 3;
 };
 

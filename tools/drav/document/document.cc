@@ -102,8 +102,9 @@ bool Document::copyToScratch(const std::string& input, std::string& error) {
          writeScratchFile(path_, content.data(), content.size(), error);
 }
 
-// Before a converter sees it: the size, damage that converters pass over, and what they
-// make nothing of.
+// Refuses pictures that are too large or damaged before a converter gets them:
+// converters print damaged ones in part and say nothing. Marks those of which CUPS's
+// converter prints noise.
 bool Document::checkPicture(std::string& error) {
   std::vector<uint8_t> file;
   PictureSize size;
