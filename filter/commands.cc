@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "filter/commands.h"
 
-#include <array>
 #include <span>
 
 namespace {
-
-// ---- Constant commands -------------------------------------------------------
 
 constexpr uint8_t kInitialize[] = {0x1B, 0x40};  // ESC @
 constexpr command printerInitializeCommand = {2, kInitialize};
@@ -28,14 +25,6 @@ constexpr uint8_t kPageFeed[] = {0x1B, 0x4A, 0xA0};  // ESC J 160
 constexpr uint8_t kJobFeed[] = {0x1B, 0x4A, 0x78};   // ESC J 120
 constexpr uint8_t kSensorStatus[] = {0x1B, 0x76};    // ESC v; the answer is never read
 
-// ---- Templates: their parameter bytes are overwritten before each send ---------
-
-std::array<uint8_t, 6> DensityCommand = {0x1F, 0x1B, 0x1F, 0x13, 0x14, 0x00};  // n at 5
-std::array<uint8_t, 4> BuzzerCommand = {0x1B, 0x42, 0x01, 0x01};               // ESC B n t
-std::array<uint8_t, 3> AlignCommand = {0x1B, 0x61, 0x00};                      // ESC a n
-std::array<uint8_t, 4> LogoCommand = {0x1C, 0x70, 0x01, 0x00};                 // FS p n m
-std::array<uint8_t, 3> PaperfeedCommand = {0x1B, 0x64, 0x00};                  // ESC d n
-
 void send(std::span<const uint8_t> bytes, std::FILE* out) {
   outputCommand({static_cast<int32_t>(bytes.size()), bytes.data()}, out);
 }
@@ -44,32 +33,31 @@ void send(std::span<const uint8_t> bytes, std::FILE* out) {
 uint8_t parameter(int32_t setting) { return static_cast<uint8_t>(setting); }
 
 void sendDensity(int32_t density, std::FILE* out) {
-  DensityCommand[5] = parameter(density);
-  send(DensityCommand, out);
+  const uint8_t bytes[] = {0x1F, 0x1B, 0x1F, 0x13, 0x14, parameter(density)};
+  send(bytes, out);
 }
 
 void soundBuzzer(const Settings& settings, std::FILE* out) {
-  BuzzerCommand[2] = parameter(settings.buzzerRepeat);
-  BuzzerCommand[3] = parameter(settings.buzzerOnTime);
-  send(BuzzerCommand, out);
+  const uint8_t bytes[] = {0x1B, 0x42, parameter(settings.buzzerRepeat),
+                           parameter(settings.buzzerOnTime)};  // ESC B n t
+  send(bytes, out);
 }
 
 void align(int32_t position, std::FILE* out) {
-  AlignCommand[2] = parameter(position);
-  send(AlignCommand, out);
+  const uint8_t bytes[] = {0x1B, 0x61, parameter(position)};  // ESC a n
+  send(bytes, out);
 }
 
 void printLogo(int32_t id, int32_t mode, int32_t position, std::FILE* out) {
+  const uint8_t bytes[] = {0x1C, 0x70, parameter(id), parameter(mode)};  // FS p n m
   align(position, out);
-  LogoCommand[2] = parameter(id);
-  LogoCommand[3] = parameter(mode);
-  send(LogoCommand, out);
+  send(bytes, out);
   align(0, out);
 }
 
 void feedLines(int32_t lines, std::FILE* out) {
-  PaperfeedCommand[2] = parameter(lines);
-  send(PaperfeedCommand, out);
+  const uint8_t bytes[] = {0x1B, 0x64, parameter(lines)};  // ESC d n
+  send(bytes, out);
 }
 
 // When a drawer or buzzer setting acts.
@@ -79,11 +67,13 @@ constexpr int32_t kAtEnd = 2;
 }  // namespace
 
 int32_t outputCommand(command sequence, std::FILE* out) {
+  int32_t written = 0;
   // Nothing follows bytes that were lost.
-  for (int32_t i = 0; i < sequence.length && std::ferror(out) == 0; ++i) {
-    std::putc(sequence.bytes[i], out);
+  while (written < sequence.length && std::ferror(out) == 0 &&
+         std::putc(sequence.bytes[written], out) != EOF) {
+    ++written;
   }
-  return sequence.length;
+  return written;
 }
 
 int32_t effectiveCut(int32_t cutType) { return cutType == 1 || cutType == 2 ? cutType : 0; }

@@ -4,8 +4,7 @@
 //
 // Everything goes to one stream, standard output by default, byte by byte, and
 // never through the printer object, so that the command record holds the raster
-// bands alone. Several commands are templates whose parameter bytes are written
-// in place before each send; they must not be used from two threads.
+// bands alone. A stream that has failed gets no further byte.
 #ifndef FILTER_COMMANDS_H_
 #define FILTER_COMMANDS_H_
 
@@ -16,14 +15,14 @@
 
 #include "filter/settings.h"
 
-// One sequence; the bytes live as long as the program.
+// One sequence. The bytes stay the caller's.
 struct command {
   int32_t length;
   const uint8_t* bytes;
 };
 
-// Writes the command and returns the number of bytes written; a length of 0
-// writes nothing.
+// Writes the command and returns the number of bytes written, as many as the
+// stream took. A length of 0 or below writes nothing.
 int32_t outputCommand(command sequence, std::FILE* out = stdout);
 
 // Job start: ESC @, density, then what the settings ask for of drawers, buzzer

@@ -2,26 +2,26 @@
 #include "filter/run_filter.h"
 
 #include <cups/raster.h>
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <utility>
 
+#include "common/byte_buffer.h"
 #include "common/log.h"
-#include "common/path.h"
 #include "common/private_file.h"
 #include "filter/cancel_tail.h"
 #include "filter/commands.h"
+#include "filter/input_descriptor.h"
 #include "filter/page_geometry.h"
+#include "filter/usage.h"
 #include "printer/receipt_ep_printer.h"
 
 namespace {
 
-constexpr const char* kVersion = DRAV_VERSION;
-constexpr int kLeadingZeroBytes = 64;
+constexpr uint8_t kLeadingZeros[64] = {};
 constexpr unsigned char kMeasureBothEdges = 10;
 
 // Closes the stream with its handle.
@@ -31,72 +31,6 @@ struct CFileCloser {
 struct RasterCloser {
   void operator()(cups_raster_t* raster) const { cupsRasterClose(raster); }
 };
-struct MallocFree {
-  void operator()(uint8_t* block) const { std::free(block); }
-};
-
-// In large memory pages where the system has them: an A4 page in pages of 4 KiB
-// takes as long to map as to read.
-uint8_t* allocatePage(uint64_t bytes) {
-#ifdef MADV_HUGEPAGE
-  constexpr uint64_t kHugePage = uint64_t{2} << 20U;
-  void* block = nullptr;
-  if (bytes >= 2 * kHugePage) {
-    if (posix_memalign(&block, kHugePage, static_cast<size_t>(bytes)) != 0) return nullptr;
-    (void)madvise(block, static_cast<size_t>(bytes), MADV_HUGEPAGE);
-    return static_cast<uint8_t*>(block);
-  }
-#endif
-  return static_cast<uint8_t*>(std::malloc(static_cast<size_t>(bytes)));
-}
-
-// The page's grey bytes; grows and never shrinks.
-class PageBuffer {
- public:
-  [[nodiscard]] bool reserve(uint64_t bytes) {
-    if (bytes <= capacity_) return true;
-    capacity_ = 0;
-    block_.reset();
-    block_.reset(allocatePage(bytes));
-    if (block_ == nullptr) return false;
-    capacity_ = bytes;
-    return true;
-  }
-  uint8_t* data() { return block_.get(); }
-
- private:
-  std::unique_ptr<uint8_t, MallocFree> block_;
-  uint64_t capacity_ = 0;
-};
-
-// Input descriptor; a file that was opened is closed again, standard input not.
-class InputDescriptor {
- public:
-  explicit InputDescriptor(int standardInput) : descriptor_(standardInput) {}
-  ~InputDescriptor() {
-    if (opened_) close(descriptor_);
-  }
-  InputDescriptor(const InputDescriptor&) = delete;
-  InputDescriptor& operator=(const InputDescriptor&) = delete;
-
-  bool open(const char* path) {
-    descriptor_ = ::open(path, O_RDONLY | O_CLOEXEC);
-    opened_ = descriptor_ != -1;
-    return opened_;
-  }
-  int get() const { return descriptor_; }
-
- private:
-  int descriptor_;
-  bool opened_ = false;
-};
-
-void printUsage(const char* programPath) {
-  const char* name = programPath != nullptr ? dravPathGetBasename(programPath) : "rastertodrav";
-  std::fprintf(stderr, "%s v%s\n\nUsage:\n\n    %s job_id user title copyies options [file]\n\n",
-               name, kVersion, name);
-}
-
 // How a step of the job, or the job, has gone.
 enum class Outcome {
   proceed,    // on to the next step
@@ -105,25 +39,26 @@ enum class Outcome {
   cancelled,  // stop with the cancel tail
 };
 
-// One job from its settings on. Everything it holds is released with it: the
-// record file before the printer.
+// One job from its settings on. Everything it holds is released with it: raster
+// stream, input, record file and printer, in this order.
 class Job {
  public:
-  Job(const Settings& settings, const FilterEnvironment& environment)
+  Job(const Settings& settings, const FilterEnvironment& environment, InputDescriptor input)
       : settings_(settings),
         environment_(environment),
         out_(environment.standardOutput),
-        printer_(std::make_unique<ReceiptEpPrinter>()) {
+        printer_(std::make_unique<ReceiptEpPrinter>()),
+        input_(std::move(input)) {
     printer_->getOutputStreams() = {out_};
     printer_->setClock(environment.clock);
     printer_->setDumpFolder(environment.dumpFolder);
     printer_->setStopRequested(environment.cancelRequested);
   }
 
-  int run(int inputDescriptor) {
+  int run() {
     openRecord();
     start();
-    raster_.reset(cupsRasterOpen(inputDescriptor, CUPS_RASTER_READ));
+    raster_.reset(cupsRasterOpen(input_.get(), CUPS_RASTER_READ));
     Outcome outcome = Outcome::proceed;
     while (outcome == Outcome::proceed) outcome = printNextPage();
     return finish(outcome);
@@ -134,16 +69,16 @@ class Job {
     const char* name = settings_.recordFileName.data();
     if (*name == '\0' || !environment_.keepRecord) return;
     record_.reset(openPrivateFile(name, "w"));
+    dravLogCommon(kLogDebug, "Filter data output to: %s", name);
     if (!record_) {
       dravLogCommon(kLogError, "Unable to open command record file %s!", name);
       return;
     }
-    dravLogCommon(kLogDebug, "Filter data output to: %s", name);
     printer_->getOutputStreams().push_back(record_.get());
   }
 
   void start() {
-    for (int i = 0; i < kLeadingZeroBytes; ++i) std::putc(0, out_);
+    outputCommand({sizeof kLeadingZeros, kLeadingZeros}, out_);
     jobSetup(settings_, out_);
     progress_.inkSinceFeed = settings_.docTopLogoID > 0;
   }
@@ -177,7 +112,7 @@ class Job {
                     header_.cupsWidth, header_.cupsHeight, header_.cupsBytesPerLine);
       return Outcome::failed;
     }
-    if (!page_.reserve(pageBytes(header_))) {
+    if (!page_.growTo(pageBytes(header_))) {
       dravLogCommon(kLogError,
                     "No memory for a page of cupsHeight(%u) x cupsBytesPerLine(%u) bytes!",
                     header_.cupsHeight, header_.cupsBytesPerLine);
@@ -273,7 +208,8 @@ class Job {
   std::FILE* const out_;
   std::unique_ptr<DravPrinter> printer_;
   std::unique_ptr<std::FILE, CFileCloser> record_;
-  PageBuffer page_;
+  InputDescriptor input_;
+  ByteBuffer page_;
   std::unique_ptr<cups_raster_t, RasterCloser> raster_;
   cups_page_header2_t header_ = {};
   JobProgress progress_;
@@ -295,7 +231,7 @@ int runJob(int argc, char* const argv[], const FilterEnvironment& environment) {
   }
   Settings settings;
   if (!initializeSettings(argv[5], &settings, environment.clock)) return EXIT_FAILURE;
-  return Job(settings, environment).run(input.get());
+  return Job(settings, environment, std::move(input)).run();
 }
 
 }  // namespace

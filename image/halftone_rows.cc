@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "image/diffusion_kernels.h"
+#include "image/halftone_methods.h"
 #include "image/halftone_simd.h"
 #include "image/threshold_patterns.h"
 
@@ -58,7 +59,7 @@ void diffuseRow(const RowWindow& rows, long width, uint8_t* dots) {
 }
 
 template <const auto& kKernel>
-void diffuse(uint32_t width, uint32_t height, const RowSource& source, const RowSink& sink) {
+void diffuseRows(uint32_t width, uint32_t height, const RowSource& source, const RowSink& sink) {
   constexpr uint32_t kAhead = kKernel.depth();
   std::vector<uint8_t> window(size_t{width} * (kAhead + 1));
   std::vector<uint8_t> dots(width);
@@ -73,8 +74,8 @@ void diffuse(uint32_t width, uint32_t height, const RowSource& source, const Row
   }
 }
 
-void threshold(const ThresholdPattern& pattern, uint32_t width, uint32_t height,
-               const RowSource& source, const RowSink& sink) {
+void thresholdRows(const ThresholdPattern& pattern, uint32_t width, uint32_t height,
+                   const RowSource& source, const RowSink& sink) {
   std::vector<uint8_t> row(width);
   for (uint32_t y = 0; y < height; ++y) {
     source(y, row.data());
@@ -84,26 +85,17 @@ void threshold(const ThresholdPattern& pattern, uint32_t width, uint32_t height,
   }
 }
 
+struct PlainKernels {
+  static constexpr auto threshold = thresholdRows;
+  template <const auto& kKernel, class... Page>
+  static void diffuse(const Page&... page) {
+    diffuseRows<kKernel>(page...);
+  }
+};
+
 void halftonePlain(long method, uint32_t width, uint32_t height, const RowSource& source,
                    const RowSink& sink) {
-  switch (method) {
-    case 0:
-    case 1:
-    case 7:
-      return threshold(thresholdPattern(method), width, height, source, sink);
-    case 2:
-      return diffuse<kBurkes>(width, height, source, sink);
-    case 3:
-      return diffuse<kStucki>(width, height, source, sink);
-    case 4:
-      return diffuse<kJarvisJudiceNinke>(width, height, source, sink);
-    case 5:
-      return diffuse<kSierra>(width, height, source, sink);
-    case 6:
-      return diffuse<kStevensonArce>(width, height, source, sink);
-    default:
-      return diffuse<kFloydSteinberg>(width, height, source, sink);
-  }
+  runHalftoneMethod<PlainKernels>(method, width, height, source, sink);
 }
 
 }  // namespace

@@ -11,8 +11,8 @@
 #include <cstring>
 #include <vector>
 
-#include "image/diffusion_kernels.h"
 #include "image/diffusion_wavefront-inl.h"
+#include "image/halftone_methods.h"
 #include "image/halftone_simd.h"
 #include "image/threshold_patterns.h"
 #include "simd/variants.h"
@@ -24,13 +24,13 @@ namespace HWY_NAMESPACE {
 #if HWY_TARGET != HWY_SCALAR
 
 template <const auto& kKernel>
-void diffuse(uint32_t width, uint32_t height, const RowSource& source, const RowSink& sink) {
+void diffuseRows(uint32_t width, uint32_t height, const RowSource& source, const RowSink& sink) {
   if (width == 0 || height == 0) return;
   Wavefront<kKernel>(width, height).run(source, sink);
 }
 
-void threshold(const ThresholdPattern& pattern, uint32_t width, uint32_t height,
-               const RowSource& source, const RowSink& sink) {
+void thresholdRows(const ThresholdPattern& pattern, uint32_t width, uint32_t height,
+                   const RowSource& source, const RowSink& sink) {
   const Bytes d;
   const size_t lanes = hn::Lanes(d);
   std::vector<uint8_t> row((width + lanes) / lanes * lanes);
@@ -49,26 +49,17 @@ void threshold(const ThresholdPattern& pattern, uint32_t width, uint32_t height,
   }
 }
 
+struct VectorKernels {
+  static constexpr auto threshold = thresholdRows;
+  template <const auto& kKernel, class... Page>
+  static void diffuse(const Page&... page) {
+    diffuseRows<kKernel>(page...);
+  }
+};
+
 void halftone(long method, uint32_t width, uint32_t height, const RowSource& source,
               const RowSink& sink) {
-  switch (method) {
-    case 0:
-    case 1:
-    case 7:
-      return threshold(thresholdPattern(method), width, height, source, sink);
-    case 2:
-      return diffuse<kBurkes>(width, height, source, sink);
-    case 3:
-      return diffuse<kStucki>(width, height, source, sink);
-    case 4:
-      return diffuse<kJarvisJudiceNinke>(width, height, source, sink);
-    case 5:
-      return diffuse<kSierra>(width, height, source, sink);
-    case 6:
-      return diffuse<kStevensonArce>(width, height, source, sink);
-    default:
-      return diffuse<kFloydSteinberg>(width, height, source, sink);
-  }
+  runHalftoneMethod<VectorKernels>(method, width, height, source, sink);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR

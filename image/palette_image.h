@@ -79,8 +79,8 @@ class PaletteImage {
 
   // Makes an image with a grey palette from `height` rows of `bytesPerLine`
   // bytes each; `bpp` is 1, 4, 8, 24 or 32 (32 drops the fourth byte of each
-  // pixel and gives 24 bits). Copies the shorter of both row lengths. With
-  // `flip` the first source row becomes the last.
+  // pixel and gives 24 bits). Copies the shorter of both row lengths and never reads
+  // behind a source row. With `flip` the first source row becomes the last.
   bool CreateFromArray(const uint8_t* array, uint32_t width, uint32_t height, uint32_t bpp,
                        uint32_t bytesPerLine, bool flip);
 

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "image/diffusion_kernels.h"
+#include "image/halftone_methods.h"
 #include "image/halftone_rows.h"
 #include "image/palette_image.h"
 #include "image/row_ops.h"
@@ -64,26 +65,13 @@ void thresholdIndexed(const ThresholdPattern& pattern, const PaletteImage& sourc
   }
 }
 
-void halftoneIndexed(long method, PaletteImage& source, PaletteImage& target) {
-  switch (method) {
-    case 0:
-    case 1:
-    case 7:
-      return thresholdIndexed(thresholdPattern(method), source, target);
-    case 2:
-      return diffuseIndexed<kBurkes>(source, target);
-    case 3:
-      return diffuseIndexed<kStucki>(source, target);
-    case 4:
-      return diffuseIndexed<kJarvisJudiceNinke>(source, target);
-    case 5:
-      return diffuseIndexed<kSierra>(source, target);
-    case 6:
-      return diffuseIndexed<kStevensonArce>(source, target);
-    default:
-      return diffuseIndexed<kFloydSteinberg>(source, target);
+struct IndexedKernels {
+  static constexpr auto threshold = thresholdIndexed;
+  template <const auto& kKernel>
+  static void diffuse(PaletteImage& source, PaletteImage& target) {
+    diffuseIndexed<kKernel>(source, target);
   }
-}
+};
 
 }  // namespace
 
@@ -96,7 +84,7 @@ bool PaletteImage::Dither(long method) {
     return false;
   }
   if (head.biBitCount != 8) {
-    halftoneIndexed(method, *this, halftone);
+    runHalftoneMethod<IndexedKernels>(method, *this, halftone);
   } else if (!halftoneGrey(method, *this, halftone)) {
     halftone.Destroy();
     SetLastError("PaletteImage::Create can't allocate memory");

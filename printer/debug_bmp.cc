@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "common/local_time.h"
@@ -75,10 +76,12 @@ void writeMonoPalette(std::FILE* file) {
 
 // The rows from the last to the first, `bytesPerLine` pixels each: 0 is white, a
 // set bit; the rest of the last byte is white, the padding behind it 0. Pixels
-// behind the end of a row of `width` pixels find no place.
+// behind the end of a row of `width` pixels find no place. Without columns there
+// is no row to write.
 void writeMonoRows(std::FILE* file, const uint8_t* pixels, uint64_t bytesPerLine, uint64_t height,
                    uint64_t width) {
   std::vector<uint8_t> packed(static_cast<size_t>(paddedRowBytes(width, false)));
+  if (packed.empty()) return;
   const uint64_t packedPixels = std::min<uint64_t>(bytesPerLine, packed.size() * 8);
   for (uint64_t y = height; y > 0; --y) {
     const uint8_t* row = pixels + (y - 1) * bytesPerLine;
@@ -96,28 +99,18 @@ void writeMonoRows(std::FILE* file, const uint8_t* pixels, uint64_t bytesPerLine
 
 }  // namespace
 
-void DravPrinter::setFileNameFormat(const char* stem) {
-  // The folder is text in a printf template: its per cent signs are doubled.
-  std::string folder;
-  for (const char c : dumpFolder_) folder.append(c == '%' ? 2 : 1, c);
-  std::snprintf(fileNameFormat_.data(), fileNameFormat_.size(), "%s/%s_%s.bmp", folder.c_str(),
-                stem, "%d-%d-%d_%d_%d_%d_%ld");
-}
-
 std::FILE* DravPrinter::openPicture(uint64_t height, uint64_t width, uint16_t bitsPerPixel) {
   if (dumpFolder_.empty()) return nullptr;
   const std::tm now = localTime(clock_());
   const auto number = static_cast<long>(savedImages++);
-  std::array<char, 2048> path = {};
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"  // the template is a member, made above
-  std::snprintf(path.data(), path.size(), fileNameFormat_.data(), now.tm_year + 1900,
+  std::array<char, 160> stamp = {};  // seven numbers of at most 20 characters
+  std::snprintf(stamp.data(), stamp.size(), "%d-%d-%d_%d_%d_%d_%ld", now.tm_year + 1900,
                 now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec, number);
-#pragma GCC diagnostic pop
+  const std::string path = dumpFolder_ + "/" + pictureKind_ + "_" + stamp.data() + ".bmp";
 
-  std::FILE* file = openPrivateFile(path.data(), "wb+");
+  std::FILE* file = openPrivateFile(path.c_str(), "wb+");
   if (file == nullptr) {
-    std::fprintf(stderr, "DravPrinter::saveImage: unable to open the file %s\n", path.data());
+    std::fprintf(stderr, "DravPrinter::saveImage: unable to open the file %s\n", path.c_str());
     return nullptr;
   }
   const BmpHeader header = makeHeader(width, height, bitsPerPixel == 8);

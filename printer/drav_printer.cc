@@ -10,11 +10,13 @@ namespace {
 
 int clampPercent(int value) { return std::clamp(value, -100, 100); }
 
+// False for a stream that has lost bytes: those behind them would be taken for
+// the rest of a torn band.
+bool takesBytes(std::FILE* stream) { return stream != nullptr && std::ferror(stream) == 0; }
+
 }  // namespace
 
-DravPrinter::DravPrinter() : outputStreams_{stdout}, clock_([] { return std::time(nullptr); }) {
-  setFileNameFormat("prnimg");
-}
+DravPrinter::DravPrinter() : outputStreams_{stdout}, clock_([] { return std::time(nullptr); }) {}
 
 DravPrinter::~DravPrinter() {
   paletteImage_.Destroy();
@@ -115,7 +117,7 @@ DravPrinter& DravPrinter::setClock(std::function<std::time_t()> clock) {
 
 DravPrinter& DravPrinter::setDumpFolder(const std::string& folder) {
   dumpFolder_ = folder;
-  setFileNameFormat("prnimg");
+  pictureKind_ = "prnimg";
   return *this;
 }
 
@@ -133,28 +135,28 @@ void DravPrinter::doPrintPacked(uint8_t* /*packed*/, uint32_t /*packedLength*/,
                                 uint64_t /*height*/) {}
 
 void DravPrinter::printBytes(const unsigned char* data, unsigned long size) {
+  if (size == 0) return;  // `data` may be null
   for (std::FILE* stream : outputStreams_) {
-    // Bytes behind lost ones would be taken for the rest of a torn band.
-    if (stream != nullptr && std::ferror(stream) == 0) std::fwrite(data, size, 1, stream);
+    if (takesBytes(stream)) std::fwrite(data, size, 1, stream);
   }
 }
 
 void DravPrinter::printStr(const char* text) {
   for (std::FILE* stream : outputStreams_) {
-    if (stream != nullptr) std::fprintf(stream, "%s", text);
+    if (takesBytes(stream)) std::fprintf(stream, "%s", text);
   }
 }
 
 void DravPrinter::printByte(unsigned char value) {
   for (std::FILE* stream : outputStreams_) {
-    if (stream != nullptr) std::fputc(value, stream);
+    if (takesBytes(stream)) std::fputc(value, stream);
   }
 }
 
 int DravPrinter::printFormat(const char* format, ...) {
   int result = 0;
   for (std::FILE* stream : outputStreams_) {
-    if (stream == nullptr) continue;
+    if (!takesBytes(stream)) continue;
     va_list values;
     va_start(values, format);
     result = std::vfprintf(stream, format, values);

@@ -4,7 +4,6 @@
 #ifndef PRINTER_DRAV_PRINTER_H_
 #define PRINTER_DRAV_PRINTER_H_
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -17,7 +16,7 @@
 #include "image/palette_image.h"
 
 struct cups_page_header2_s;  // CUPS raster format, cups/raster.h
-class WorkBuffer;
+class ByteBuffer;
 
 // Abstract: a concrete printer turns the finished page into its own commands in
 // doPrintImage. Used by one thread.
@@ -108,16 +107,17 @@ class DravPrinter {
   // ---- Output ---------------------------------------------------------------
 
   // The live list, standard output at first. Every primitive below writes the
-  // same data to each stream in this order; null entries are passed over. None
-  // flushes, closes or reports an error: the streams keep their own error flags.
+  // same data to each stream in this order. Null entries are passed over, and
+  // streams whose error flag is set: what has been written stays a beginning of the
+  // whole, even when the stream could take bytes again. None flushes, closes or
+  // reports an error: the streams keep their own error flags.
   std::vector<std::FILE*>& getOutputStreams() { return outputStreams_; }
 
-  // Passes over a stream whose error flag is set: what has been written stays a
-  // beginning of the whole, even when the stream could take bytes again.
   void printBytes(const unsigned char* data, unsigned long size);
   void printStr(const char* text);
   void printByte(unsigned char value);
-  // Returns what the last stream's vfprintf returned; 0 without a stream.
+  // Returns what vfprintf returned for the last stream that was written to; 0
+  // when there was none.
   __attribute__((format(printf, 2, 3))) int printFormat(const char* format, ...);
 
   // ---- Page -----------------------------------------------------------------
@@ -170,8 +170,6 @@ class DravPrinter {
   void countBand() { ++bandsSent_; }
 
  private:
-  // Names the next diagnostic picture: `stem` in the dump folder.
-  void setFileNameFormat(const char* stem);
   // Rows [top, end) hold the page's content.
   struct BlankEdges {
     uint64_t top = 0;
@@ -182,7 +180,7 @@ class DravPrinter {
   static void reportEdges(const BlankEdges& edges, const uint8_t* result, uint64_t bytesPerLine,
                           uint64_t height, uint64_t width);
   void printPage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
-                 uint64_t width, WorkBuffer& result);
+                 uint64_t width, ByteBuffer& result);
   void sendFinishedPage();
   // A picture with its header written, or null after the report; the caller
   // closes it.
@@ -203,7 +201,7 @@ class DravPrinter {
   };
   bool canStream(uint64_t bytesPerLine, uint64_t height, uint64_t width) const;
   void streamPage(const unsigned char* pixels, const BlankEdges& edges, uint64_t bytesPerLine,
-                  uint64_t height, uint64_t width, const WorkBuffer& result);
+                  uint64_t height, uint64_t width, const ByteBuffer& result);
   void reportStreamedProcessing(PageSize size, uint32_t rowBytes);
   void halftoneRowsTo(const unsigned char* pixels, PageSize size,
                       const std::function<void(uint32_t, const uint8_t*)>& sink);
@@ -211,10 +209,10 @@ class DravPrinter {
   bool halftoneClassic(DitherType type);
   bool halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, int32_t height, size_t capacity);
 
-  PaletteImage paletteImage_;                   // the page, and its classic halftone
-  PaletteImage qzPaletteImage_;                 // the page's tattoo halftone
-  PaletteImage* pimage_ = nullptr;              // whichever holds the finished page
-  std::array<char, 1024> fileNameFormat_ = {};  // printf template of the next picture
+  PaletteImage paletteImage_;           // the page, and its classic halftone
+  PaletteImage qzPaletteImage_;         // the page's tattoo halftone
+  PaletteImage* pimage_ = nullptr;      // whichever holds the finished page
+  const char* pictureKind_ = "prnimg";  // the next picture's name begins so
   std::vector<std::FILE*> outputStreams_;
   cups_page_header2_s* pageHdr_ = nullptr;
   int maxMediaWidth_ = 0;

@@ -2,11 +2,11 @@
 // One page from grey rows to raster bands. The log lines are read by support
 // tools; their texts and the order of their values are fixed, also where a
 // label names another value than the one printed.
+#include "common/byte_buffer.h"
 #include "common/log.h"
 #include "printer/blank_lines.h"
 #include "printer/drav_printer.h"
 #include "printer/page_log.h"
-#include "printer/work_buffer.h"
 
 namespace {
 
@@ -24,9 +24,9 @@ void DravPrinter::printImage(const unsigned char* pixels, uint64_t bytesPerLine,
                 static_cast<size_t>(bytesPerLine));
   rasterInterrupted_ = false;
   const uint64_t size = bytesPerLine * height;
-  WorkBuffer work;
-  WorkBuffer result;
-  if (work.allocate(size)) {
+  ByteBuffer work;
+  ByteBuffer result;
+  if (work.allocateZeros(size)) {
     dravLogCommon(kLogDebug, "printImage: Memory allocated successfully, size: %zu bytes",
                   static_cast<size_t>(size));
     printPage(pixels, bytesPerLine, height, width, result);
@@ -48,16 +48,16 @@ void DravPrinter::printImage(const unsigned char* pixels, uint64_t bytesPerLine,
 }
 
 void DravPrinter::printPage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
-                            uint64_t width, WorkBuffer& result) {
+                            uint64_t width, ByteBuffer& result) {
   const BlankEdges edges = measureBlankEdges(pixels, bytesPerLine, height, width);
 
-  setFileNameFormat("origin");
+  pictureKind_ = "origin";
   dravLogCommon(kLogDebug,
                 "printImage: Saving original image, file path will be generated based on time");
   saveImage(pixels, bytesPerLine, height, width, 8);
 
   const uint64_t size = bytesPerLine * height;
-  if (!result.allocate(2 * size)) {
+  if (!result.allocateZeros(2 * size)) {
     dravLogCommon(kLogError,
                   "printImage: Memory allocation for processing result failed, unable to continue "
                   "processing");
@@ -126,7 +126,7 @@ void DravPrinter::reportEdges(const BlankEdges& edges, const uint8_t* result, ui
 
 void DravPrinter::sendFinishedPage() {
   const bool printable = pimage_ != nullptr && pimage_->IsValid();
-  setFileNameFormat("dithered");
+  pictureKind_ = "dithered";
   page_log::savingProcessed();
   if (printable) {
     saveImage(pimage_->GetBits(0), pimage_->GetEffWidth(), pimage_->GetHeight(),

@@ -8,12 +8,12 @@
 #include <limits>
 #include <vector>
 
+#include "common/byte_buffer.h"
 #include "common/scope_guard.h"
 #include "image/halftone_rows.h"
 #include "image/row_ops.h"
 #include "printer/drav_printer.h"
 #include "printer/page_log.h"
-#include "printer/work_buffer.h"
 #include "tattoo/pipeline.h"
 #include "tattoo/stencil_rows.h"
 #include "tattoo/threshold.h"
@@ -65,13 +65,13 @@ bool DravPrinter::canStream(uint64_t bytesPerLine, uint64_t height, uint64_t wid
 
 void DravPrinter::streamPage(const unsigned char* pixels, const BlankEdges& edges,
                              uint64_t bytesPerLine, uint64_t height, uint64_t width,
-                             const WorkBuffer& result) {
+                             const ByteBuffer& result) {
   const PageSize size = {static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
   const uint32_t rowBytes = roundUpTo4(size.width);
   reportStreamedProcessing(size, rowBytes);
   reportEdges(edges, result.data(), bytesPerLine, height, width);
 
-  setFileNameFormat("dithered");
+  pictureKind_ = "dithered";
   page_log::savingProcessed();
   std::vector<uint8_t> packed;
   {

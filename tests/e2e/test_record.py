@@ -12,7 +12,7 @@ import escpos_stream
 import filter_case
 import ppd_text
 import private_spool
-from filter_case import DOTS_BAND, DOTS_PAGE, FilterCase, dots_job
+from filter_case import DOTS_BAND, DOTS_PAGE, FilterCase, Outcome, dots_job
 
 
 def record_ppd(prefix: str | None, choice: str = "1", **options: str) -> str:
@@ -93,27 +93,31 @@ class RecordTest(FilterCase):
             self.assertEqual(stat.S_IMODE(record.stat().st_mode), 0o600)
             record.unlink()
 
-    def assert_printed_without(self, ppd: str) -> None:
+    def assert_printed_without(self, ppd: str) -> Outcome:
         """One error line, and the job prints all the same."""
         outcome = self.run_pages(DOTS_PAGE, DOTS_PAGE, ppd=ppd)
         self.assertEqual(outcome.stdout, dots_job(2))
         self.assertEqual(outcome.status, 0)
         self.assertEqual(len(outcome.errors), 1, outcome.stderr)
         self.assertEqual(outcome.lines[-1], "DEBUG:Ready to print.")
+        return outcome
 
     def test_that_cannot_be_opened(self) -> None:
         (self.folder / "file").write_bytes(b"")
         for prefix in ("/nonexistent/cmds", f"{self.folder}/file/cmds",
                        "\n".join(["a" * 150] * 2)):
             with self.subTest(prefix):
-                self.assert_printed_without(record_ppd(prefix))
+                outcome = self.assert_printed_without(record_ppd(prefix))
+                self.assertEqual(len(outcome.having("DEBUG:Filter data output to: ")), 1)
                 self.assertEqual(self.records(), [])
 
     def test_name_that_is_too_long(self) -> None:
         # Values may span lines, and so grow beyond what any path may have.
         for lines in (20, 60):
             with self.subTest(lines=lines):
-                self.assert_printed_without(record_ppd("\n".join(["b" * 200] * lines)))
+                outcome = self.assert_printed_without(
+                    record_ppd("\n".join(["b" * 200] * lines)))
+                self.assertEqual(outcome.having("DEBUG:Filter data output to: "), [])
                 self.assertEqual(self.records(), [])
 
     def test_name_is_never_cut_short(self) -> None:
@@ -147,6 +151,7 @@ class RecordTest(FilterCase):
         self.assertEqual((self.folder / "target").read_bytes(), b"precious")
         self.assertFalse((self.folder / "missing").exists())
 
+    @private_spool.needs_mounts
     def test_full_disk(self) -> None:
         page = cups_raster.grey([b"\xff" * 800] * 96)  # 9,608 bytes of band
         bands = filter_case.band(100, b"\xff" * 9600)
@@ -165,6 +170,7 @@ class RecordTest(FilterCase):
                 [record] = self.records()
                 self.assertTrue((bands * 3).startswith(record.read_bytes()))
 
+    @private_spool.needs_mounts
     def test_disk_that_fills_up_at_the_end(self) -> None:
         disk = self.folder / "disk"
         disk.mkdir()

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """The driver file: unreadable ones, defaults against job options, page sizes, look-up lines."""
 import os
+import subprocess
+import sys
 
 import cups_raster
 import filter_case
@@ -104,6 +106,45 @@ class OptionsTest(FilterCase):
         self.assertEqual(outcome.lines[:2], ["DEBUG:getOptionChoiceIndex: pageCutType = 0",
                                              "DEBUG:getOptionChoiceIndex: docCutType = 2"])
         self.assert_job(outcome, dots_job()[:-2] + FULL_CUT + JOB_END)
+
+
+class LocaleTest(FilterCase):
+    """Numbers of the driver file have a decimal point wherever the spooler runs."""
+
+    def with_locale(self, variable: str, name: str) -> dict[str, str]:
+        """The variables of a locale that is made into the test's folder."""
+        made = self.folder / "locales" / f"{name}.UTF-8"
+        if not made.exists():
+            made.parent.mkdir(exist_ok=True)
+            subprocess.run(["localedef", "-i", name, "-f", "UTF-8", str(made)], check=True,
+                           stdout=subprocess.DEVNULL, timeout=filter_case.TIMEOUT)
+        return {"LOCPATH": str(made.parent), variable: made.name}
+
+    def assert_decimal_comma(self, variables: dict[str, str]) -> None:
+        """The C library finds the locale, and a program that asks for it gets a comma."""
+        code = "import locale; locale.setlocale(locale.LC_ALL, ''); print(locale.str(0.5))"
+        done = subprocess.run([sys.executable, "-c", code], check=True, stdout=subprocess.PIPE,
+                              env={"PATH": "/usr/bin:/bin"} | variables)
+        self.assertEqual(done.stdout, b"0,5\n")
+
+    def test_decimal_comma(self) -> None:
+        # 2.88 points at 300 dpi are 12 dots, 2 points are 8.
+        raster = cups_raster.stream([cups_raster.grey([b"\xff" * 16] * 3)])
+        ppd = ppd_text.ppd_text({"HalftoneType": "Tattoo", "Brightness": "-20"},
+                                {"MaxMediaWidth": "2.88"}, page_sizes="X57D5MMY100MM")
+        plain = self.run_filter(raster, ppd=ppd)
+        self.assertEqual(plain.status, 0)
+        skipped = "DEBUG:Calc skip pixels : maxMediaLinePixels(12), cupsBytesPerLine(16)"
+        self.assertIn(skipped, plain.lines)
+        for name, variable in (("de_DE", "LC_ALL"), ("de_DE", "LANG"), ("de_DE", "LC_NUMERIC")):
+            with self.subTest(name, variable=variable):
+                variables = self.with_locale(variable, name)
+                self.assert_decimal_comma(variables)
+                environment = self.environment(ppd)
+                del environment["LANG"]
+                outcome = self.run_filter(raster, environment=environment | variables)
+                self.assert_job(outcome, plain.stdout)
+                self.assertIn(skipped, outcome.lines)
 
 
 if __name__ == "__main__":

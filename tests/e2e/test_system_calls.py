@@ -148,6 +148,12 @@ class SystemCallsTest(FilterCase):
                 self.assertTrue(target in allowed or target.startswith("2<pipe:")
                                 or path in files, call)
 
+    def assert_closed_in_order(self, calls: list[Call], *paths: str) -> None:
+        """Each of the files is closed once, one after the other."""
+        closed = [call.arguments.partition("<")[2][:-1] for call in calls
+                  if call.name == "close" and call.result == "0"]
+        self.assertEqual([path for path in closed if path in paths], list(paths))
+
     def assert_held(self, halftone: str, named: bool, records: bool) -> None:
         ppd = ppd_text.ppd_text({"HalftoneType": halftone,
                                  "RecordPrinterCommands": "1" if records else "0"},
@@ -164,6 +170,8 @@ class SystemCallsTest(FilterCase):
         own = [str(self.folder / "printer.ppd")] + [str(self.folder / "job.ras")] * named
         self.assertEqual(sorted(path for path in reads if not READABLE.fullmatch(path)),
                          sorted(own))
+        if named and records:
+            self.assert_closed_in_order(calls, own[-1], stored[-1])
         new = set(os.listdir(self.folder)) - before
         self.assertEqual(new, {pathlib.Path(path).name for path in stored
                                if path.startswith(str(self.folder))})

@@ -6,7 +6,8 @@
 #include <string>
 
 // From now on halftones, stencils and row operations run as the variant of this
-// name ("plain", "ssse3", "sse4", "avx2", "neon"). False, with nothing changed,
+// name ("plain", "ssse3", "sse4", "avx2", "neon"; built with DRAV_ALL_VECTORS also
+// "emu128", "avx512", "avx512dl"). False, with nothing changed,
 // when this machine or this build has no such variant.
 [[nodiscard]] bool forceVariant(const std::string& name);
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdio>
 #include <functional>
 #include <string>
 
@@ -65,6 +67,37 @@ TEST(CommandsTest, OutputWritesTheBytesAndCountsThem) {
                           count = outputCommand({0, nullptr}, out);
                         })));
   EXPECT_EQ(count, 0);
+}
+
+TEST(CommandsTest, CountIsThatOfTheBytesThatTheStreamTook) {
+  const uint8_t bytes[] = {0x1B, 0x40, 0x41, 0x42};
+  EXPECT_EQ(outputCommand({-1, bytes}, stdout), 0);
+  EXPECT_EQ(outputCommand({INT32_MIN, nullptr}, stdout), 0);
+
+  std::array<char, 3> room = {};
+  std::FILE* full = fmemopen(room.data(), room.size(), "wb");
+  ASSERT_NE(full, nullptr);
+  std::setvbuf(full, nullptr, _IONBF, 0);
+  EXPECT_EQ(outputCommand({4, bytes}, full), 3);
+  EXPECT_EQ(room[0], 0x1B);
+  EXPECT_EQ(room[1], 0x40);  // the stream itself ends what it could not finish with a 0
+  EXPECT_NE(std::ferror(full), 0);
+  EXPECT_EQ(outputCommand({1, bytes}, full), 0) << "nothing follows lost bytes";
+  std::fclose(full);
+}
+
+TEST(CommandsTest, ParametersOfOneJobAreNotThoseOfTheNext) {
+  Settings settings = missingOptions();
+  settings.printDensity = 9;
+  settings.docTopLogoID = 4;
+  settings.docTopLogoPosition = 2;
+  jobSetupOf(settings);
+  settings.docTopLogoPosition = 0;
+  settings.docTopLogoMode = 0;
+  settings.printDensity = 1;
+  EXPECT_TRUE(sameBytes(hex("1B 40, 1F 1B 1F 13 14 01, 1B 61 00, 1C 70 04 00, 1B 61 00, "
+                            "1B 24 01 00"),
+                        jobSetupOf(settings)));
 }
 
 TEST(CommandsTest, StandardOutputIsTheStreamWhenNoneIsGiven) {

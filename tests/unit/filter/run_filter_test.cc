@@ -8,7 +8,10 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
 #include <string>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "tests/model/page_patterns.h"
@@ -378,6 +381,35 @@ TEST_F(RunFilterTest, RecordFileHoldsTheBandsAloneAndIsForItsOwner) {
   struct stat status = {};
   ASSERT_EQ(stat(recordPath().c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, mode_t{0600});
+}
+
+TEST_F(RunFilterTest, EachPageIsInItsFilesBeforeTheNextOneIsRead) {
+  const std::vector<model::RasterPage> pages = {patternPage("text", 40, 100),
+                                                patternPage("noise", 24, 50)};
+  model::JobSettings settings;
+  describe(settings, true);
+  constexpr uint64_t kJobEnd = 2;  // ESC v, which goes out after the last page
+  const model::JobResult first = model::runJob(settings, {pages[0]});
+  const model::JobResult both = model::runJob(settings, pages);
+
+  const std::string printed = folder_.file("printed");
+  std::FILE* out = std::fopen(printed.c_str(), "wb");
+  ASSERT_NE(out, nullptr);
+  ownOutput_ = out;
+  using Sizes = std::pair<uint64_t, uint64_t>;  // of the printer bytes and of the record
+  std::vector<Sizes> seen;
+  cancel_ = [&](int) {
+    std::error_code missing;
+    seen.emplace_back(std::filesystem::file_size(printed),
+                      std::filesystem::file_size(recordPath(), missing));
+    return false;
+  };
+  EXPECT_EQ(run(pages).status, 0);
+  EXPECT_EQ(std::filesystem::file_size(printed), both.stdoutBytes.size())
+      << "the job's end is sent although the stream stays open";
+  std::fclose(out);
+  EXPECT_THAT(seen, Contains(Sizes(first.stdoutBytes.size() - kJobEnd, first.recordBytes.size())));
+  EXPECT_EQ(seen.back(), Sizes(both.stdoutBytes.size() - kJobEnd, both.recordBytes.size()));
 }
 
 TEST_F(RunFilterTest, RecordFileCanBeRefusedByTheCaller) {

@@ -13,6 +13,7 @@
 
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
@@ -174,6 +175,40 @@ TEST_F(AntiWrinkleTest, EveryPaperHasItsCanvas) {
 TEST_F(AntiWrinkleTest, PageMayBeNarrowerAndTallerThanItsCanvas) {
   frame("Tattoo_A6", 1, 700, 1501);
   frame("Tattoo_A6", 1, 1300, 900);
+}
+
+TEST_F(AntiWrinkleTest, OddDotIsLeftOutOfTheMargins) {
+  // The canvas is 1205 dots wide and 1418 high. Half of an odd difference is
+  // rounded down: for a page that grows, and for a frame inside a larger page.
+  frame("Tattoo_A6", 1, 1300, 901);
+  EXPECT_EQ(image_.GetWidth(), 1300U);
+  EXPECT_EQ(image_.GetHeight(), 901U + 2 * 258);
+  EXPECT_THAT(log_, Contains("DEBUG:EnableAntiWrink: Image height is less than canvas height, "
+                             "eyPoints: 258"));
+  EXPECT_THAT(log_, Contains("DEBUG:EnableAntiWrink: Image width is greater than canvas width, "
+                             "offset.x: 47"));
+  EXPECT_TRUE(isSolid(47, 59, 0, 1417));
+  EXPECT_TRUE(isSolid(47 + 1193, 47 + 1205, 0, 1417));
+  EXPECT_NE(image_.GetPixelIndex(46, 700), 255) << "left of the frame";
+  EXPECT_NE(image_.GetPixelIndex(47 + 1205, 700), 255) << "right of the frame";
+
+  frame("Tattoo_A6", 1, 900, 1501);
+  EXPECT_EQ(image_.GetWidth(), 900U + 2 * 152);
+  EXPECT_EQ(image_.GetHeight(), 1501U);
+  EXPECT_THAT(log_, Contains("DEBUG:EnableAntiWrink: Image width is less than canvas width, "
+                             "exPoints: 152"));
+  EXPECT_THAT(log_, Contains("DEBUG:EnableAntiWrink: Image height is greater than canvas height, "
+                             "offset.y: 41"));
+  EXPECT_TRUE(isSolid(0, 1204, 41, 53));
+  EXPECT_TRUE(isSolid(0, 1204, 41 + 1406, 41 + 1418));
+
+  // One dot more or less than the canvas: nothing moves.
+  frame("Tattoo_A6", 1, 1204, 1417);
+  EXPECT_EQ(image_.GetWidth(), 1204U);
+  EXPECT_EQ(image_.GetHeight(), 1417U);
+  frame("Tattoo_A6", 1, 1206, 1419);
+  EXPECT_TRUE(isSolid(0, 12, 0, 1418));
+  EXPECT_TRUE(isSolid(1193, 1205, 0, 1418));
 }
 
 TEST_F(AntiWrinkleTest, MissingHeaderOrImageIsReported) {

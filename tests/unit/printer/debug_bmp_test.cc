@@ -150,6 +150,17 @@ TEST_F(DebugBmpTest, PictureWithoutPixelsIsItsHeaderAndPalette) {
   EXPECT_EQ(pictures[0].bytes.size(), 1078U);
 }
 
+TEST_F(DebugBmpTest, PictureWithoutColumnsOrRowsHasNoPixels) {
+  // No block of no bytes is written either, see null_writes.cc.
+  for (const uint16_t bits : {uint16_t{1}, uint16_t{8}}) {
+    for (const uint64_t height : {uint64_t{0}, uint64_t{3}}) {
+      const size_t palette = bits == 1 ? 8 : 1024;
+      EXPECT_EQ(save(Bytes(30, 0), 10, height, 0, bits).bytes.size(), 54 + palette) << bits;
+    }
+    EXPECT_EQ(littleEndian(save(Bytes(30, 0), 10, 3, 0, bits).bytes, 34, 4), 0U);
+  }
+}
+
 TEST_F(DebugBmpTest, NameHasTheLocalTimeWithoutZeroPadding) {
   // 2025-01-05 03:04:09 in UTC.
   printer_.setClock([] { return std::time_t{1736046249}; });

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -223,6 +224,37 @@ TEST_F(PrinterOutputTest, FailingStreamDoesNotKeepTheOthersFromTheirBytes) {
   EXPECT_NE(std::ferror(readOnly), 0);
   EXPECT_EQ(out_.text(), "text");
   std::fclose(readOnly);
+}
+
+TEST_F(PrinterOutputTest, NothingFollowsLostBytesByAnyPrimitive) {
+  // Full after three bytes. Room that comes back later must not be used.
+  std::array<char, 16> room = {};
+  std::FILE* torn = fmemopen(room.data(), 3, "wb");
+  ASSERT_NE(torn, nullptr);
+  std::setvbuf(torn, nullptr, _IONBF, 0);
+  std::fputs("abcd", torn);
+  ASSERT_NE(std::ferror(torn), 0);
+  std::rewind(torn);  // room again, and no error
+  std::fputs("ABCD", torn);
+  ASSERT_NE(std::ferror(torn), 0);
+  ASSERT_EQ(std::fseek(torn, 0, SEEK_SET), 0);
+  ASSERT_NE(std::ferror(torn), 0);
+  room.fill('.');
+
+  printer_.getOutputStreams() = {torn, out_.get()};
+  printer_.printStr("S");
+  EXPECT_EQ(room[0], '.');
+  printer_.printByte('B');
+  EXPECT_EQ(room[0], '.');
+  EXPECT_EQ(printer_.printFormat("%d", 12), 2);
+  EXPECT_EQ(room[0], '.');
+  printer_.printBytes(hex("3F").data(), 1);
+  EXPECT_EQ(room[0], '.');
+  EXPECT_EQ(out_.text(), "SB12?") << "the others get everything";
+
+  printer_.getOutputStreams() = {out_.get(), torn};
+  EXPECT_EQ(printer_.printFormat("%d", 345), 3) << "of the last stream that was written to";
+  std::fclose(torn);
 }
 
 TEST_F(PrinterOutputTest, StreamsStayOpenWhenThePrinterIsGone) {

@@ -2,12 +2,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "image/halftone_rows.h"
+#include "tattoo/stencil_rows.h"
 #include "tests/model/page_patterns.h"
 #include "tests/model/pages.h"
 #include "tests/support/failing_allocations.h"
@@ -193,6 +196,70 @@ TEST_F(PagePipelineTest, PaddingColumnsArePackedAsNoDot) {
   print(Bytes(9 * 2, 255), 9, 2, 9);
   // 9 pixels make rows of 12 bytes: two packed bytes, the last three bits blank.
   EXPECT_TRUE(sameBytes(hex("1D 76 30 00 02 00 02 00 FF 80 FF 80"), out_.bytes()));
+}
+
+// Hands rows on with ink behind their end: a kernel may leave anything there.
+template <typename Sink>
+Sink inkBehindRows(uint32_t width, const Sink& sink) {
+  return [width, &sink](uint32_t y, const uint8_t* row) {
+    Bytes longer(size_t{width} + 64, 0xFF);
+    std::copy_n(row, width, longer.begin());
+    sink(y, longer.data());
+  };
+}
+
+// Lets the product run on kernels that do so until the end of the scope. The lists
+// are handed out as constant, but their elements live on the heap and may be
+// overwritten; the product uses the last one of each.
+class InkBehindRows {
+ public:
+  InkBehindRows()
+      : halftone_(const_cast<HalftoneVariant&>(halftoneVariants().back())),
+        stencil_(const_cast<StencilVariant&>(stencilVariants().back())) {
+    plainHalftone_ = halftoneVariants().front().run;
+    plainStencil_ = stencilVariants().front().run;
+    halftone_.run = [](long method, uint32_t width, uint32_t height, const auto& source,
+                       const auto& sink) {
+      const auto inked = inkBehindRows(width, sink);
+      plainHalftone_(method, width, height, source, inked);
+    };
+    stencil_.run = [](int32_t threshold, uint32_t width, uint32_t height, const auto& source,
+                      const auto& sink) {
+      const auto inked = inkBehindRows(width, sink);
+      plainStencil_(threshold, width, height, source, inked);
+    };
+  }
+  ~InkBehindRows() {
+    halftone_.run = halftoneRun_;
+    stencil_.run = stencilRun_;
+  }
+  InkBehindRows(const InkBehindRows&) = delete;
+  InkBehindRows& operator=(const InkBehindRows&) = delete;
+
+ private:
+  static inline HalftoneRows plainHalftone_ = nullptr;
+  static inline StencilRows plainStencil_ = nullptr;
+  HalftoneVariant& halftone_;
+  StencilVariant& stencil_;
+  HalftoneRows halftoneRun_ = halftone_.run;
+  StencilRows stencilRun_ = stencil_.run;
+};
+
+TEST_F(PagePipelineTest, WhatAKernelLeavesBehindARowIsNeitherPackedNorSaved) {
+  const InkBehindRows ink;
+  for (int type = 0; type < 10; ++type) {
+    for (const int width : {41, 42, 43, 44, 49}) {
+      for (const uint64_t skip : {0U, 1U, 2U, 9U}) {
+        SCOPED_TRACE(std::to_string(type) + ", width " + std::to_string(width) + ", skip " +
+                     std::to_string(skip));
+        model::PrinterSettings settings;
+        settings.halftoneType = type;
+        settings.skipRightPixels = skip;
+        const auto columns = static_cast<uint64_t>(width);
+        expectAsModel(settings, model::noisePage(width, 9, 3).pixels, columns, 9, columns);
+      }
+    }
+  }
 }
 
 TEST_F(PagePipelineTest, FailedPageIsReportedAndNeverPrintsTheOneBefore) {
