@@ -141,7 +141,7 @@ class TestPageTest(DravCase):
         self.assertFalse((self.folder / "a.pdf").exists())
 
     def test_names_and_bad_input(self):
-        for out, word in ((self.out / "a.png", "a test page is a PDF or CUPS raster"),
+        for out, word in ((self.out / "a.png", "the name of a test page ends in .pdf"),
                           (self.out / "a", "a test page is a PDF"),
                           (self.out / "no" / "a.pdf", "No such file")):
             self.assert_failed(self.run_drav("test-page", out), word)
