@@ -6,15 +6,12 @@
 #define IMAGE_HALFTONE_ROWS_H_
 
 #include <cstdint>
-#include <functional>
 #include <span>
 
-// Fills `row`, `width` bytes, with the grey levels of row y.
-using RowSource = std::function<void(uint32_t y, uint8_t* row)>;
-// Takes row y: `width` bytes, 0 for black and 1 for white.
-using RowSink = std::function<void(uint32_t y, const uint8_t* row)>;
+#include "simd/rows.h"
 
-// Halftones width x height pixels by a method number of PaletteImage::Dither.
+// Halftones width x height pixels by a method number of PaletteImage::Dither. The
+// sink's rows are 0 for black and 1 for white.
 // Throws std::bad_alloc for its row buffers, and what the callbacks throw.
 using HalftoneRows = void (*)(long method, uint32_t width, uint32_t height, const RowSource& source,
                               const RowSink& sink);

@@ -3,23 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 
 #include "image/palette_image.h"
 #include "image/row_ops.h"
-
-namespace {
-
-// Truncates toward zero; what does not fit 32 bits, not-a-number included, is
-// the smallest integer on every processor.
-int32_t truncateToInt32(float value) {
-  if (!(value >= -2147483648.0F && value < 2147483648.0F)) {
-    return std::numeric_limits<int32_t>::min();
-  }
-  return static_cast<int32_t>(value);
-}
-
-}  // namespace
+#include "simd/conversion.h"
 
 std::array<uint8_t, 256> PaletteImage::lightTable(int brightness, int contrast) {
   const float scale = static_cast<float>(int64_t{contrast} + 100) / 100.0F;

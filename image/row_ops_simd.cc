@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "image/row_ops_simd.cc"
-#include "image/vector_targets.h"
+#include "simd/targets.h"
 // clang-format off: the target list comes before the vector library
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "image/row_ops_simd.h"
+#include "simd/variants.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace drav_vector {
@@ -146,43 +147,9 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 void appendVectorRowOps(std::vector<RowOpsVariant>& variants) {
-#if defined(DRAV_ALL_VECTORS) && (HWY_TARGETS & HWY_EMU128)
-  variants.push_back({"emu128", drav_vector::N_EMU128::pack, drav_vector::N_EMU128::replace,
-                      drav_vector::N_EMU128::reverse});
-#endif
-#if HWY_TARGETS & HWY_SSSE3
-  if (drav_vector::hasSsse3()) {
-    variants.push_back({"ssse3", drav_vector::N_SSSE3::pack, drav_vector::N_SSSE3::replace,
-                        drav_vector::N_SSSE3::reverse});
-  }
-#endif
-#if HWY_TARGETS & HWY_SSE4
-  if (drav_vector::hasSse4()) {
-    variants.push_back({"sse4", drav_vector::N_SSE4::pack, drav_vector::N_SSE4::replace,
-                        drav_vector::N_SSE4::reverse});
-  }
-#endif
-#if HWY_TARGETS & HWY_AVX2
-  if (drav_vector::hasAvx2()) {
-    variants.push_back({"avx2", drav_vector::N_AVX2::pack, drav_vector::N_AVX2::replace,
-                        drav_vector::N_AVX2::reverse});
-  }
-#endif
-#if HWY_TARGETS & HWY_AVX3
-  if (drav_vector::hasAvx512()) {
-    variants.push_back({"avx512", drav_vector::N_AVX3::pack, drav_vector::N_AVX3::replace,
-                        drav_vector::N_AVX3::reverse});
-  }
-#endif
-#if HWY_TARGETS & HWY_AVX3_DL
-  if (drav_vector::hasAvx512Dl()) {
-    variants.push_back({"avx512dl", drav_vector::N_AVX3_DL::pack, drav_vector::N_AVX3_DL::replace,
-                        drav_vector::N_AVX3_DL::reverse});
-  }
-#endif
-#if HWY_TARGETS & HWY_NEON
-  variants.push_back({"neon", drav_vector::N_NEON::pack, drav_vector::N_NEON::replace,
-                      drav_vector::N_NEON::reverse});
-#endif
+#define ADD_ROW_OPS(name, space) \
+  variants.push_back(            \
+      {name, drav_vector::space::pack, drav_vector::space::replace, drav_vector::space::reverse})
+  SIMD_VARIANTS(ADD_ROW_OPS)
 }
 #endif  // HWY_ONCE

@@ -10,18 +10,13 @@
 #include <cstdint>
 #include <limits>
 
+#include "simd/conversion.h"
+
 static_assert(FLT_EVAL_METHOD == 0, "single precision must be evaluated as such");
 static_assert(std::numeric_limits<float>::is_iec559 && std::numeric_limits<double>::is_iec559);
 
 // -x for x < 0, else x: not-a-number and -0.0 come back as they are.
 inline float myabs(float x) { return x < 0.0F ? -x : x; }
-
-// Converts toward zero. What does not fit 32 bits, not-a-number included, is
-// -2147483648 on every processor.
-inline int32_t truncateToInt32(float x) {
-  if (!(x >= -2147483648.0F && x < 2147483648.0F)) return std::numeric_limits<int32_t>::min();
-  return static_cast<int32_t>(x);
-}
 
 // Rounds half away from zero by adding 0.5 in single precision, so the float
 // below 0.5 rounds to 1. Range as truncateToInt32.

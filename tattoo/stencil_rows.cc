@@ -9,8 +9,8 @@
 
 namespace {
 
-void stencilPlain(int32_t threshold, uint32_t width, uint32_t height, const GreyRowSource& source,
-                  const StencilRowSink& sink) {
+void stencilPlain(int32_t threshold, uint32_t width, uint32_t height, const RowSource& source,
+                  const RowSink& sink) {
   QZImage grey(static_cast<int32_t>(width), static_cast<int32_t>(height), QZ_IMG_GRAY);
   for (uint32_t y = 0; y < height; ++y) source(y, grey.data + size_t{y} * width);
   const QZImage sharpened = enh_unsharp_mask(grey, kStencilUnsharpPercent, kStencilUnsharpTaps);
@@ -29,7 +29,7 @@ std::span<const StencilVariant> stencilVariants() {
   return variants;
 }
 
-void stencilRows(int32_t threshold, uint32_t width, uint32_t height, const GreyRowSource& source,
-                 const StencilRowSink& sink) {
+void stencilRows(int32_t threshold, uint32_t width, uint32_t height, const RowSource& source,
+                 const RowSink& sink) {
   stencilVariants().back().run(threshold, width, height, source, sink);
 }

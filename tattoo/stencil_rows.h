@@ -5,18 +5,15 @@
 #define TATTOO_STENCIL_ROWS_H_
 
 #include <cstdint>
-#include <functional>
 #include <span>
 
-// Fills `row`, `width` bytes, with the levels of row y, the tone curve applied.
-using GreyRowSource = std::function<void(uint32_t y, uint8_t* row)>;
-// Takes row y: `width` bytes, 0 for black and 255 for white.
-using StencilRowSink = std::function<void(uint32_t y, const uint8_t* row)>;
+#include "simd/rows.h"
 
-// Asks for the grey rows and hands out the stencil's rows, each from the first to
-// the last. `threshold` is -1 to 255. Throws std::bad_alloc, and what the callbacks throw.
+// Asks for the grey rows, the tone curve applied, and hands out the stencil's rows, 0
+// for black and 255 for white. `threshold` is -1 to 255. Throws std::bad_alloc, and
+// what the callbacks throw.
 using StencilRows = void (*)(int32_t threshold, uint32_t width, uint32_t height,
-                             const GreyRowSource& source, const StencilRowSink& sink);
+                             const RowSource& source, const RowSink& sink);
 
 // One implementation. All give the same bytes for every input.
 struct StencilVariant {
@@ -30,8 +27,8 @@ struct StencilVariant {
 std::span<const StencilVariant> stencilVariants();
 
 // The fastest variant.
-void stencilRows(int32_t threshold, uint32_t width, uint32_t height, const GreyRowSource& source,
-                 const StencilRowSink& sink);
+void stencilRows(int32_t threshold, uint32_t width, uint32_t height, const RowSource& source,
+                 const RowSink& sink);
 
 // The unsharp mask of the stencils.
 inline constexpr float kStencilUnsharpPercent = 300.0F;

@@ -4,7 +4,8 @@
 //
 // A wavefront: each lane holds one row and lags the row above by kLag columns. Every
 // product and sum is the plain one, single precision, in the plain order; nothing is
-// fused.
+// fused. The steps go in runs; a run of blank paper on which the errors have come to
+// rest is not computed at all.
 #if defined(TATTOO_STENCIL_WAVEFRONT_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef TATTOO_STENCIL_WAVEFRONT_INL_H_
 #undef TATTOO_STENCIL_WAVEFRONT_INL_H_
@@ -17,30 +18,32 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <limits>
 #include <vector>
 
+#include "simd/rows.h"
+#include "simd/transpose-inl.h"
 #include "tattoo/error_diffusion_taps.h"
 #include "tattoo/sharpened_rows-inl.h"
-#include "tattoo/stencil_rows.h"
-#include "tattoo/transpose-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace drav_stencil {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
+namespace simd = drav_simd::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
 using Floats = hn::ScalableTag<float>;
 using FloatInts = hn::Rebind<int32_t, Floats>;
 using FloatBytes = hn::Rebind<uint8_t, Floats>;
+using FloatShorts = hn::Repartition<int16_t, Floats>;
 
 // Rows side by side: a byte tile's, whatever the vectors' size.
-constexpr size_t kLanes = kTile;
+constexpr size_t kLanes = simd::kTile;
 static_assert(kLanes <= SharpenedRows::kRows);
-// What a row needs of the one above was computed three steps before or earlier.
-constexpr size_t kLag = 5;
+// The least lag with which what a row needs of the one above is ready before the step
+// that needs it: with 3 the newest error above would come from the step just before.
+constexpr size_t kLag = 4;
 
 // Tells whether arithmetic has met denormal numbers since it was last asked, from
 // the sticky flags of the SSE unit. A hint that costs nothing per step: results do
@@ -50,13 +53,11 @@ struct DustTrap {
   static constexpr unsigned kFlags = 0x0002U | 0x0010U;  // denormal operand, underflow
   static bool sprung() {
     const bool sprung = (_mm_getcsr() & kFlags) != 0;
-    if (sprung) forget();
+    if (sprung) _mm_setcsr(_mm_getcsr() & ~kFlags);
     return sprung;
   }
-  static void forget() { _mm_setcsr(_mm_getcsr() & ~kFlags); }
 #else
   static bool sprung() { return false; }
-  static void forget() {}
 #endif
 };
 
@@ -66,61 +67,57 @@ class StencilWavefront {
       : threshold_(static_cast<float>(threshold)),
         width_(width),
         height_(height),
-        steps_(width + kLag * (kLanes - 1)),
-        margin_(kLag * kLanes + 64),
-        rowBytes_(margin_ + width + margin_),
+        runs_((width + kDelay + kRun - 1) / kRun),
+        rowBytes_(kMargin + width + kMargin),
         rows_(rowBytes_ * kLanes),
-        columns_((steps_ + 2 * kTile) * kLanes),
-        errors_{std::vector<float>(planeFloats()), std::vector<float>(planeFloats())},
-        spreads_{std::vector<float>(planeFloats()), std::vector<float>(planeFloats())} {}
+        errors_(kFront + width + kMargin),
+        reliefs_(kFront + width + kMargin),
+        dusty_(runs_ + 1) {}
 
-  void run(SharpenedRows& sharpened, const StencilRowSink& sink) {
+  void run(SharpenedRows& sharpened, const RowSink& sink) {
     for (size_t y = 0; y < height_; y += kLanes) {
       const size_t count = std::min(kLanes, height_ - y);
       uint8_t* rows[kLanes];
       for (size_t i = 0; i < count; ++i) rows[i] = rowOf(i);
       sharpened.next(rows, count);
-      toColumns();
-      clearLanesBeforeStart();
       markInnerRows(y);
-      diffuseBlock();
-      toRows();
+      diffuseBlock(sharpened, y == 0 || y + kLanes >= height_);
       for (size_t i = 0; i < count; ++i) sink(static_cast<uint32_t>(y + i), rowOf(i));
-      std::swap(errors_[0], errors_[1]);
-      std::swap(spreads_[0], spreads_[1]);
     }
   }
 
  private:
   using V = hn::Vec<Floats>;
-  static constexpr size_t kRecord = kLanes + 1;        // a slot for the row above, then the lanes
-  static constexpr size_t kFront = kLag * kLanes + 8;  // records before step 0
+  using Dots = hn::Vec<FloatInts>;
+  static constexpr size_t kWidth = HWY_LANES(float);
+  static constexpr size_t kVectors = kLanes / kWidth;
+  static constexpr size_t kRun = 2 * simd::kTile;        // steps of a run
+  static constexpr size_t kDelay = kLag * (kLanes - 1);  // steps that the last lane lags
+  static constexpr size_t kBack = kLag + 2;              // records kept of the run before
+  static constexpr size_t kFront = kDelay + 4;           // columns before a row
+  // A run reaches this far behind a row, and with a vector of the sharpened row.
+  static constexpr size_t kMargin = kDelay + 2 * kRun;
 
-  size_t planeFloats() const { return (kFront + steps_ + 8) * kRecord + kLanes; }
-  uint8_t* rowOf(size_t lane) { return rows_.data() + lane * rowBytes_ + margin_; }
+  // What a lane keeps of its own row.
+  struct History {
+    // Written out: a generated constructor would lack the target's attribute.
+    History()
+        : last(hn::Zero(Floats())), beforeLast(hn::Zero(Floats())), relief(hn::Zero(Floats())) {}
+    V last;  // errors
+    V beforeLast;
+    V relief;  // kRelief where the last pixel was black, else 0
+  };
+  using Histories = std::array<History, kVectors>;
 
-  void toColumns() {
-    for (size_t s = 0; s < steps_; s += kTile) {
-      transposeTile(rowOf(0) + s, rowBytes_ - kLag, columns_.data() + s * kLanes, kLanes);
-    }
-  }
-  void toRows() {
-    for (size_t s = 0; s < steps_; s += kTile) {
-      transposeTile(columns_.data() + s * kLanes, kLanes, rowOf(0) + s, rowBytes_ - kLag);
-    }
-  }
+  // What the lanes need of the rows above them, a record a step: each lane's error and
+  // kRelief where its pixel was black, moved up by one lane. The first lane gets what the
+  // lowest row of the block above left, kLag columns ahead.
+  struct Records {
+    alignas(64) float error[(kBack + kRun) * kLanes];
+    alignas(64) float relief[(kBack + kRun) * kLanes];
+  };
 
-  static float* recordOf(std::vector<float>& plane, ptrdiff_t step) {
-    return plane.data() + kLanes +
-           (static_cast<ptrdiff_t>(kFront) + step) * static_cast<ptrdiff_t>(kRecord);
-  }
-
-  void clearLanesBeforeStart() {
-    for (ptrdiff_t r = 1; r <= static_cast<ptrdiff_t>(kLag); ++r) {
-      std::memset(recordOf(errors_[0], -r) + 1, 0, kLanes * sizeof(float));
-      std::memset(recordOf(spreads_[0], -r) + 1, 0, kLanes * sizeof(float));
-    }
-  }
+  uint8_t* rowOf(size_t lane) { return rows_.data() + lane * rowBytes_ + kMargin; }
 
   static float maskFloat(bool set) {
     const uint32_t bits = set ? 0xFFFFFFFFU : 0U;
@@ -135,34 +132,21 @@ class StencilWavefront {
     }
   }
 
-  // The errors of the last two steps of a vector's lanes, and whether the last
-  // one was black.
-  struct History {
-    // Written out: a generated constructor would lack the target's attribute.
-    History()
-        : last(hn::Zero(Floats())), beforeLast(hn::Zero(Floats())), spread(hn::Zero(Floats())) {}
-    V last;
-    V beforeLast;
-    V spread;              // kDotSpread where the last pixel was black
-    bool settled = false;  // see isSettled
-  };
-
-  // What a step reads and writes for one vector of lanes.
-  struct Place {
-    size_t step;
-    size_t lane;             // first lane
-    const float* above;      // errors of the lanes above, this step's record
-    const float* aboveDots;  // their spreads
-    uint8_t* pixels;         // levels in, dots out
-    float* error;
-    float* spread;
-  };
-
-  // Error of the lanes above at the column dx to the left of this step's.
-  HWY_INLINE static V errorAbove(const Place& at, ptrdiff_t dx) {
-    return hn::LoadU(
-        Floats(), at.above - (dx + static_cast<ptrdiff_t>(kLag)) * static_cast<ptrdiff_t>(kRecord));
+  // `v` moved up by a lane, behind the last lane of `before`.
+  HWY_INLINE static V movedUp(V v, V before) {
+    const Floats d;
+    if constexpr (kWidth == 4) {
+      return hn::CombineShiftRightBytes<12>(d, v, before);
+    } else if constexpr (kWidth == 8) {
+      return hn::CombineShiftRightBytes<12>(d, v, hn::ConcatLowerUpper(d, v, before));
+    } else {  // not shipped: the simplest way
+      alignas(64) float lanes[2 * kWidth];
+      hn::Store(before, d, lanes);
+      hn::Store(v, d, lanes + kWidth);
+      return hn::LoadU(d, lanes + kWidth - 1);
+    }
   }
+  HWY_INLINE static float lastLane(V v) { return hn::GetLane(hn::Reverse(Floats(), v)); }
 
   // What the six sources hand on: shares from the row above, sources from left to
   // right, then from this row.
@@ -176,254 +160,244 @@ class StencilWavefront {
     return hn::Add(share(sources[5], kStencilTaps[0].weight), carried);
   }
 
-  template <bool kMasked, bool kCareful>
-  HWY_INLINE void diffuseStep(const Place& at, History& history, size_t& dustSteps) const {
+  // On blank paper the errors of distant ink fade into denormal numbers and never
+  // out of them (half of the smallest rounds to itself), and processors that trap to
+  // microcode for products of those would spend most of a page's time there. The
+  // product of two singles has 48 bits at most and an exponent far within double's:
+  // it is exact in double, and the one rounding to single is the one that the single
+  // product does, denormal results included. Conversions do not trap.
+  HWY_INLINE static V fadedShare(V source, float weight) {
     const Floats d;
-    if (kCareful && !kMasked && history.settled && staysSettled(at)) {
-      hn::StoreU(history.last, d, at.error);
-      hn::StoreU(history.spread, d, at.spread);
-      ++dustSteps;
-      return;
-    }
-    const V sources[6] = {errorAbove(at, 1),  errorAbove(at, 0),  errorAbove(at, -1),
-                          errorAbove(at, -2), history.beforeLast, history.last};
+    const hn::Repartition<double, Floats> dd;
+    const hn::Rebind<float, decltype(dd)> half;
+    const auto factor = hn::Set(dd, static_cast<double>(weight));
+    const auto lower = hn::Mul(hn::PromoteTo(dd, hn::LowerHalf(half, source)), factor);
+    const auto upper = hn::Mul(hn::PromoteTo(dd, hn::UpperHalf(half, source)), factor);
+    return hn::Combine(d, hn::DemoteTo(half, upper), hn::DemoteTo(half, lower));
+  }
+
+  // A white pixel is charged (1 - spread) * -255, with a spread of kDotSpread for each
+  // black pixel to the left and above. Each of them takes the same off, to the last bit.
+  static constexpr float kCharge = -255.0F;
+  static constexpr float kRelief = (1.0F - kDotSpread) * -255.0F - kCharge;
+  static_assert(kCharge + kRelief == (1.0F - kDotSpread) * -255.0F);
+  static_assert(kCharge + kRelief + kRelief == (1.0F - (kDotSpread + kDotSpread)) * -255.0F);
+
+  // A step of one vector of lanes. Returns its dots: all bits set where white.
+  template <bool kEdge, bool kFaded>
+  HWY_INLINE Dots diffuseStep(V threshold, size_t step, size_t lane, const float* error,
+                              const float* relief, const uint8_t* pixels, History& history) const {
+    const Floats d;
+    constexpr auto kDistance = static_cast<ptrdiff_t>(kLag);
+    constexpr auto kRecord = static_cast<ptrdiff_t>(kLanes);
+    const V sources[6] = {hn::Load(d, error - (kDistance + 1) * kRecord),
+                          hn::Load(d, error - kDistance * kRecord),
+                          hn::Load(d, error - (kDistance - 1) * kRecord),
+                          hn::Load(d, error - (kDistance - 2) * kRecord),
+                          history.beforeLast,
+                          history.last};
     V carried;
-    if (kCareful && holdsDust(sources)) {
-      ++dustSteps;
-      if (isBlank(at.pixels) && diffuseDust<kMasked>(at, sources, history)) return;
-      carried = carriedBy(sources, mixedShare);
-      history.settled = false;
+    if constexpr (kFaded) {
+      carried = carriedBy(sources, fadedShare);
     } else {
-      history.settled = false;
       carried = carriedBy(sources, [&](V source, float weight)
                                        HWY_ATTR { return hn::Mul(source, hn::Set(d, weight)); });
     }
     const auto level =
-        hn::ConvertTo(d, hn::PromoteTo(FloatInts(), hn::LoadU(FloatBytes(), at.pixels)));
+        hn::ConvertTo(d, hn::PromoteTo(FloatInts(), hn::LoadU(FloatBytes(), pixels)));
     const V value = hn::Add(carried, level);
-    const auto white = hn::Gt(value, hn::Set(d, threshold_));
+    const auto white = hn::Gt(value, threshold);
 
-    const V spreadAbove =
-        hn::LoadU(d, at.aboveDots - static_cast<ptrdiff_t>(kLag) * static_cast<ptrdiff_t>(kRecord));
-    V spread = hn::Add(history.spread, spreadAbove);
-    spread = hn::And(spread, hn::LoadU(d, innerRow_ + at.lane));
-    if constexpr (kMasked) spread = hn::And(spread, maskOf(at, 1));
-    const V charge = hn::Mul(hn::Sub(hn::Set(d, 1.0F), spread), hn::Set(d, -255.0F));
-    V error = hn::IfThenElse(white, hn::Add(charge, value), value);
-    if constexpr (kMasked) error = hn::And(error, maskOf(at, 0));
+    V reliefAbove = hn::Load(d, relief - kDistance * kRecord);
+    V reliefLeft = history.relief;
+    if constexpr (kEdge) {
+      const V inner = hn::And(hn::LoadU(d, innerRow_ + lane), maskOf(step, lane, 1));
+      reliefAbove = hn::And(reliefAbove, inner);
+      reliefLeft = hn::And(reliefLeft, inner);
+    }
+    // What the pixel to the left was is known last.
+    const V charge = hn::Add(hn::Add(reliefAbove, hn::Set(d, kCharge)), reliefLeft);
+    V left = hn::IfThenElse(white, hn::Add(charge, value), value);
+    if constexpr (kEdge) left = hn::And(left, maskOf(step, lane, 0));
 
     history.beforeLast = history.last;
-    history.last = error;
-    history.spread = hn::IfThenZeroElse(white, hn::Set(d, kDotSpread));
-    hn::StoreU(error, d, at.error);
-    hn::StoreU(history.spread, d, at.spread);
-    const auto dots =
-        hn::And(hn::BitCast(FloatInts(), hn::VecFromMask(d, white)), hn::Set(FloatInts(), 255));
-    hn::StoreU(hn::DemoteTo(FloatBytes(), dots), FloatBytes(), at.pixels);
-  }
-
-  HWY_INLINE static bool isBlank(const uint8_t* pixels) {
-    uint64_t levels[(HWY_LANES(float) + 7) / 8] = {};
-    std::memcpy(levels, pixels, hn::Lanes(Floats()));
-    return std::all_of(std::begin(levels), std::end(levels),
-                       [](uint64_t eight) { return eight == 0; });
-  }
-
-  // ---- Dust
-  // On blank paper the errors of distant ink fade into denormal numbers and never
-  // out of them (half of the smallest rounds to itself), and processors that trap
-  // to microcode for products of those would spend most of a page's time there. A
-  // denormal is a whole number of 2^-149: its share is the product in double,
-  // rounded to the nearest whole number, ties to even, which is what single
-  // precision gives. Numbers below kDustEnd, 2^-125, are written as their count of
-  // 2^-149 too, and so is any share of them.
-  static constexpr int32_t kDustEnd = 0x01000000;
-
-  HWY_INLINE static hn::Vec<FloatInts> magnitudeOf(V number) {
-    const FloatInts di;
-    return hn::And(hn::BitCast(di, number), hn::Set(di, 0x7FFFFFFF));
-  }
-
-  // True when a lane of a source is below kDustEnd but not 0.
-  HWY_INLINE static bool holdsDust(const V* sources) {
-    const FloatInts di;
-    auto smallest = hn::Set(di, 0x7FFFFFFF);  // of the magnitudes less 1; 0 becomes large
-    for (size_t i = 0; i < 6; ++i) {
-      const auto lessOne = hn::Sub(magnitudeOf(sources[i]), hn::Set(di, 1));
-      smallest = hn::Min(smallest, hn::And(lessOne, hn::Set(di, 0x7FFFFFFF)));
-    }
-    return !hn::AllFalse(di, hn::Lt(smallest, hn::Set(di, kDustEnd - 1)));
-  }
-
-  // Shares of sources below kDustEnd, in units of 2^-149.
-  HWY_INLINE static hn::Vec<FloatInts> dustShare(V source, float weight) {
-    const FloatInts di;
-    const hn::Repartition<double, FloatInts> dd;
-    const hn::Rebind<int32_t, decltype(dd)> dh;
-    const auto roundToWhole = hn::Set(dd, 6755399441055744.0);  // 1.5 * 2^52
-    const auto factor = hn::Set(dd, static_cast<double>(weight));
-    const auto sign = hn::ShiftRight<31>(hn::BitCast(di, source));
-    const auto units = hn::Sub(hn::Xor(magnitudeOf(source), sign), sign);
-    const auto share = [&](hn::Vec<decltype(dh)> half) HWY_ATTR {
-      const auto product = hn::Mul(hn::PromoteTo(dd, half), factor);
-      return hn::DemoteTo(dh, hn::Sub(hn::Add(product, roundToWhole), roundToWhole));
-    };
-    return hn::Combine(di, share(hn::UpperHalf(dh, units)), share(hn::LowerHalf(dh, units)));
-  }
-
-  HWY_INLINE static V fromUnits(hn::Vec<FloatInts> units) {
-    const FloatInts di;
-    const auto sign = hn::And(units, hn::Set(di, std::numeric_limits<int32_t>::min()));
-    return hn::BitCast(Floats(), hn::Or(sign, hn::Abs(units)));
-  }
-
-  // The share of a source of any size, without a trap for those below kDustEnd.
-  HWY_INLINE static V mixedShare(V source, float weight) {
-    const Floats d;
-    const FloatInts di;
-    const auto dust = hn::RebindMask(d, hn::Lt(magnitudeOf(source), hn::Set(di, kDustEnd)));
-    const V whole = hn::Mul(hn::IfThenZeroElse(dust, source), hn::Set(d, weight));
-    const V fine = fromUnits(dustShare(hn::IfThenElseZero(dust, source), weight));
-    return hn::IfThenElse(dust, fine, whole);
-  }
-
-  // Dust soon settles: each row goes on with one and the same error. Then the next
-  // step has the same sources, and the same result, unless the row above brings
-  // another error or the paper ends.
-  HWY_INLINE static bool isSettled(const V* sources, V error) {
-    const FloatInts di;
-    const auto differs = [&](V a, V b)
-                             HWY_ATTR { return hn::Xor(hn::BitCast(di, a), hn::BitCast(di, b)); };
-    auto bits = hn::Or(differs(sources[0], sources[1]), differs(sources[1], sources[2]));
-    bits = hn::Or(bits, differs(sources[2], sources[3]));
-    bits = hn::Or(bits, differs(sources[4], sources[5]));
-    bits = hn::Or(bits, differs(sources[5], error));
-    return hn::AllTrue(di, hn::Eq(bits, hn::Zero(di)));
-  }
-
-  // The sources move on by a column: only the rightmost one above is new.
-  HWY_INLINE static bool staysSettled(const Place& at) {
-    const FloatInts di;
-    return isBlank(at.pixels) && hn::AllTrue(di, hn::Eq(hn::BitCast(di, errorAbove(at, -2)),
-                                                        hn::BitCast(di, errorAbove(at, -1))));
-  }
-
-  // A step of a blank vector whose sources are all dust or 0. False, with nothing
-  // done, when they are not, or when a pixel would not stay black.
-  template <bool kMasked>
-  HWY_INLINE bool diffuseDust(const Place& at, const V* sources, History& history) const {
-    const Floats d;
-    const FloatInts di;
-    auto bits = hn::Zero(di);
-    for (size_t i = 0; i < 6; ++i) bits = hn::Or(bits, magnitudeOf(sources[i]));
-    if (!hn::AllTrue(di, hn::Lt(bits, hn::Set(di, kDustEnd / 2)))) return false;
-    constexpr size_t kOrder[6] = {5, 4, 3, 2, 1, 0};
-    auto dust = hn::Zero(di);
-    for (size_t i = 0; i < 6; ++i) {
-      dust = hn::Add(dust, dustShare(sources[i], kStencilTaps[kOrder[i]].weight));
-    }
-    // Sums of what has grown out of the denormals are not exact.
-    if (!hn::AllTrue(di, hn::Lt(hn::Abs(dust), hn::Set(di, kDustEnd / 2)))) return false;
-    if (threshold_ < 0.0F) return false;
-    if (threshold_ == 0.0F && !hn::AllTrue(di, hn::Lt(dust, hn::Set(di, 1)))) return false;
-    V error = fromUnits(dust);
-    if constexpr (kMasked) error = hn::And(error, maskOf(at, 0));
-    history.settled = !kMasked && isSettled(sources, error);
-    history.beforeLast = history.last;
-    history.last = error;
-    history.spread = hn::Set(d, kDotSpread);
-    hn::StoreU(error, d, at.error);
-    hn::StoreU(history.spread, d, at.spread);
-    return true;  // the pixels are 0 already, which is black
+    history.last = left;
+    history.relief = hn::IfThenZeroElse(white, hn::Set(d, kRelief));
+    return hn::BitCast(FloatInts(), hn::VecFromMask(d, white));
   }
 
   // Lanes inside their row, or inside without its first and last column.
-  HWY_INLINE V maskOf(const Place& at, size_t border) const {
+  HWY_INLINE V maskOf(size_t step, size_t lane, size_t border) const {
     const FloatInts d;
-    const auto x =
-        hn::Sub(hn::Set(d, static_cast<int32_t>(at.step)),
-                hn::Mul(hn::Add(hn::Iota(d, 0), hn::Set(d, static_cast<int32_t>(at.lane))),
-                        hn::Set(d, static_cast<int32_t>(kLag))));
+    const auto x = hn::Sub(hn::Set(d, static_cast<int32_t>(step)),
+                           hn::Mul(hn::Add(hn::Iota(d, 0), hn::Set(d, static_cast<int32_t>(lane))),
+                                   hn::Set(d, static_cast<int32_t>(kLag))));
     const auto first = hn::Set(d, static_cast<int32_t>(border) - 1);
     const auto end = hn::Set(d, static_cast<int32_t>(width_) - static_cast<int32_t>(border));
     return hn::BitCast(Floats(), hn::VecFromMask(d, hn::And(hn::Gt(x, first), hn::Lt(x, end))));
   }
 
-  static constexpr size_t kVectors = kLanes / HWY_LANES(float);
-  using Histories = std::array<History, kVectors>;
+  // The dots of a step as bytes: 255 where white.
+  HWY_INLINE static void storeDots(const Dots* white, uint8_t* pixels) {
+    auto* out = reinterpret_cast<int8_t*>(pixels);
+    if constexpr (kVectors == 1) {
+      const hn::Rebind<int8_t, FloatInts> d8;
+      hn::StoreU(hn::DemoteTo(d8, white[0]), d8, out);
+      return;
+    }
+    const FloatShorts d16;
+    const hn::Rebind<int8_t, FloatShorts> d8;
+    for (size_t v = 0; v + 1 < kVectors; v += 2) {
+      auto dots = hn::DemoteTo(d8, hn::ReorderDemote2To(d16, white[v], white[v + 1]));
+      if constexpr (kWidth == 8) {  // the blocks of 4 lanes had changed places
+        alignas(16) static constexpr int8_t kInOrder[16] = {0, 1, 2, 3, 8,  9,  10, 11,
+                                                            4, 5, 6, 7, 12, 13, 14, 15};
+        dots = hn::TableLookupBytes(dots, hn::Load(d8, kInOrder));
+      }
+      hn::StoreU(dots, d8, out + v * kWidth);
+    }
+  }
 
-  // Returns the number of steps of a vector that had dust to care for.
-  template <bool kMasked, bool kCareful>
-  size_t diffuseSteps(size_t from, size_t to, Histories& kept) {
-    size_t dustSteps = 0;
-    constexpr size_t kWidth = HWY_LANES(float);
+  template <bool kEdge, bool kFaded>
+  HWY_NOINLINE void diffuseRun(size_t from, uint8_t* pixels, Histories& kept, Records& records) {
+    const Floats d;
+    const V threshold = hn::Set(d, threshold_);
     Histories histories = kept;  // lives in registers
-    float* error = recordOf(errors_[0], static_cast<ptrdiff_t>(from));
-    float* spread = recordOf(spreads_[0], static_cast<ptrdiff_t>(from));
-    // The lowest row's go to the slots of the next block, which lies
-    // kLag * kLanes steps behind.
-    const ptrdiff_t next = static_cast<ptrdiff_t>(from) - static_cast<ptrdiff_t>(kLag * kLanes);
-    float* nextError = recordOf(errors_[1], next);
-    float* nextSpread = recordOf(spreads_[1], next);
-    uint8_t* pixels = columns_.data() + from * kLanes;
-    for (size_t s = from; s < to; ++s) {
+    float* error = records.error + kBack * kLanes;
+    float* relief = records.relief + kBack * kLanes;
+    // The last lane is kDelay columns behind, on its way to become the row above the next
+    // block: what it overwrites has been read.
+    const float* errorAbove = errors_.data() + kFront + from + kLag;
+    const float* reliefAbove = reliefs_.data() + kFront + from + kLag;
+    float* lastError = errors_.data() + kFront + from - kDelay;
+    float* lastRelief = reliefs_.data() + kFront + from - kDelay;
+    for (size_t s = 0; s < kRun; ++s) {
+      V errorBefore = hn::Set(d, errorAbove[s]);
+      V reliefBefore = hn::Set(d, reliefAbove[s]);
+      Dots white[kVectors];
       HWY_UNROLL(4)
       for (size_t v = 0; v < kVectors; ++v) {
         const size_t lane = v * kWidth;
-        diffuseStep<kMasked, kCareful>({s, lane, error + lane, spread + lane, pixels + lane,
-                                        error + 1 + lane, spread + 1 + lane},
-                                       histories[v], dustSteps);
+        History& history = histories[v];
+        white[v] = diffuseStep<kEdge, kFaded>(threshold, from + s, lane, error + lane,
+                                              relief + lane, pixels + lane, history);
+        hn::Store(movedUp(history.last, errorBefore), d, error + lane);
+        hn::Store(movedUp(history.relief, reliefBefore), d, relief + lane);
+        errorBefore = history.last;
+        reliefBefore = history.relief;
       }
-      *nextError = error[kLanes];
-      *nextSpread = spread[kLanes];
-      error += kRecord;
-      spread += kRecord;
-      nextError += kRecord;
-      nextSpread += kRecord;
+      storeDots(white, pixels);
+      lastError[s] = lastLane(errorBefore);
+      lastRelief[s] = lastLane(reliefBefore);
+      error += kLanes;
+      relief += kLanes;
       pixels += kLanes;
     }
     kept = histories;
-    return dustSteps;
-  }
-
-  // In short runs, so that dust that begins or ends is noticed soon.
-  template <bool kMasked>
-  void diffuseRuns(size_t from, size_t to, Histories& histories) {
-    constexpr size_t kRun = 32;
-    while (from < to) {
-      const size_t end = std::min(to, from + kRun);
-      if (careful_) {
-        careful_ = diffuseSteps<kMasked, true>(from, end, histories) != 0;
-        DustTrap::forget();
-      } else {
-        diffuseSteps<kMasked, false>(from, end, histories);
-        careful_ = DustTrap::sprung();
-      }
-      from = end;
+    for (size_t i = 0; i < kBack * kLanes; i += kWidth) {
+      hn::Store(hn::Load(d, records.error + kRun * kLanes + i), d, records.error + i);
+      hn::Store(hn::Load(d, records.relief + kRun * kLanes + i), d, records.relief + i);
     }
   }
 
-  void diffuseBlock() {
+  // Whether a run of blank paper would go on as it was in every lane. Each step's sources
+  // are those of the step before it when the records and each lane's last errors are
+  // alike; then the outcome is, too, so that the next step's are again, as long as the
+  // row above the block goes on likewise. The dots stay black.
+  HWY_NOINLINE bool isAtRest(size_t from, const Histories& histories,
+                             const Records& records) const {
+    const Floats d;
+    const FloatInts di;
+    const auto differs = [&](V a, V b)
+                             HWY_ATTR { return hn::Xor(hn::BitCast(di, a), hn::BitCast(di, b)); };
+    const V black = hn::Set(d, kRelief);
+    auto bits = hn::Zero(di);
+    for (size_t v = 0; v < kVectors; ++v) {
+      const float* error = records.error + v * kWidth;
+      for (size_t r = 0; r < kBack; ++r) {
+        bits = hn::Or(bits, differs(hn::Load(d, error), hn::Load(d, error + r * kLanes)));
+        bits = hn::Or(bits, differs(black, hn::Load(d, records.relief + r * kLanes + v * kWidth)));
+      }
+      bits = hn::Or(bits, differs(histories[v].last, histories[v].beforeLast));
+      bits = hn::Or(bits, differs(histories[v].relief, black));
+    }
+    const float* errorAbove = errors_.data() + kFront + from + kLag;
+    const float* reliefAbove = reliefs_.data() + kFront + from + kLag;
+    const V lastAbove = hn::Set(d, errorAbove[-1]);
+    for (size_t s = 0; s < kRun; s += kWidth) {
+      bits = hn::Or(bits, differs(lastAbove, hn::LoadU(d, errorAbove + s)));
+      bits = hn::Or(bits, differs(black, hn::LoadU(d, reliefAbove + s)));
+    }
+    // The last lane is in no record.
+    const float* lastError = errors_.data() + kFront + from - kDelay;
+    return hn::AllTrue(di, hn::Eq(bits, hn::Zero(di))) &&
+           std::memcmp(lastError - 3, lastError - 2, 2 * sizeof(float)) == 0;
+  }
+
+  void skipRun(size_t from) {
+    float* lastError = errors_.data() + kFront + from - kDelay;
+    std::fill_n(lastError, kRun, lastError[-1]);
+    std::fill_n(reliefs_.data() + kFront + from - kDelay, kRun, kRelief);
+  }
+
+  // Lane i of step s is column s - kLag * i: rows become lanes, and lanes rows.
+  void toLanes(size_t from, uint8_t* pixels) {
+    for (size_t s = 0; s < kRun; s += simd::kTile) {
+      simd::transposeTile(rowOf(0) + from + s, rowBytes_ - kLag, pixels + s * kLanes, kLanes);
+    }
+  }
+  void toRows(size_t from, const uint8_t* pixels) {
+    for (size_t s = 0; s < kRun; s += simd::kTile) {
+      simd::transposeTile(pixels + s * kLanes, kLanes, rowOf(0) + from + s, rowBytes_ - kLag);
+    }
+  }
+
+  void diffuseBlock(const SharpenedRows& sharpened, bool borderRows) {
     Histories histories;
-    const size_t head = std::min(kLag * (kLanes - 1) + 1, steps_);
-    const size_t tail = std::max(head, std::max<size_t>(width_, 1) - 1);
-    diffuseRuns<true>(0, head, histories);
-    diffuseRuns<false>(head, tail, histories);
-    diffuseRuns<true>(tail, steps_, histories);
+    Records records;
+    std::memset(&records, 0, sizeof records);
+    for (size_t r = 0; r < kBack; ++r) {
+      const size_t above = kFront + kLag + r - kBack;
+      records.error[r * kLanes] = errors_[above];
+      records.relief[r * kLanes] = reliefs_[above];
+    }
+    alignas(64) uint8_t pixels[kRun * kLanes];
+    bool met = false;  // faded errors, in the run before
+    for (size_t run = 0; run < runs_; ++run) {
+      const size_t from = run * kRun;
+      // All lanes inside their rows, but for the first column and the last.
+      const bool edge = borderRows || from <= kDelay || from + kRun >= width_;
+      if (!edge && sharpened.isBlank(from - kDelay - 1, from + kRun) &&
+          isAtRest(from, histories, records)) {
+        skipRun(from);
+        continue;
+      }
+      // Errors fade about where they did in the block above.
+      const bool faded = met || dusty_[run] != 0 || dusty_[run + 1] != 0;
+      toLanes(from, pixels);
+      if (edge) {
+        faded ? diffuseRun<true, true>(from, pixels, histories, records)
+              : diffuseRun<true, false>(from, pixels, histories, records);
+      } else {
+        faded ? diffuseRun<false, true>(from, pixels, histories, records)
+              : diffuseRun<false, false>(from, pixels, histories, records);
+      }
+      toRows(from, pixels);
+      met = DustTrap::sprung();
+      dusty_[run] = met ? 1 : 0;
+    }
   }
 
   const float threshold_;
-  bool careful_ = false;  // dust was met lately
   const size_t width_;
   const size_t height_;
-  const size_t steps_;
-  const size_t margin_;
+  const size_t runs_;
   const size_t rowBytes_;
-  std::vector<uint8_t> rows_;                  // sharpened rows in, finished rows out
-  std::vector<uint8_t> columns_;               // the same with a lane a byte
-  std::array<std::vector<float>, 2> errors_;   // this block's and the next one's
-  std::array<std::vector<float>, 2> spreads_;  // kDotSpread where a dot is black
-  float innerRow_[kLanes] = {};                // all bits set but for the first and last row
+  std::vector<uint8_t> rows_;    // sharpened rows in, finished rows out
+  std::vector<float> errors_;    // of the row above the block
+  std::vector<float> reliefs_;   // kRelief where its dots are black
+  std::vector<uint8_t> dusty_;   // runs in which errors had faded
+  float innerRow_[kLanes] = {};  // all bits set but for the first and last row
 };
 
 #endif  // HWY_TARGET != HWY_SCALAR

@@ -16,7 +16,7 @@ check_data_flow() {
     --template='{file}:{line}: {severity}: {message} [{id}]' "$@"
 }
 
-product=(common image tattoo printer filter tools)
+product=(common simd image tattoo printer filter tools)
 folders=("${product[@]}")
 record=tools/lint_passed.txt
 passed=build/lint-passed

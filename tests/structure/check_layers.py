@@ -14,12 +14,13 @@ import tempfile
 ALLOWED = {
     "common": {"common"},
     "common/ppd_lookup": {"common/ppd_lookup", "common", "cups"},
-    "image": {"image", "hwy"},
-    "tattoo": {"tattoo", "hwy"},
+    "simd": {"simd", "hwy"},
+    "image": {"image", "simd", "hwy"},
+    "tattoo": {"tattoo", "simd", "hwy"},
     "printer": {"printer", "common", "image", "tattoo", "cups"},
     "filter": {"filter", "printer", "common", "common/ppd_lookup", "image", "tattoo", "cups"},
 }
-FOLDERS = ("common", "image", "tattoo", "printer", "filter")
+FOLDERS = ("common", "simd", "image", "tattoo", "printer", "filter")
 LIBRARIES = {"cups", "hwy"}  # those that not every folder may use
 PPD_CALLERS = {"filter", "common/ppd_lookup"}
 
@@ -70,6 +71,7 @@ def self_check():
     bad = [
         {"image/a.cc": '#include "common/log.h"\n'},
         {"tattoo/a.h": '#include "image/palette_image.h"\n'},
+        {"simd/a.h": '#include "image/row_ops.h"\n'},
         {"common/log.cc": "#include <cups/ppd.h>\n"},
         {"common/log.cc": '#include "common/ppd_lookup.h"\n'},
         {"printer/a.cc": '#include "filter/settings.h"\n'},
@@ -78,6 +80,7 @@ def self_check():
         {"filter/a.cc": '#include "tools/drav/render/render.h"\n'},
     ]
     good = {
+        "image/a.cc": '#include "simd/rows.h"\n',
         "printer/a.cc": '#include "tattoo/pipeline.h"\n#include <cups/raster.h>\n// ppdClose()\n',
         "filter/a.cc": '#include "common/ppd_lookup.h"\nppdClose(ppd);\n',
     }

@@ -4,6 +4,7 @@
 #include "tattoo/error_diffusion.h"
 
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 
@@ -207,5 +208,22 @@ TEST_P(EdfCusOnLargePages, SmoothPagesMatchTheModel) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, EdfCusOnLargePages, testing::Values(1, 20, 303, 4004));
+
+// The vector code forms the product of a faded error in double and rounds it once: all
+// denormal errors, and of larger ones those whose share may be denormal and their
+// neighbourhood.
+TEST(FadedErrors, ProductInDoubleRoundedOnceIsTheSingleProduct) {
+  constexpr uint32_t kLeastNormal = 0x00800000;
+  constexpr uint32_t kEnd = kLeastNormal + (32U << 23);
+  for (const StencilTap& tap : kStencilTaps) {
+    for (uint32_t bits = 0; bits < kEnd; bits += bits < kLeastNormal + 1024 ? 1 : 509) {
+      const auto error = std::bit_cast<float>(bits);
+      const float single = error * tap.weight;
+      const auto once = static_cast<float>(static_cast<double>(error) * double{tap.weight});
+      ASSERT_EQ(std::bit_cast<uint32_t>(once), std::bit_cast<uint32_t>(single))
+          << bits << " * " << tap.weight;
+    }
+  }
+}
 
 }  // namespace

@@ -140,6 +140,45 @@ TEST_P(StencilRows, MatchTheModelWhereErrorsFadeOnBlankPaper) {
   }
 }
 
+// Paper of any level with ink here and there: much of it is not blurred, and on blank
+// paper not diffused. Widths whose last columns are few, and pages of few rows.
+TEST_P(StencilRows, MatchTheModelOnPaperOfOneLevel) {
+  for (const int width : {1, 63, 64, 65, 67, 128, 131, 190, 257, 700}) {
+    for (const int height : {1, 2, 5, 16, 33, 120}) {
+      const auto seed = static_cast<uint64_t>(width * 1000 + height);
+      model::Random random(seed);
+      const uint8_t paper = random.below(3) == 0 ? random.byte() : 0;
+      model::Grey picture = model::makeGrey(width, height, paper);
+      for (int speck = 0; speck < 1 + width * height / 9000; ++speck) {
+        const auto x = static_cast<int>(random.below(static_cast<uint32_t>(width)));
+        const auto y = static_cast<int>(random.below(static_cast<uint32_t>(height)));
+        // Beside the end of the row, too, and at times as wide as a block of columns.
+        const int wide = random.below(4) == 0 ? 64 : 1;
+        for (int i = x; i < std::min(width, x + wide); ++i) picture.set(i, y, random.byte());
+      }
+      for (const int32_t threshold : {-1, 0, 40, 128}) {
+        SCOPED_TRACE(testing::Message() << "paper " << int{paper});
+        expectModel(picture, threshold);
+        if (HasFatalFailure()) return;
+      }
+    }
+  }
+}
+
+// Flat strips that end some columns before the last, in blocks of 64 columns.
+TEST_P(StencilRows, MatchTheModelWhereTheLevelChangesBesideTheRightEdge) {
+  for (int width = 129; width <= 140; ++width) {
+    for (const int change : {64, 120, 127, 128}) {
+      model::Grey picture = model::makeGrey(width, 20, 90);
+      for (int y = 0; y < 20; ++y) {
+        for (int x = change; x < width; ++x) picture.set(x, y, 203);
+      }
+      expectModel(picture, 128);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
 TEST_P(StencilRows, NoAreaGivesNoDots) {
   for (const auto& [width, height] : {std::pair{0U, 0U}, {9U, 0U}, {0U, 9U}}) {
     size_t dots = 0;

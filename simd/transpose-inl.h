@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tiles of bytes turned from rows to lanes. For stencil_simd.cc, which compiles it
-// for every vector target.
-#if defined(TATTOO_TRANSPOSE_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#ifdef TATTOO_TRANSPOSE_INL_H_
-#undef TATTOO_TRANSPOSE_INL_H_
+// Tiles of bytes turned from rows to lanes. Compiled for every vector target.
+#if defined(SIMD_TRANSPOSE_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef SIMD_TRANSPOSE_INL_H_
+#undef SIMD_TRANSPOSE_INL_H_
 #else
-#define TATTOO_TRANSPOSE_INL_H_
+#define SIMD_TRANSPOSE_INL_H_
 #endif
 
 #include <hwy/highway.h>
@@ -14,7 +13,7 @@
 #include <cstdint>
 
 HWY_BEFORE_NAMESPACE();
-namespace drav_stencil {
+namespace drav_simd {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -32,6 +31,7 @@ HWY_INLINE void transposeTile(const uint8_t* HWY_RESTRICT in, size_t inStep,
   hn::Vec<Block> a[kTile];
   hn::Vec<Block> b[kTile];
   for (size_t i = 0; i < kTile; ++i) a[i] = hn::LoadU(d, in + i * inStep);
+  // Four rounds of interleaving row i with row i + 8 turn rows into columns.
   for (int round = 0; round < 2; ++round) {
     for (size_t i = 0; i < 8; ++i) {
       b[2 * i] = hn::InterleaveLower(d, a[i], a[i + 8]);
@@ -48,7 +48,7 @@ HWY_INLINE void transposeTile(const uint8_t* HWY_RESTRICT in, size_t inStep,
 #endif  // HWY_TARGET != HWY_SCALAR
 
 }  // namespace HWY_NAMESPACE
-}  // namespace drav_stencil
+}  // namespace drav_simd
 HWY_AFTER_NAMESPACE();
 
-#endif  // TATTOO_TRANSPOSE_INL_H_: once for every vector target
+#endif  // SIMD_TRANSPOSE_INL_H_: once for every vector target
