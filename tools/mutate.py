@@ -45,7 +45,7 @@ FILES = (
     "image/palette_image_tone.cc", "image/row_ops.cc", "image/row_ops_simd.cc",
     "tattoo/*.cc", "tattoo/fast_math.h", "tattoo/error_diffusion_taps.h", "tattoo/unsharp.h",
     "tattoo/stencil_rows.h", "tattoo/blur_taps.h", "tattoo/*-inl.h",
-    "printer/mono_pack.cc", "printer/receipt_ep_printer.cc", "printer/page_stream.cc",
+    "printer/mono_pack.cc", "printer/receipt_ep_printer.cc", "printer/page_path.cc",
     "filter/commands.cc", "filter/cancel_tail.cc", "filter/settings.cc",
     "filter/page_geometry.cc", "common/ppd_lookup.cc", "common/halftone_names.cc",
 )
@@ -77,7 +77,7 @@ NEAREST = {
     "tattoo/stencil_simd.cc": "*StencilRows.*", "tattoo/stencil_wavefront-inl.h": "*StencilRows.*",
     "tattoo/transpose-inl.h": "*StencilRows.*", "tattoo/fast_math.cc": "My*",
     "tattoo/pipeline.cc": "*TattooPipeline*:TattooWorkedPage*:StencilCurve*",
-    "printer/page_stream.cc": "*PagePipeline*",
+    "printer/page_path.cc": "*PagePipeline*",
     "printer/mono_pack.cc": "*MonoRow*:*GrayToMono*", "printer/receipt_ep_printer.cc": "SendImage*",
     "filter/commands.cc": "Commands*", "filter/settings.cc": "Settings*:OpenPpd*",
     "filter/cancel_tail.cc": "CancelTail*", "filter/page_geometry.cc": "PageGeometry*",
