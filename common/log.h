@@ -23,10 +23,25 @@ enum LogLevel : int32_t {
 // out. A level outside 0 to 5 prints as kLogInvalid.
 __attribute__((format(printf, 2, 3))) void dravLogCommon(int32_t level, const char* format, ...);
 
-// Sends the lines to `stream` from now on, to standard error again when it is null.
-// The stream stays the caller's, who takes it back before closing it. Returns the
-// one before, null for standard error.
+// Sends the calling thread's lines to `stream` from now on, to standard error again
+// when it is null. The stream stays the caller's, who takes it back before closing
+// it. Returns the one before, null for standard error.
 std::FILE* setLogStream(std::FILE* stream);
+
+// While it lives, the thread's lines go to `stream`; to where they went before when
+// that is null.
+class LogScope {
+ public:
+  explicit LogScope(std::FILE* stream) : before_(setLogStream(stream)) {
+    if (stream == nullptr) setLogStream(before_);
+  }
+  ~LogScope() { setLogStream(before_); }
+  LogScope(const LogScope&) = delete;
+  LogScope& operator=(const LogScope&) = delete;
+
+ private:
+  std::FILE* before_;
+};
 
 // Hands each line to the system as a whole from now on, for the rest of the
 // process. All programs of a job share the scheduler's log pipe: a line that goes

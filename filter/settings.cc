@@ -100,15 +100,18 @@ bool scanPageSizeName(const char* name, PageDimensions& out) {
 std::time_t systemClock() { return std::time(nullptr); }
 
 bool initializeSettings(const char* optionsText, Settings* out, const Clock& clock) {
-  const char* path = std::getenv("PPD");
-  const PpdFile ppd = openMarkedPpd(path, optionsText);
+  return readSettings(std::getenv("PPD"), optionsText, out, clock);
+}
+
+bool readSettings(const char* ppdPath, const char* optionsText, Settings* out, const Clock& clock) {
+  const PpdFile ppd = openMarkedPpd(ppdPath, optionsText);
   *out = Settings{};
   if (!ppd) {
-    dravLogCommon(kLogError, "Unable to open PPD file \"%s\"!", path != nullptr ? path : "");
+    dravLogCommon(kLogError, "Unable to open PPD file \"%s\"!", ppdPath != nullptr ? ppdPath : "");
     return false;
   }
   if (ppdFindOption(ppd.get(), "PageSize") == nullptr) {
-    dravLogCommon(kLogError, "PPD file \"%s\" has no PageSize!", path);
+    dravLogCommon(kLogError, "PPD file \"%s\" has no PageSize!", ppdPath);
     return false;
   }
   out->maxMediaWidth = dravPpdGetAttrAsFloatDefault(ppd.get(), "MaxMediaWidth", nullptr, 0.0);

@@ -56,6 +56,10 @@ std::time_t systemClock();
 [[nodiscard]] bool initializeSettings(const char* optionsText, Settings* out,
                                       const Clock& clock = systemClock);
 
+// The same with the PPD file of that path, which may be null.
+[[nodiscard]] bool readSettings(const char* ppdPath, const char* optionsText, Settings* out,
+                                const Clock& clock);
+
 // Number of the option's current choice, which is logged; -1 when the option or
 // its default choice does not exist. A choice name that is no number gives 0.
 int32_t getOptionChoiceIndex(const char* keyword, ppd_file_t* ppd);
