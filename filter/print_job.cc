@@ -108,6 +108,14 @@ void PrintJob::configurePrinter() {
   printer_->setSkipRightPixels(
       static_cast<unsigned long>(skippedRightPixels(maxLinePixels, header_)));
   printer_->setBrightness(settings_.brightness);
+
+  printer_->setMirrorPrint(settings_.stencilMirror);
+  printer_->setRotate180Print(settings_.halfTurn);
+  printer_->setContrast(settings_.contrast);
+  printer_->setAntiWrinkle(settings_.paperFrame);
+  printer_->setInvertPage(settings_.invertPage);
+  printer_->setTrimPaper(settings_.trimPaper);
+  printer_->setKeepPictures(settings_.keepPictures);
 }
 
 int PrintJob::finish(Outcome outcome) {
