@@ -28,15 +28,37 @@ install(TARGETS drav RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools
         PERMISSIONS ${program_permissions})
 
 # Guides for users, and the pictures they show. Other documents are for who
-# works on the source.
+# works on the source; a guide's links to them would lead nowhere once it is
+# installed, so there it names them instead.
 set(DRAV_GUIDES "")
 set(DRAV_GUIDE_PICTURES "")
-foreach(guide install options troubleshooting scale proof inspect doctor)
+set(guides install options troubleshooting scale proof inspect doctor)
+file(GLOB_RECURSE other_documents CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/docs
+     ${PROJECT_SOURCE_DIR}/docs/*.md)
+list(TRANSFORM guides APPEND .md OUTPUT_VARIABLE guide_files)
+list(REMOVE_ITEM other_documents ${guide_files})
+
+# Writes the guide at `path` as it is installed.
+function(drav_make_guide path made)
+  file(READ ${path} text)
+  string(REGEX REPLACE "\\[([^]]*)\\]\\(\\.\\./([^)#]*)(#[^)]*)?\\)" "\\1 (`\\2` of the source)"
+         text "${text}")
+  foreach(other IN LISTS other_documents)
+    string(REPLACE "." "\\." pattern "${other}")
+    string(REGEX REPLACE "\\[([^]]*)\\]\\(${pattern}(#[^)]*)?\\)"
+           "\\1 (`docs/${other}` of the source)" text "${text}")
+  endforeach()
+  file(CONFIGURE OUTPUT ${made} CONTENT "${text}" @ONLY)
+endfunction()
+
+foreach(guide IN LISTS guides)
   set(path ${PROJECT_SOURCE_DIR}/docs/${guide}.md)
   if(NOT EXISTS ${path})
     continue()
   endif()
-  list(APPEND DRAV_GUIDES ${path})
+  set(made ${PROJECT_BINARY_DIR}/guides/${guide}.md)
+  drav_make_guide(${path} ${made})
+  list(APPEND DRAV_GUIDES ${made})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${path})
   file(STRINGS ${path} lines REGEX "\\(images/[^)]+\\)")
   string(REGEX MATCHALL "\\(images/[^)]+\\)" links "${lines}")

@@ -1,13 +1,16 @@
 # SPDX-License-Identifier: Apache-2.0
-# DRAV_QUICK_BUILD is for the builds of the gate, which start from nothing: sources that
-# spend their time on one large header are compiled as one, the test framework's header
-# is compiled once a program, and the unit tests' own code is optimized little. Builds
-# without it show that every source includes what it uses.
-option(DRAV_QUICK_BUILD "Shorten a build from nothing" OFF)
+# Shorter builds from nothing. Builds without these options (dev, clang-libcxx, tidy) show
+# that every source includes what it uses.
+#
+# DRAV_QUICK_TESTS leaves what ships as it is: the test framework's header is compiled
+# once a program, and the unit tests' own code is optimized little.
+option(DRAV_QUICK_TESTS "Compile the tests quickly" OFF)
+# DRAV_JOIN_SOURCES compiles sources that spend their time on one large header as one.
+option(DRAV_JOIN_SOURCES "Compile some sources of the product as one" OFF)
 
 # The sources of a target that are compiled as one.
 function(drav_join_sources target group)
-  if(DRAV_QUICK_BUILD)
+  if(DRAV_JOIN_SOURCES)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
     set_source_files_properties(${ARGN} PROPERTIES UNITY_GROUP ${group})
   endif()
@@ -16,7 +19,7 @@ endfunction()
 # A program of unit tests, the header of the test framework that they include, and how
 # far their own code is optimized: -O1 where they compute much, else -O0.
 function(drav_quick_tests target header level)
-  if(DRAV_QUICK_BUILD)
+  if(DRAV_QUICK_TESTS)
     target_precompile_headers(${target} PRIVATE <${header}>)
     target_compile_options(${target} PRIVATE ${level})
   endif()

@@ -7,9 +7,9 @@
 #include <cstdint>
 
 // Halftone of a page. Values 0 to 7 go unchanged to PaletteImage::Dither as its
-// method number, whose methods sit one position away from these names:
+// method number. Its methods are one position away from these names:
 // "FloydSteinberg" runs the ordered 4 x 4 matrix, "Ordered" runs Burkes, and so
-// on. The pairing is part of the product and must stay.
+// on. Installed queues rely on these pairs: they must not change.
 enum class DitherType : int32_t {
   None = 0,               // fixed threshold
   FloydSteinberg = 1,     // ordered 4 x 4

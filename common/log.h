@@ -23,13 +23,13 @@ enum LogLevel : int32_t {
 // out. A level outside 0 to 5 prints as kLogInvalid.
 __attribute__((format(printf, 2, 3))) void dravLogCommon(int32_t level, const char* format, ...);
 
-// Sends the calling thread's lines to `stream` from now on, to standard error again
-// when it is null. The stream stays the caller's, who takes it back before closing
-// it. Returns the one before, null for standard error.
+// Sends the calling thread's lines to `stream` from now on, or to standard error if it is
+// null. The caller owns the stream and must set another one before closing it. Returns the
+// previous stream, null for standard error.
 std::FILE* setLogStream(std::FILE* stream);
 
-// While it lives, the thread's lines go to `stream`; to where they went before when
-// that is null.
+// While it lives, the calling thread's lines go to `stream`. If that is null, they go where
+// they went before.
 class LogScope {
  public:
   explicit LogScope(std::FILE* stream) : before_(setLogStream(stream)) {
@@ -43,10 +43,10 @@ class LogScope {
   std::FILE* before_;
 };
 
-// Hands each line to the system as a whole from now on, for the rest of the
-// process. All programs of a job share the scheduler's log pipe: a line that goes
-// out in pieces is mixed with theirs, and the scheduler then knows neither its
-// level nor its beginning. To be called before the first line.
+// From now on writes each line in one piece, for the rest of the process. All
+// programs of a job share the scheduler's log pipe. If a line went out in pieces,
+// theirs would come between, and the scheduler would know neither its level nor its
+// beginning. Call this before the first line.
 void keepLogLinesWhole();
 
 #endif  // COMMON_LOG_H_

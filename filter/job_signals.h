@@ -11,10 +11,10 @@ void installJobSignals();
 // True once SIGTERM has arrived. Further ones change nothing.
 bool jobCancelRequested();
 
-// Returns as soon as SIGTERM has arrived, or after 50 ms without one. The
-// scheduler signals the converters in front of a filter before the filter: what
-// they leave unfinished can look like the end of the input until our own signal
-// comes, a fraction of a millisecond later where the machine is not busy.
+// Returns as soon as SIGTERM has arrived, or after 50 ms without one. Call this
+// where the input ends early: the scheduler signals the converters before the
+// filter, so the filter may see their input end before its own signal comes. On an
+// idle machine that takes a fraction of a millisecond.
 void awaitJobCancel();
 
 // Opens /dev/null for each standard descriptor that the caller has closed, so

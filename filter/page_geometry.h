@@ -18,9 +18,9 @@ uint64_t skippedRightPixels(uint64_t maxLinePixels, const cups_page_header2_t& h
 // Bytes of the page, a 32-bit product.
 uint32_t pageBytes(const cups_page_header2_t& header);
 
-// Header values that libcups lets through and no buffer could hold: a picture
-// wider than its rows, or a page size that does not fit 32 bits. A size that
-// wraps to exactly 0 is not meant: it reads as a page without data.
+// True for a page that libcups accepts but no buffer can hold: its picture is
+// wider than its rows, or its size in bytes does not fit 32 bits. False for a size
+// that wraps to exactly 0: such a page counts as one without data.
 bool isUnprintable(const cups_page_header2_t& header);
 
 #endif  // FILTER_PAGE_GEOMETRY_H_

@@ -31,7 +31,7 @@ PpdFile openMarkedPpd(const char* path, const char* optionsText) {
   ppdMarkDefaults(ppd.get());
   cups_option_t* options = nullptr;
   const int count = cupsParseOptions(optionsText, 0, &options);
-  if (count != 0 && options != nullptr) {
+  if (count != 0 && options != nullptr) {  // GCOVR_EXCL_BR_LINE: second guard
     cupsMarkOptions(ppd.get(), count, options);
     cupsFreeOptions(count, options);
   }

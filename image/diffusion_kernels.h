@@ -7,7 +7,7 @@
 #include <array>
 #include <cstddef>
 
-// Levels above it are white.
+// Levels above this one are white.
 inline constexpr int kWhiteAbove = 128;
 
 // Share `weight` / divisor of a pixel's error goes to the pixel dx columns to

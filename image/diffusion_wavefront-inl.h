@@ -39,6 +39,9 @@ using Bytes = hn::ScalableTag<uint8_t>;
 using SignedBytes = hn::ScalableTag<int8_t>;
 using Words = hn::Repartition<uint16_t, Bytes>;
 
+constexpr size_t kRun = 4 * simd::kTile;  // steps of a run
+constexpr size_t kBlock = 64;             // columns that are blank together or not
+
 // Buffers of one page, for vectors of `lanes` rows.
 //
 // A record is one step of a block of rows: `depth` slots for the lowest rows of
@@ -46,18 +49,20 @@ using Words = hn::Repartition<uint16_t, Bytes>;
 // compute goes to the slots of the next block's records.
 struct WaveBuffers {
   WaveBuffers(size_t lanes, size_t width, size_t weights, size_t lag, size_t depth)
-      : steps(width + lag * (lanes - 1)),
+      : runs((width + lag * (lanes - 1) + kRun - 1) / kRun),
         front(lag * lanes + 16),
         recordBytes(lanes + depth),
-        planeBytes((front + steps + 16) * recordBytes + lanes),
+        planeBytes((front + runs * kRun + 16) * recordBytes + lanes),
         margin(lag * lanes + 64),
         rowBytes(margin + width + margin),
         shares{std::vector<uint8_t>(planeBytes * weights + lanes),
                std::vector<uint8_t>(planeBytes * weights + lanes)},
         rows(rowBytes * lanes),
-        columns((steps + 32) * lanes) {}
+        pixels(kRun * lanes),
+        blank((width + kBlock - 1) / kBlock),
+        handsOn(runs) {}
 
-  size_t steps;  // a block's steps: the last lane starts lag * (lanes - 1) late
+  size_t runs;   // of a block; the last lane starts lag * (lanes - 1) steps late
   size_t front;  // records before step 0
   size_t recordBytes;
   size_t planeBytes;  // records of one weight
@@ -65,7 +70,9 @@ struct WaveBuffers {
   size_t rowBytes;
   std::array<std::vector<uint8_t>, 2> shares;  // this block's and the next one's
   std::vector<uint8_t> rows;                   // grey rows in, finished rows out
-  std::vector<uint8_t> columns;                // the same with a lane a byte
+  std::vector<uint8_t> pixels;                 // a run of them with a lane a byte
+  std::vector<uint8_t> blank;                  // blocks of columns that are 0 in all rows
+  std::vector<uint8_t> handsOn;                // runs whose lowest lanes had errors
   std::vector<uint8_t> valid;                  // 0xFF a lane inside its row, edge steps alone
 };
 
@@ -75,6 +82,9 @@ class Wavefront {
   static constexpr size_t kWeights = Plan::kWeightCount;
   static constexpr size_t kDepth = Plan::kDepth;
   static constexpr size_t kLag = Plan::kLag;
+  // Steps that the farthest tap looks back.
+  static constexpr size_t kReach = kLag * kDepth + static_cast<size_t>(kKernel.reach());
+  static_assert(kReach <= kRun);
 
  public:
   Wavefront(uint32_t width, uint32_t height)
@@ -88,27 +98,28 @@ class Wavefront {
   void run(const RowSource& source, const RowSink& sink) {
     for (size_t y = 0; y < height_; y += lanes_) {
       const size_t rows = std::min<size_t>(lanes_, height_ - y);
+      std::fill(b_.blank.begin(), b_.blank.end(), uint8_t{1});
       for (size_t i = 0; i < rows; ++i) {
-        source(static_cast<uint32_t>(y + i), b_.rows.data() + i * b_.rowBytes + b_.margin);
+        source(static_cast<uint32_t>(y + i), rowOf(i));
+        findInk(rowOf(i));
       }
-      toColumns();
       diffuseBlock();
-      toRows();
-      for (size_t i = 0; i < rows; ++i) {
-        sink(static_cast<uint32_t>(y + i), b_.rows.data() + i * b_.rowBytes + b_.margin);
-      }
+      for (size_t i = 0; i < rows; ++i) sink(static_cast<uint32_t>(y + i), rowOf(i));
       std::swap(b_.shares[0], b_.shares[1]);
     }
   }
 
  private:
-  // Lane i is at column step - kLag * i. Steps below `head_` and from `tail_` on
-  // have lanes outside the row.
+  uint8_t* rowOf(size_t lane) { return b_.rows.data() + lane * b_.rowBytes + b_.margin; }
+
+  // Lane i is at column step - kLag * i. Steps below `head_` and from `tail_` on are those
+  // of runs that have lanes outside the row.
   void makeMasks() {
-    head_ = std::min(kLag * (lanes_ - 1), b_.steps);
-    tail_ = std::max<size_t>(head_, width_);
-    b_.valid.assign((head_ + b_.steps - tail_) * lanes_, 0);
-    for (size_t s = 0; s < b_.steps; ++s) {
+    const size_t steps = b_.runs * kRun;
+    head_ = std::min((kLag * (lanes_ - 1) + kRun - 1) / kRun * kRun, steps);
+    tail_ = std::max<size_t>(head_, width_ / kRun * kRun);
+    b_.valid.assign((head_ + steps - tail_) * lanes_, 0);
+    for (size_t s = 0; s < steps; ++s) {
       if (s >= head_ && s < tail_) continue;
       uint8_t* mask = maskOf(s);
       for (size_t i = 0; i < lanes_; ++i) {
@@ -121,26 +132,41 @@ class Wavefront {
     return b_.valid.data() + (step < head_ ? step : step - tail_ + head_) * lanes_;
   }
 
-  // Row i moves right by kLag * i, then rows become lanes.
-  void toColumns() {
-    for (size_t group = 0; group < lanes_; group += simd::kTile) {
-      for (size_t s = 0; s < b_.steps; s += simd::kTile) {
-        const uint8_t* in = b_.rows.data() + group * b_.rowBytes + b_.margin + s - kLag * group;
-        simd::transposeTile(in, b_.rowBytes - kLag, b_.columns.data() + s * lanes_ + group, lanes_);
+  void findInk(const uint8_t* row) {
+    const Bytes d;
+    for (size_t k = 0; k < b_.blank.size(); ++k) {
+      if (b_.blank[k] == 0) continue;  // by a row above
+      const uint8_t* block = row + k * kBlock;
+      const size_t columns = std::min(kBlock, width_ - k * kBlock);
+      if (columns < kBlock) {
+        if (std::any_of(block, block + columns, [](uint8_t level) { return level != 0; })) {
+          b_.blank[k] = 0;
+        }
+        return;
       }
+      auto any = hn::Zero(d);
+      for (size_t x = 0; x < kBlock; x += lanes_) any = hn::Or(any, hn::LoadU(d, block + x));
+      if (!hn::AllTrue(d, hn::Eq(any, hn::Zero(d)))) b_.blank[k] = 0;
     }
   }
 
-  void toRows() {
-    for (size_t group = 0; group < lanes_; group += simd::kTile) {
-      for (size_t s = 0; s < b_.steps; s += simd::kTile) {
-        uint8_t* out = b_.rows.data() + group * b_.rowBytes + b_.margin + s - kLag * group;
-        simd::transposeTile(b_.columns.data() + s * lanes_ + group, lanes_, out,
-                            b_.rowBytes - kLag);
-      }
+  // Lane i of a step is kLag * i columns behind: rows become lanes, and lanes rows.
+  void toLanes(size_t from) {
+    for (size_t s = 0; s < kRun; s += simd::kTile) {
+      simd::rowsToLanes(Bytes(), rowOf(0) + from + s, b_.rowBytes - kLag,
+                        b_.pixels.data() + s * lanes_);
+    }
+  }
+  void toRows(size_t from) {
+    for (size_t s = 0; s < kRun; s += simd::kTile) {
+      simd::lanesToRows(Bytes(), b_.pixels.data() + s * lanes_, rowOf(0) + from + s,
+                        b_.rowBytes - kLag);
     }
   }
 
+  // Records before step 0 need no clearing between blocks: of them the first lane alone
+  // is read, by the columns beside the edge, and the lanes that spill over from the
+  // block above begin behind the slots.
   uint8_t* record(size_t which, size_t weight, size_t step) {
     return b_.shares[which].data() + weight * b_.planeBytes + (b_.front + step) * b_.recordBytes +
            lanes_;
@@ -150,9 +176,16 @@ class Wavefront {
 
   // The shares of the last two steps, for the taps in the same row.
   struct History {
-    // Written out: a generated constructor would lack the target's attribute.
-    History() {
-      for (size_t w = 0; w < kWeights; ++w) last[w] = beforeLast[w] = hn::Zero(SignedBytes());
+    // From the records before `own`. A first step has no such pixels: its one lane
+    // inside its row finds zeros, and the others are masked.
+    HWY_INLINE explicit History(uint8_t* const* own) {
+      const SignedBytes d;
+      for (size_t w = 0; w < kWeights; ++w) {
+        const auto* records = reinterpret_cast<const int8_t*>(own[w] + kDepth);
+        const auto back = static_cast<ptrdiff_t>(recordBytes());
+        last[w] = hn::LoadU(d, records - back);
+        beforeLast[w] = hn::LoadU(d, records - 2 * back);
+      }
     }
     V last[kWeights];
     V beforeLast[kWeights];
@@ -215,8 +248,9 @@ class Wavefront {
     history.last[kWeight] = share;
   }
 
+  // One run. Returns the errors of its lanes, put together: 0 where there were none.
   template <bool kMasked>
-  HWY_INLINE void diffuseSteps(size_t from, size_t to, History& history) {
+  HWY_NOINLINE V diffuseRun(size_t from) {
     const SignedBytes d;
     const Words d16;
     const V flip = hn::Set(d, static_cast<int8_t>(-128));
@@ -232,8 +266,10 @@ class Wavefront {
                 static_cast<ptrdiff_t>(b_.recordBytes) *
                     (static_cast<ptrdiff_t>(from) - static_cast<ptrdiff_t>(kLag * lanes_));
     }
-    auto* pixels = reinterpret_cast<int8_t*>(b_.columns.data() + from * lanes_);
-    for (size_t s = from; s < to; ++s) {
+    auto* pixels = reinterpret_cast<int8_t*>(b_.pixels.data());
+    History history(own);
+    V any = zero;
+    for (size_t s = from; s < from + kRun; ++s) {
       V level = hn::Xor(hn::LoadU(d, pixels), flip);
       level = addTaps(level, own, history, kTaps);
       const V white = hn::VecFromMask(d, hn::Gt(level, zero));
@@ -242,6 +278,9 @@ class Wavefront {
       V valid = zero;
       if constexpr (kMasked) {
         valid = hn::LoadU(d, reinterpret_cast<const int8_t*>(maskOf(s)));
+        any = hn::Or(any, hn::And(hn::BitCast(d, error), valid));
+      } else {
+        any = hn::Or(any, hn::BitCast(d, error));
       }
       storeShares<kMasked>(hn::And(error, lowByte), hn::ShiftRight<8>(error), white, valid, own,
                            next, history, kWeightList);
@@ -252,13 +291,72 @@ class Wavefront {
         next[w] += recordBytes();
       }
     }
+    return any;
+  }
+
+  // Whether a run is blank and receives nothing from the rows above the block. The first
+  // of its steps still receives from kReach steps before it.
+  bool isQuiet(size_t run) const {
+    const size_t from = run * kRun;
+    const size_t late = kLag * (lanes_ - 1);
+    const size_t first = (from - std::min(from, late)) / kBlock;
+    const size_t last = std::min((from + kRun - 1) / kBlock, b_.blank.size() - 1);
+    for (size_t k = first; k <= last; ++k) {
+      if (b_.blank[k] == 0) return false;
+    }
+    // The block above was kLag * lanes_ steps ahead at the same columns.
+    static_assert(kReach < kLag * simd::kTile);
+    const size_t firstAbove = (from + kLag * lanes_ - kReach) / kRun;
+    const size_t lastAbove = (from + kRun - 1 + kLag * lanes_) / kRun;
+    for (size_t r = firstAbove; r <= std::min(lastAbove, b_.runs - 1); ++r) {
+      if (b_.handsOn[r] != 0) return false;
+    }
+    return true;
+  }
+
+  // What a quiet run hands on: the pixels are black already.
+  void skipRun(size_t from) {
+    for (size_t w = 0; w < kWeights; ++w) {
+      uint8_t* slots = record(1, w, 0) +
+                       static_cast<ptrdiff_t>(recordBytes()) *
+                           (static_cast<ptrdiff_t>(from) - static_cast<ptrdiff_t>(kLag * lanes_));
+      for (size_t s = 0; s < kRun; ++s) std::memset(slots + s * recordBytes(), 0, kDepth);
+    }
+  }
+
+  // The records that the steps from `from` on look back at, of runs that were skipped.
+  void clearRecordsBefore(size_t from) {
+    for (size_t w = 0; w < kWeights; ++w) {
+      std::memset(record(0, w, from) - kReach * recordBytes(), 0, kReach * recordBytes());
+    }
   }
 
   void diffuseBlock() {
-    History history;
-    diffuseSteps<true>(0, head_, history);
-    diffuseSteps<false>(head_, tail_, history);
-    diffuseSteps<true>(tail_, b_.steps, history);
+    const SignedBytes d;
+    bool atRest = true;  // no errors in the run before
+    bool skipped = false;
+    for (size_t run = 0; run < b_.runs; ++run) {
+      const size_t from = run * kRun;
+      if (atRest && isQuiet(run)) {
+        skipRun(from);
+        b_.handsOn[run] = 0;
+        skipped = true;
+        continue;
+      }
+      if (skipped) {
+        clearRecordsBefore(from);
+        skipped = false;
+      }
+      toLanes(from);
+      const bool edge = from < head_ || from >= tail_;
+      const V errors = edge ? diffuseRun<true>(from) : diffuseRun<false>(from);
+      toRows(from);
+      atRest = hn::AllTrue(d, hn::Eq(errors, hn::Zero(d)));
+      int8_t lanes[HWY_MAX_BYTES];
+      hn::StoreU(errors, d, lanes);
+      b_.handsOn[run] = 0;
+      for (size_t i = lanes_ - kDepth; i < lanes_; ++i) b_.handsOn[run] |= lanes[i] != 0 ? 1 : 0;
+    }
   }
 
   size_t lanes_;

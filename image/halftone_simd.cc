@@ -11,7 +11,6 @@
 #include <cstring>
 #include <vector>
 
-#include "image/diffusion_kernels.h"
 #include "image/diffusion_wavefront-inl.h"
 #include "image/halftone_methods.h"
 #include "image/halftone_simd.h"

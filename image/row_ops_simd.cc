@@ -89,6 +89,57 @@ void shiftLevels(const uint8_t* row, size_t width, const LevelTable& table, int 
   for (; x < width; ++x) out[x] = table[row[x]];
 }
 
+// A table in parts of sixteen entries, which one instruction looks up. Each part, but for
+// the first of either half, holds its difference (exclusive or) to the part before. Taking
+// 16 off an index again and again, with saturation, turns it negative as soon as its
+// own part has been looked up, and a negative index looks up 0: what has been gathered is
+// the entry itself.
+class PartedTable {
+ public:
+  explicit PartedTable(const LevelTable& table) {
+    const RowBlock d;
+    for (size_t part = 0; part < table.size(); part += kPart) {
+      auto entries = hn::LoadU(d, table.data() + part);
+      if (part % kHalf != 0) entries = hn::Xor(entries, hn::LoadU(d, table.data() + part - kPart));
+      hn::Store(entries, d, parts_ + part);
+    }
+  }
+
+  HWY_INLINE hn::Vec<RowBytes> at(hn::Vec<RowBytes> levels) const {
+    const RowBytes d;
+    const hn::RebindToSigned<RowBytes> ds;
+    const auto step = hn::Set(ds, int8_t{kPart});
+    // A level is negative in all of one half.
+    auto lower = hn::BitCast(ds, levels);
+    auto upper = hn::BitCast(ds, hn::Xor(levels, hn::Set(d, uint8_t{kHalf})));
+    auto entries = hn::Zero(d);
+    HWY_UNROLL(8)
+    for (size_t part = 0; part < kHalf; part += kPart) {
+      entries = hn::Xor(entries, hn::Xor(entriesOf(part, lower), entriesOf(kHalf + part, upper)));
+      lower = hn::SaturatedSub(lower, step);
+      upper = hn::SaturatedSub(upper, step);
+    }
+    return entries;
+  }
+
+ private:
+  static constexpr size_t kPart = 16;
+  static constexpr size_t kHalf = 128;
+
+  HWY_INLINE hn::Vec<RowBytes> entriesOf(size_t part,
+                                         hn::Vec<hn::RebindToSigned<RowBytes>> index) const {
+    const RowBytes d;
+    auto local = hn::BitCast(d, index);
+#if !HWY_ARCH_X86 || HWY_TARGET == HWY_EMU128
+    // x86 minds the low four bits and the sign; NEON looks 0 up for 16 and above.
+    local = hn::And(local, hn::Set(d, uint8_t{0x8F}));
+#endif
+    return hn::TableLookupBytesOr0(hn::LoadDup128(d, parts_ + part), local);
+  }
+
+  alignas(64) uint8_t parts_[256];
+};
+
 void replace(const uint8_t* row, size_t width, const LevelTable& table, uint8_t* out) {
   int shift = 0;
   if (width >= 2 * table.size() && isShift(table, shift)) {
@@ -99,22 +150,12 @@ void replace(const uint8_t* row, size_t width, const LevelTable& table, uint8_t*
 #if HWY_TARGET != HWY_SSSE3 && HWY_TARGET != HWY_SSE4  // one look-up at a time is faster there
   const RowBytes d;
   const size_t lanes = hn::Lanes(d);
+  const PartedTable parts(table);
   for (; x + lanes <= width; x += lanes) {
-    // Sixteen look-ups of sixteen entries: the saturating addition sets the top
-    // bit of every index outside the part's range, which looks up 0. Of the others
-    // x86 minds the low four bits alone; NEON looks 0 up for 16 and above.
-    auto index = hn::LoadU(d, row + x);
-    auto result = hn::Zero(d);
-    for (size_t part = 0; part < 256; part += 16) {
-      const auto entries = hn::LoadDup128(d, table.data() + part);
-      auto local = hn::SaturatedAdd(index, hn::Set(d, uint8_t{0x70}));
-#if !HWY_ARCH_X86 || HWY_TARGET == HWY_EMU128
-      local = hn::And(local, hn::Set(d, uint8_t{0x8F}));
-#endif
-      result = hn::Or(result, hn::TableLookupBytesOr0(entries, local));
-      index = hn::Sub(index, hn::Set(d, uint8_t{16}));
-    }
-    hn::StoreU(result, d, out + x);
+    const auto levels = hn::LoadU(d, row + x);
+    const auto first = hn::Set(d, row[x]);
+    const bool flat = hn::AllTrue(d, hn::Eq(levels, first));  // as most of a drawing is
+    hn::StoreU(flat ? hn::Set(d, table[row[x]]) : parts.at(levels), d, out + x);
   }
 #endif
   for (; x < width; ++x) out[x] = table[row[x]];

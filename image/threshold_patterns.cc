@@ -47,9 +47,10 @@ constexpr std::array<uint8_t, 256> bayerTable() {
   return table;
 }
 
-// The look-up uses the order, 4, as its stride instead of the matrix's side, so
-// that a 4 x 4 pattern of the first 16 entries prints. It stays so. Levels above
-// the entry are white; the entries end at 240.
+// The matrix has a side of 16, but the look-up steps by its order, 4. So only the
+// first 16 entries count, as a 4 x 4 pattern. Queues in the field print this
+// pattern, so it must not change. Levels above the entry are white; the largest
+// entry is 240.
 constexpr ThresholdPattern bayerPattern() {
   constexpr std::array<uint8_t, 256> kTable = bayerTable();
   ThresholdPattern pattern = {};

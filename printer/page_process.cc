@@ -30,7 +30,7 @@ void copyIndices(const PaletteImage& image, uint8_t* dst, int32_t width, int32_t
     const int64_t rowStart = int64_t{y} * stride;
     for (int32_t x = 0; x < width; ++x) {
       const int64_t at = rowStart + x;
-      if (at < 0 || static_cast<uint64_t>(at) >= capacity) break;
+      if (at < 0 || static_cast<uint64_t>(at) >= capacity) break;  // GCOVR_EXCL_BR_LINE
       dst[at] = change(image.GetPixelIndex(x, y));
     }
   }

@@ -17,15 +17,15 @@ BUILD_PACKAGES=(
   "nlohmann-json3-dev|JSON reports of the drav tool"
   "libarchive-dev|support bundles of drav doctor"
   "libjpeg-dev|JPEG pictures that the drav tool reads"
+  "libexif-dev|which way up the photos are that the drav tool reads"
   "libcairo2-dev|contact sheets and test pages of the drav tool"
-  "pkg-config|tells the build where cairo is"
+  "pkg-config|tells the build where cairo and libexif are"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
   "cups|cupsfilter runs the converters of a print job without a scheduler"
   "cups-filters|the converters from PDF to raster"
   "ghostscript|draws the pages"
-  "python3|reads the log for the table"
 )
 # shellcheck disable=SC2034
 TEST_PACKAGES=(
@@ -34,6 +34,7 @@ TEST_PACKAGES=(
   "libc++-14-dev|second standard library, as on macOS"
   "libc++abi-14-dev|second standard library, as on macOS"
   "libclang-rt-14-dev|sanitizer run times"
+  "llvm-14|names functions in the sanitizers' reports, by which known leaks are told"
   "clang-format-14|formatter check"
   "clang-tidy-14|linter"
   "cppcheck|second linter, with a data-flow analysis of its own"
@@ -59,7 +60,7 @@ BROWSER_PACKAGES=(
 )
 # shellcheck disable=SC2034
 COVERAGE_PACKAGES=(
-  "llvm-14|llvm-profdata and llvm-cov"
+  "gcovr|reads the counts that gcc makes"
 )
 # shellcheck disable=SC2034
 BENCH_PACKAGES=(
@@ -85,6 +86,13 @@ PACKAGE_PACKAGES=(
   "iproute2|a loop-back interface for the clean root"
   "python3|runs the checks"
   "git|names the files to build from"
+)
+
+# shellcheck disable=SC2034
+FRESH_PACKAGES=(
+  "mmdebstrap|makes a clean root from the machine's own package sources"
+  "git|clones the tree into it"
+  "python3|runs the checks"
 )
 
 say() { printf '%s\n' "$*"; }
@@ -151,4 +159,17 @@ quiet_step() {
   fi
   rm -f "$log"
   return $status
+}
+
+# write_measured NAME TITLE COMMAND...: runs a command that measures, shows what it prints
+# and writes it into docs/measured/NAME.md. When it fails, the file stays as it was.
+write_measured() {
+  local file=docs/measured/$1.md title=$2
+  shift 2
+  printf '# %s\n\nWritten by scripts/%s.\n\n' "$title" "${0##*/}" >"$file.new"
+  if ! "$@" | tee -a "$file.new"; then
+    rm -f "$file.new"
+    fail "could not measure"
+  fi
+  mv "$file.new" "$file"
 }

@@ -52,8 +52,8 @@ struct BlurTaps {
   std::array<int16_t, kHalf + 1> coarse = {};  // symmetric: the first half and the centre
   std::array<int64_t, kHalf + 1> fine = {};
 
-  // coarse sum + bias has the byte above its kPointBits lowest bits, provided that
-  // those are lastSure or less: then no error within the bounds reaches another.
+  // (coarse sum + bias) >> kPointBits is the byte, if the kPointBits low bits are at
+  // most lastSure. With more, an error within the bounds could change the byte.
   int32_t bias = 0;
   int32_t lastSure = 0;
 };

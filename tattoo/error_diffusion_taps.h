@@ -12,7 +12,7 @@ struct StencilTap {
   float weight;
 };
 
-// In the order in which the shares are added. The sum, 0.940002, is meant.
+// In the order in which the shares are added. They sum to 0.940002 on purpose.
 inline constexpr std::array<StencilTap, 6> kStencilTaps = {{{1, 0, 0.505786F},
                                                             {2, 0, -0.052926F},
                                                             {-2, 1, 0.226194F},

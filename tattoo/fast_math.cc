@@ -9,7 +9,7 @@ constexpr int kMaxTerms = 20;
 constexpr uint32_t kMaxRounds = 1U << 25;
 
 // Bitwise, apart from the sign of zero: not-a-number counts as a repetition.
-bool repeats(float a, float b) { return a == b || (a != a && b != b); }
+bool repeats(float a, float b) { return a == b || (a != a && b != b); }  // GCOVR_EXCL_BR_LINE
 
 // First iterate from `start` on that the iteration comes back to, once it is
 // known to cycle with period `period`.
@@ -35,7 +35,7 @@ float iterate(float start, Step next) {
   float landmark = start;
   uint32_t sinceLandmark = 0;
   uint32_t landmarkLimit = 1;
-  for (uint32_t round = 0; round < kMaxRounds; ++round) {
+  for (uint32_t round = 0; round < kMaxRounds; ++round) {  // GCOVR_EXCL_BR_LINE
     const float n = next(y);
     if (myabs(n - y) < kTolerance) return y;
     y = n;
@@ -47,7 +47,7 @@ float iterate(float start, Step next) {
       sinceLandmark = 0;
     }
   }
-  return y;
+  return y;  // GCOVR_EXCL_LINE: no argument is known that comes here
 }
 
 // True for not-a-number and +infinity, on which no iteration would end.

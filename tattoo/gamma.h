@@ -10,8 +10,8 @@
 
 // The curve: levels below `pivot` follow (k / pivot)^gammaLow * pivot, levels
 // from it on ((k - pivot) / (255 - pivot))^gammaHigh * (255 - pivot) + pivot.
-// Entries are truncated, not rounded. A pivot of -1 is meant (every level takes
-// the upper piece); with a pivot of 255, entry 255 is 255.
+// Entries are truncated, not rounded. A pivot of -1 is valid: every level then takes
+// the upper piece. With a pivot of 255, entry 255 is 255.
 std::array<uint8_t, 256> piecewiseGammaTable(int32_t pivot, float gammaLow, float gammaHigh);
 
 // Applies the curve in place to a one-channel image.

@@ -65,8 +65,8 @@ QZImage& QZImage::operator=(const QZImage& other) {
 }
 
 QZImage::~QZImage() {
-  // Volatile: the record's end is part of its contract, and plain stores to an
-  // object whose life ends are removed by the optimiser.
+  // Volatile: the destructor promises to clear these fields, and the optimiser
+  // removes plain stores to an object that is about to die.
   const auto clear = [](int32_t& field) { *static_cast<volatile int32_t*>(&field) = 0; };
   clear(width);
   clear(height);

@@ -2,10 +2,10 @@
 // The unsharp mask of the stencils, row by row in vectors. For stencil_simd.cc,
 // which compiles it for every vector target.
 //
-// The plain sum of the blur is formed in double, rounded to single and then to a
-// byte. Here it is a sum of 16-bit products whose distance from the plain one is
-// bounded (see BlurTaps); where that leaves the byte open, about one sum in 600, a
-// 64-bit sum decides, and where that does not either, the plain one.
+// The plain blur sums in double, then rounds to single and to a byte. This one sums
+// 16-bit products; BlurTaps bounds the difference. For about one sum in 600 the
+// bound leaves two bytes possible. A 64-bit sum then decides, and if that is also
+// too close to call, the plain sum does.
 #if defined(TATTOO_SHARPENED_ROWS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef TATTOO_SHARPENED_ROWS_INL_H_
 #undef TATTOO_SHARPENED_ROWS_INL_H_
@@ -111,8 +111,8 @@ HWY_INLINE void blurRow(const TapAt& tapAt, size_t width, const BlurTaps& taps,
   const auto fraction = hn::Set(d32, (1 << kPointBits) - 1);
   const auto lastSure = hn::Set(d32, taps.lastSure);
   for (size_t x = 0; x < width; x += kVectors * lanes) {
-    BlurSums blur[kVectors];
-    for (size_t v = 0; v < kVectors; ++v) blur[v].sums = {bias, bias};
+    // A generated constructor would lack the target's attribute.
+    BlurSums blur[kVectors] = {{{bias, bias}}, {{bias, bias}}};
     HWY_UNROLL(3)
     for (size_t k = 0; k <= kHalf; k += 2) {
       HWY_UNROLL(2)

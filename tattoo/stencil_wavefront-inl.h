@@ -23,6 +23,7 @@
 #include "simd/rows.h"
 #include "simd/transpose-inl.h"
 #include "tattoo/error_diffusion_taps.h"
+#include "tattoo/faded_errors-inl.h"
 #include "tattoo/sharpened_rows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -33,7 +34,6 @@ namespace simd = drav_simd::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
-using Floats = hn::ScalableTag<float>;
 using FloatInts = hn::Rebind<int32_t, Floats>;
 using FloatBytes = hn::Rebind<uint8_t, Floats>;
 using FloatShorts = hn::Repartition<int16_t, Floats>;
@@ -44,22 +44,6 @@ static_assert(kLanes <= SharpenedRows::kRows);
 // The least lag with which what a row needs of the one above is ready before the step
 // that needs it: with 3 the newest error above would come from the step just before.
 constexpr size_t kLag = 4;
-
-// Tells whether arithmetic has met denormal numbers since it was last asked, from
-// the sticky flags of the SSE unit. A hint that costs nothing per step: results do
-// not depend on it. Elsewhere such numbers cost nothing to speak of.
-struct DustTrap {
-#if HWY_ARCH_X86
-  static constexpr unsigned kFlags = 0x0002U | 0x0010U;  // denormal operand, underflow
-  static bool sprung() {
-    const bool sprung = (_mm_getcsr() & kFlags) != 0;
-    if (sprung) _mm_setcsr(_mm_getcsr() & ~kFlags);
-    return sprung;
-  }
-#else
-  static bool sprung() { return false; }
-#endif
-};
 
 class StencilWavefront {
  public:
@@ -158,22 +142,6 @@ class StencilWavefront {
     carried = hn::Add(share(sources[3], kStencilTaps[2].weight), carried);
     carried = hn::Add(share(sources[4], kStencilTaps[1].weight), carried);
     return hn::Add(share(sources[5], kStencilTaps[0].weight), carried);
-  }
-
-  // On blank paper the errors of distant ink fade into denormal numbers and never
-  // out of them (half of the smallest rounds to itself), and processors that trap to
-  // microcode for products of those would spend most of a page's time there. The
-  // product of two singles has 48 bits at most and an exponent far within double's:
-  // it is exact in double, and the one rounding to single is the one that the single
-  // product does, denormal results included. Conversions do not trap.
-  HWY_INLINE static V fadedShare(V source, float weight) {
-    const Floats d;
-    const hn::Repartition<double, Floats> dd;
-    const hn::Rebind<float, decltype(dd)> half;
-    const auto factor = hn::Set(dd, static_cast<double>(weight));
-    const auto lower = hn::Mul(hn::PromoteTo(dd, hn::LowerHalf(half, source)), factor);
-    const auto upper = hn::Mul(hn::PromoteTo(dd, hn::UpperHalf(half, source)), factor);
-    return hn::Combine(d, hn::DemoteTo(half, upper), hn::DemoteTo(half, lower));
   }
 
   // A white pixel is charged (1 - spread) * -255, with a spread of kDotSpread for each
@@ -341,14 +309,15 @@ class StencilWavefront {
   }
 
   // Lane i of step s is column s - kLag * i: rows become lanes, and lanes rows.
+  using Lanes = hn::FixedTag<uint8_t, kLanes>;
   void toLanes(size_t from, uint8_t* pixels) {
     for (size_t s = 0; s < kRun; s += simd::kTile) {
-      simd::transposeTile(rowOf(0) + from + s, rowBytes_ - kLag, pixels + s * kLanes, kLanes);
+      simd::rowsToLanes(Lanes(), rowOf(0) + from + s, rowBytes_ - kLag, pixels + s * kLanes);
     }
   }
   void toRows(size_t from, const uint8_t* pixels) {
     for (size_t s = 0; s < kRun; s += simd::kTile) {
-      simd::transposeTile(pixels + s * kLanes, kLanes, rowOf(0) + from + s, rowBytes_ - kLag);
+      simd::lanesToRows(Lanes(), pixels + s * kLanes, rowOf(0) + from + s, rowBytes_ - kLag);
     }
   }
 

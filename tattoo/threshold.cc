@@ -17,21 +17,22 @@ constexpr int32_t kNoSolution = 128;
 }  // namespace
 
 void countLevels(const uint8_t* pixels, size_t size, LevelHistogram& histogram) {
-  // Four counters a level: runs of one level must not wait for their own count.
-  std::array<std::array<int32_t, kLevels>, 4> counts = {};
-  size_t i = 0;
-  for (; i + 8 <= size; i += 8) {
-    uint64_t eight = 0;
-    std::memcpy(&eight, pixels + i, sizeof eight);
-    if (eight == std::rotl(eight, 8)) {  // of one level, as most of a drawing is
-      counts[0][eight & 0xFFU] += 8;
+  constexpr size_t kGroup = 16;  // levels
+  // Eight counters a level: neighbours of one level must not wait for each other's count.
+  std::array<std::array<int32_t, kLevels>, 8> counts = {};
+  const size_t whole = size - size % kGroup;
+  for (size_t i = 0; i < whole; i += kGroup) {
+    std::array<uint64_t, kGroup / sizeof(uint64_t)> words;
+    std::memcpy(words.data(), pixels + i, sizeof words);
+    if (words[0] == words[1] && words[0] == std::rotl(words[0], 8)) {
+      counts[0][words[0] & 0xFFU] += static_cast<int32_t>(kGroup);  // as most of a drawing is
       continue;
     }
-    for (size_t k = 0; k < 8; ++k) ++counts[k % 4][(eight >> (8 * k)) & 0xFFU];
+    for (size_t k = 0; k < kGroup; ++k) ++counts[k % counts.size()][pixels[i + k]];
   }
-  for (; i < size; ++i) ++counts[0][pixels[i]];
+  for (size_t i = whole; i < size; ++i) ++histogram[pixels[i]];
   for (size_t k = 0; k < kLevels; ++k) {
-    histogram[k] += counts[0][k] + counts[1][k] + counts[2][k] + counts[3][k];
+    for (const auto& count : counts) histogram[k] += count[k];
   }
 }
 

@@ -5,32 +5,41 @@
 junit_totals.py FILE          prints "passed failed skipped"; fails on no test at all
 junit_totals.py --skips FILE  prints a line for each skipped test
 """
+import re
 import sys
 import xml.etree.ElementTree as ElementTree
 
+SKIPPED, PASSED = ("notrun", "disabled", "skipped"), "run"
+# What the Python programs print for each of their own tests that they skip.
+INNER_SKIP = re.compile(r"^SKIPPED: (\w+\.\w+): ", re.MULTILINE)
+
+
+class Case:
+    def __init__(self, element):
+        self.name = element.get("name")
+        self.skipped = element.get("status") in SKIPPED
+        self.failed = not self.skipped and element.get("status") != PASSED
+        inner = INNER_SKIP.findall(element.findtext("system-out") or "")
+        # The tests that are skipped, one of a program that ran included.
+        self.skips = [self.name] if self.skipped else [f"{self.name}: {test}" for test in inner]
+
 
 def cases(path):
-    for case in ElementTree.parse(path).getroot().iter("testcase"):
-        yield case.get("name"), case.get("status")
-
-
-def skipped(status):
-    return status in ("notrun", "disabled", "skipped")
+    return [Case(element) for element in ElementTree.parse(path).getroot().iter("testcase")]
 
 
 def main(arguments):
     if arguments[:1] == ["--skips"]:
         for path in arguments[1:]:
-            for name, status in cases(path):
-                if skipped(status):
-                    print(f"skipped: {name}")
+            for case in cases(path):
+                for skip in case.skips:
+                    print(f"skipped: {skip}")
         return 0
-    statuses = [status for path in arguments for _, status in cases(path)]
-    if not statuses:
+    found = [case for path in arguments for case in cases(path)]
+    if not found:
         return 1
-    skips = sum(map(skipped, statuses))
-    passes = statuses.count("run")
-    print(passes, len(statuses) - passes - skips, skips)
+    skips, failures = (sum(getattr(case, what) for case in found) for what in ("skipped", "failed"))
+    print(len(found) - failures - skips, failures, skips)
     return 0
 
 

@@ -24,9 +24,9 @@ for neighbour in ("e2e", "e2e_tools"):
 
 # pylint: disable=wrong-import-position
 import cups_raster  # noqa: E402
+import harness  # noqa: E402
 import pictures  # noqa: E402
 
-SKIPPED = 77
 HALFTONES = ("None", "FloydSteinberg", "Ordered", "Burkes", "Stucki", "JarvisJudiceNinke",
              "Sierra", "StevensonArce", "Tattoo", "Tattoo_X8")
 BRIGHTNESSES = ("-20", "10")
@@ -36,7 +36,7 @@ NO_NETWORK = ("ENOTFOUND", "EAI_AGAIN", "ECONNREFUSED", "ECONNRESET", "ETIMEDOUT
 
 def skip(reason: str) -> NoReturn:
     print(f"SKIPPED: browser_proof: {reason}", flush=True)
-    sys.exit(SKIPPED)
+    sys.exit(harness.SKIPPED)
 
 
 def find_programs() -> dict[str, str]:
@@ -138,7 +138,8 @@ def main() -> None:
     programs = find_programs()
     folder.mkdir(parents=True, exist_ok=True)
     install_driver(programs["npm"], folder)
-    with tempfile.TemporaryDirectory(prefix="drav-browser-") as scratch:
+    with (harness.no_process_left(),
+          tempfile.TemporaryDirectory(prefix="drav-browser-") as scratch):
         maker = Maker(drav, pathlib.Path(scratch))
         # The large one holds the combinations next to the job's, the small one all.
         config = {"chromium": programs["chromium"], "folder": str(folder),

@@ -15,6 +15,7 @@ import driver_file
 import escpos_stream
 import expected
 import fake_printer
+import harness
 import private_cups
 import private_network
 import private_spool
@@ -59,7 +60,7 @@ class CupsCase(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls) -> None:
-        if not private_spool.is_private():
+        if not private_spool.is_ready():
             raise RuntimeError("the test program must be run as a program")
         cls.cups = private_cups.PrivateCups(variable("DRAV_FILTER"), variable("DRAV_DRIVER"))
         cls.addClassCleanup(cls.cups.stop)
@@ -160,7 +161,7 @@ class CupsCase(unittest.TestCase):
 def clear_pictures() -> None:
     """The filter leaves two pictures a page in the scratch spool."""
     if private_spool.SPOOL.is_dir():
-        for path in private_spool.SPOOL.iterdir():
+        for path in private_spool.own_files():
             path.unlink(missing_ok=True)
 
 
@@ -169,14 +170,10 @@ def main() -> None:
     missing = private_cups.missing_part()
     if missing:
         print(f"SKIPPED: no private scheduler on this machine: {missing}", flush=True)
-        sys.exit(private_spool.SKIPPED)
+        sys.exit(harness.SKIPPED)
     for name in VARIABLES:
         if not os.environ.get(name):
             sys.exit(f"{name} is not set")
     private_spool.enter()
-    try:
-        private_network.enter()
-    except OSError as error:
-        print(f"SKIPPED: no network namespace on this machine: {error}", flush=True)
-        sys.exit(private_spool.SKIPPED)
-    private_spool.run_tests()
+    private_network.enter()
+    harness.run_tests()

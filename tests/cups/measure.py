@@ -156,7 +156,7 @@ class Bench:
             sent = printer.wait_jobs(done)[-1]
             self.cups.wait_job(job, *ipp.ENDED)
             columns.append(watch.stop())
-            pictures = sum(path.stat().st_size for path in private_spool.SPOOL.iterdir())
+            pictures = sum(path.stat().st_size for path in private_spool.own_files())
             sizes.append((document.stat().st_size, len(sent.data), pictures))
             cups_case.clear_pictures()
         print("| Peak memory, MiB | Receipt | A4 stencil | A4 photo |\n|---|---|---|---|")

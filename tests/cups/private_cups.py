@@ -6,7 +6,6 @@ data files, which are linked to, and the program cupsd, which is copied so that
 a security profile bound to its path does not apply. It listens on a socket file
 alone and announces nothing.
 """
-import ctypes
 import grp
 import os
 import pathlib
@@ -28,7 +27,6 @@ SYSTEM_DATA = pathlib.Path("/usr/share/cups")
 TIMEOUT = 60.0
 SPOOLER = "lp"  # user and group that filters run as
 
-_PR_SET_PDEATHSIG = 1
 _PARTS = ("etc/ppd", "etc/ssl", "lib/filter", "lib/backend", "share", "spool/tmp", "cache",
           "state/certs", "log", "tap", "sbin", "doc")
 
@@ -104,11 +102,6 @@ def missing_part() -> str:
 
 def find_program(name: str) -> str | None:
     return shutil.which(name, path=os.environ.get("PATH", "") + ":/usr/sbin:/sbin")
-
-
-def _end_with_parent() -> None:
-    """A scheduler never outlives its test program, however that one ends."""
-    ctypes.CDLL(None, use_errno=True).prctl(_PR_SET_PDEATHSIG, signal.SIGKILL)
 
 
 class PrivateCups:
@@ -189,7 +182,7 @@ class PrivateCups:
         self._process = subprocess.Popen(
             [str(self.root / "sbin/cupsd"), "-f", "-c", str(self.root / "etc/cupsd.conf"),
              "-s", str(self.root / "etc/cups-files.conf")],
-            env=environment, stdin=subprocess.DEVNULL, preexec_fn=_end_with_parent)
+            env=environment, stdin=subprocess.DEVNULL)
         self.wait(self._answers, "the scheduler to answer")
 
     def _answers(self) -> bool:

@@ -9,6 +9,7 @@ import escpos_stream
 import expected
 import ipp
 import private_cups
+import private_network
 from cups_case import CupsCase, Queue
 
 # Whatever could fire at a job's or a page's end is switched on.
@@ -84,6 +85,7 @@ class CancelTest(CupsCase):
             return bytes(received.data)
         return b""
 
+    @private_network.needs_small_buffers
     def test_at_ten_moments(self) -> None:
         options = {**RECEIPT, **PERIPHERALS, "pageCutType": "1", "docCutType": "2"}
         whole, settings = self.whole_stream(options)

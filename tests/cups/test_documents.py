@@ -42,7 +42,7 @@ class DocumentsTest(CupsCase):
         cups_case.clear_pictures()
         document = documents.marked_pdf(self.folder / "mark.pdf", 80, 200, 1)
         self.print_and_check(self.queue(), document, RECEIPT)
-        pictures = sorted(private_spool.SPOOL.iterdir())
+        pictures = sorted(private_spool.own_files())
         self.assertEqual([path.name.partition("_")[0] for path in pictures],
                          ["dithered", "origin"])
         for path in pictures:

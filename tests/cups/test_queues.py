@@ -10,6 +10,7 @@ import driver_file
 import escpos_stream
 import expected
 import ipp
+import private_network
 from cups_case import CupsCase, Options, Queue
 
 SMALL_PAGE = {"PageSize": driver_file.SMALL}
@@ -99,6 +100,7 @@ class QueuesTest(CupsCase):
         self.assertEqual(escpos_stream.decode(bytes(first.data)).names()[-2:],
                          ["page feed", "partial cut"])
 
+    @private_network.needs_small_buffers
     def test_hold_while_printing(self) -> None:
         queue, job, options = self.paused_job()
         self.cups.run("lp", "-i", str(job), "-H", "hold")
@@ -109,6 +111,7 @@ class QueuesTest(CupsCase):
         self.cups.run("lp", "-i", str(job), "-H", "resume")
         self.assert_stopped_then_whole(queue, job, options)
 
+    @private_network.needs_small_buffers
     def test_queue_stopped_while_printing(self) -> None:
         queue, job, options = self.paused_job()
         self.cups.run("cupsdisable", queue.name)

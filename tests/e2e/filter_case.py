@@ -21,6 +21,7 @@ from collections.abc import Callable, Mapping, Sequence
 
 import cups_raster
 import escpos_stream
+import harness
 import ppd_text
 import private_spool
 
@@ -98,7 +99,7 @@ class FilterCase(unittest.TestCase):
     maxDiff = 4000
 
     def setUp(self) -> None:
-        if not private_spool.is_private():
+        if not private_spool.is_ready():
             self.fail("the test program must be run as a program")
         folder = tempfile.mkdtemp(prefix="drav-e2e-")
         self.addCleanup(shutil.rmtree, folder)
@@ -106,8 +107,7 @@ class FilterCase(unittest.TestCase):
         self.clear_spool()
 
     def clear_spool(self) -> None:
-        for path in SPOOL.iterdir():
-            path.unlink()
+        private_spool.clear()
 
     def write(self, name: str, content: bytes | str) -> pathlib.Path:
         path = self.folder / name
@@ -184,7 +184,7 @@ class FilterCase(unittest.TestCase):
     def pictures(self) -> dict[int, pathlib.Path]:
         """The picture files by their counters."""
         out: dict[int, pathlib.Path] = {}
-        for path in SPOOL.iterdir():
+        for path in private_spool.own_files():
             found = re.fullmatch(r"(?:origin|dithered)_\d+-\d+-\d+_\d+_\d+_\d+_(\d+)\.bmp",
                                  path.name)
             if found is None:
@@ -283,7 +283,7 @@ class RunningFilter:
 
 
 def main() -> None:
-    """Runs the tests of the calling program in a mount namespace of its own."""
+    """Runs the tests of the calling program, with a spool for them alone."""
     filter_path()
     private_spool.enter()
-    private_spool.run_tests()
+    harness.run_tests()

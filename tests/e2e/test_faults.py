@@ -31,6 +31,7 @@ class FailingOutputTest(FilterCase):
                 with open("/dev/full", "wb") as full:
                     self.assert_given_up(self.run_filter(raster, stdout=full.fileno()))
 
+    @private_spool.needs_mounts
     def test_disk_that_fills_up_in_a_later_page(self) -> None:
         disk = self.folder / "disk"
         disk.mkdir()

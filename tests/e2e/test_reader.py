@@ -144,6 +144,7 @@ class FullOutputTest(ReaderCase):
                 self.assertTrue(self.record.startswith(self.take_record()))
         self.assert_quick(seconds)
 
+    @private_spool.needs_mounts
     def test_disk_that_fills_up(self) -> None:
         disk = self.folder / "disk"
         disk.mkdir()

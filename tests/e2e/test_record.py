@@ -151,6 +151,7 @@ class RecordTest(FilterCase):
         self.assertEqual((self.folder / "target").read_bytes(), b"precious")
         self.assertFalse((self.folder / "missing").exists())
 
+    @private_spool.needs_mounts
     def test_full_disk(self) -> None:
         page = cups_raster.grey([b"\xff" * 800] * 96)  # 9,608 bytes of band
         bands = filter_case.band(100, b"\xff" * 9600)
@@ -169,6 +170,7 @@ class RecordTest(FilterCase):
                 [record] = self.records()
                 self.assertTrue((bands * 3).startswith(record.read_bytes()))
 
+    @private_spool.needs_mounts
     def test_disk_that_fills_up_at_the_end(self) -> None:
         disk = self.folder / "disk"
         disk.mkdir()

@@ -3,8 +3,8 @@
 
     test_....py DRAV FILTER PPD VERSION [unittest arguments]
 
-The filter leaves pictures in the spool, so these programs run in a mount namespace
-with a scratch folder over it.
+The filter leaves pictures in the spool, so these programs run with a scratch folder over
+it, or take turns.
 """
 import contextlib
 import os
@@ -19,6 +19,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "e2e"))
 
 # pylint: disable=wrong-import-position
 import escpos_stream  # noqa: E402
+import harness  # noqa: E402
 import pictures  # noqa: E402
 import private_spool  # noqa: E402
 
@@ -50,7 +51,7 @@ def pages_of(stream: bytes) -> list[list[bytes]]:
 
 def filter_pages(raster: bytes, options: str = "", ppd: str = "") -> list[list[bytes]]:
     """What the filter itself sends for a raster stream."""
-    if not private_spool.is_private():
+    if not private_spool.is_ready():
         raise RuntimeError("the filter must not run outside the scratch spool")
     environment = {**os.environ, "PPD": ppd or PPD}
     done = subprocess.run(["queue", "1", "me", "title", "1", options], executable=FILTER,
@@ -149,4 +150,4 @@ def main() -> None:
     private_spool.enter()
     DRAV, FILTER, PPD = (os.path.abspath(path) for path in sys.argv[1:4])
     VERSION = sys.argv[4]
-    private_spool.run_tests(sys.argv[:1] + sys.argv[5:])
+    harness.run_tests(sys.argv[:1] + sys.argv[5:])

@@ -11,13 +11,22 @@ import shutil
 import tempfile
 import time
 
-SKIPPED = 77
 CONVERTERS = ("pdftopdf", "gstoraster", "imagetoraster", "texttopdf")
+OTHER_PPD = """*PPD-Adobe: "4.3"
+*cupsFilter: "application/vnd.cups-raster 0 rastertoother"
+"""
+# What the scheduler goes by, the cheapest first.
+RULES = """# Converters
+application/vnd.cups-pdf application/vnd.cups-raster 100 pdftoraster
+application/vnd.cups-pdf application/vnd.cups-raster 99 gstoraster
+application/vnd.cups-pdf image/pwg-raster 1 pdftopwg
+"""
+MODEL = "MakeModel Drav Stencil A4 300 dpi, 3.13.34\n"
 PRINTERS = """# Printer configuration file for CUPS v2.4.2
 NextPrinterId 3
 <DefaultPrinter {queue}>
 PrinterId 1
-Info {info}
+{make_model}Info {info}
 Location {location}
 DeviceURI {uri}
 State {state}
@@ -27,7 +36,7 @@ ErrorPolicy retry-job
 </DefaultPrinter>
 <Printer other>
 PrinterId 2
-DeviceURI usb://Else/Where
+DeviceURI socket://192.0.2.11/
 State Idle
 Accepting Yes
 </Printer>
@@ -68,11 +77,13 @@ class StagedRoot:
         self._copy(filter_program, self.filter, 0o755)
         self._copy(driver, self.driver, 0o644)
         self._copy(ppd, self.ppd, 0o640)
+        self.write(self.ppd.with_name("other.ppd"), OTHER_PPD, 0o640)
         for name in CONVERTERS:
             self.write(self.filter.parent / name, "#!/bin/sh\n", 0o755)
         for name in ("socket", "usb", "serial", "parallel", "ipp"):
             self.write(self.server_bin / "backend" / name, "#!/bin/sh\n", 0o744)
         self.write(self.at("/usr/bin/gs"), "#!/bin/sh\n", 0o755)
+        self.rules = self.write(self.at(driver_dir).parent / "mime" / "filters.convs", RULES)
         self.write(self.at("/dev/ttyS0"), "", 0o660)
         self.write(self.at("/etc/os-release"), "NAME=Staged\n", 0o644)
         self.write(self.log, log_line("Scheduler started", "I"), 0o640)
@@ -97,10 +108,19 @@ class StagedRoot:
 
     def printers(self, *, queue: str = "stencil", uri: str = "socket://192.0.2.10/?snmp=false",
                  state: str = "Idle", accepting: str = "Yes", info: str = "", location: str = "",
-                 more: str = "") -> None:
+                 make_model: str = MODEL, more: str = "") -> None:
         self.write(self.at("/etc/cups/printers.conf"),
                    PRINTERS.format(queue=queue, uri=uri, state=state, accepting=accepting,
-                                   info=info, location=location, more=more), 0o600)
+                                   info=info, location=location, make_model=make_model,
+                                   more=more), 0o600)
+
+    def usb_printer(self, device: str = "1-2", printer_class: str = "07") -> None:
+        """A USB device as Linux lists it: its words, and an interface for printing."""
+        folder = self.at("/sys/bus/usb/devices")
+        for part, text in (("manufacturer", "Drav"), ("product", "Stencil"), ("serial", "S1")):
+            self.write(folder / device / part, text + "\n")
+        self.write(folder / f"{device}:1.0" / "bInterfaceClass", "03\n")
+        self.write(folder / f"{device}:1.1" / "bInterfaceClass", printer_class + "\n")
 
     def edit_ppd(self, old: str, new: str) -> None:
         text = self.ppd.read_text(encoding="latin-1")

@@ -13,6 +13,8 @@ import tempfile
 import time
 import unittest
 
+import harness
+
 PROGRAMS = {}
 VERSION = ""
 HOUR, DAY = 3600, 86400
@@ -169,9 +171,7 @@ class CleanTest(unittest.TestCase):
             self.put(PICTURES[0])
             self.put(PICTURES[1])
             self.folder.chmod(0o555)
-            self.base.chmod(0o755)
-            more = {"user": 65534, "group": 65534, "extra_groups": []} if os.geteuid() == 0 else {}
-            result = self.run_clean(command, **more)
+            result = self.run_clean(command, preexec_fn=harness.without_privileges)
             self.folder.chmod(0o755)
             self.assert_failed(result, "Permission denied (2 not removed)")
             self.assertEqual(result.stdout, "removed 0 pictures\n")
@@ -239,4 +239,4 @@ if __name__ == "__main__":
     PROGRAMS["drav"] = [os.path.abspath(sys.argv[1]), "doctor", "--clean"]
     PROGRAMS["drav-clean"] = [os.path.abspath(sys.argv[2])]
     VERSION = sys.argv[3]
-    unittest.main(argv=sys.argv[:1] + sys.argv[4:])
+    harness.run_tests(sys.argv[:1] + sys.argv[4:])

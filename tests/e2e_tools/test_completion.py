@@ -5,6 +5,7 @@
     test_completion.py DRAV
 """
 import fcntl
+import http.server
 import os
 import pathlib
 import pty
@@ -17,8 +18,11 @@ import subprocess
 import sys
 import tempfile
 import termios
+import threading
 import time
 import unittest
+
+import harness
 
 DRAV = ""
 
@@ -41,6 +45,44 @@ def commands():
     return re.findall(r"(?m)^  ([a-z][a-z-]*)", listed)
 
 
+class Scheduler:
+    """Stands in for a scheduler that has queues of these names."""
+
+    def __init__(self, *names):
+        def text(tag, name, value):
+            return (struct.pack(">BH", tag, len(name)) + name + struct.pack(">H", len(value)) +
+                    value)
+
+        attributes = (b"\1" + text(0x47, b"attributes-charset", b"utf-8") +
+                      text(0x48, b"attributes-natural-language", b"en") +
+                      b"".join(b"\4" + text(0x42, b"printer-name", name.encode())
+                               for name in names) + b"\3")
+
+        class Answer(http.server.BaseHTTPRequestHandler):
+            protocol_version = "HTTP/1.1"
+
+            def do_POST(self):
+                request = self.rfile.read(int(self.headers["Content-Length"]))
+                body = b"\2\0\0\0" + request[4:8] + attributes
+                self.send_response(200)
+                self.send_header("Content-Type", "application/ipp")
+                self.send_header("Content-Length", str(len(body)))
+                self.end_headers()
+                self.wfile.write(body)
+
+            def log_message(self, *_):
+                pass
+
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Answer)
+        self.server.daemon_threads = True
+        self.address = f"127.0.0.1:{self.server.server_address[1]}"
+        threading.Thread(target=self.server.serve_forever, daemon=True).start()
+
+    def end(self):
+        self.server.shutdown()
+        self.server.server_close()
+
+
 class CompletionCase(unittest.TestCase):
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="drav-completion-"))
@@ -48,17 +90,21 @@ class CompletionCase(unittest.TestCase):
         self.script = self.folder / "_drav"
         (self.folder / "file.bin").touch()
         self.trap = self.folder / "trap"
-        lpstat = self.folder / "lpstat"
-        lpstat.write_text("#!/bin/sh\nprintf '%s\\n' stencil receipt "
-                          f"'$(touch${{IFS}}{self.trap})'\n", encoding="utf-8")
-        lpstat.chmod(0o755)
+        (self.folder / "drav").symlink_to(DRAV)
+        scheduler = Scheduler("stencil", "receipt", "$(touch${IFS}trap)")
+        self.addCleanup(scheduler.end)
         self.environment = {"PATH": f"{self.folder}:/usr/bin:/bin", "HOME": str(self.folder),
-                            "LC_ALL": "C.UTF-8", "TERM": "xterm"}
+                            "LC_ALL": "C.UTF-8", "TERM": "xterm",
+                            "CUPS_SERVER": scheduler.address}
 
     def write_script(self, shell):
         result = run(DRAV, "completion", shell)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         self.script.write_text(result.stdout, encoding="utf-8")
+
+    def setting(self, name, start):
+        """A line that ends inside the value of a job option."""
+        return f"drav proof -o {name}={start}"
 
     def check_all(self, complete):
         """`complete` gives what a shell offers for a line."""
@@ -78,12 +124,22 @@ class CompletionCase(unittest.TestCase):
             self.assertIn(queue, complete("drav doctor "))
         for shell in ("bash", "zsh", "fish"):
             self.assertIn(shell, complete("drav completion "))
+        for line, wanted in (("drav sheet --model dravr", ("dravr582", "dravr802")),
+                             ("drav proof -o Hal", ("HalftoneType=",)),
+                             (self.setting("HalftoneType", "S"), ("Stucki", "Sierra")),
+                             (self.setting("Brightness", "-4"), ("-40",))):
+            offered = complete(line)
+            for word in wanted:
+                self.assertIn(word, offered if isinstance(offered, str) else " ".join(offered))
         self.assertIn("file.bin", complete("drav doctor --bundle fi"))
         self.assertIn("file.bin", complete("drav render fi"))
         self.assertFalse(self.trap.exists(), "a queue's name was run")
 
 
 class BashTest(CompletionCase):
+    def setting(self, name, start):
+        return f"drav proof -o {name} = {start}"  # the words that bash makes of it
+
     def complete(self, line):
         *words, last = line.split(" ")
         listed = " ".join(f"'{word}'" for word in (*words, last))
@@ -177,6 +233,34 @@ class ZshTest(CompletionCase):
         self.check_all(self.complete)
 
 
+class WordsTest(CompletionCase):
+    """What the scripts ask the program for."""
+
+    def words(self, kind, **more):
+        done = run(DRAV, "completion", "--words", kind, env={**self.environment, **more})
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        return done.stdout.splitlines()
+
+    def test_queues(self):
+        self.assertEqual(self.words("queues"), ["$(touch${IFS}trap)", "receipt", "stencil"])
+
+    def test_no_scheduler_is_no_trouble(self):
+        start = time.monotonic()
+        self.assertEqual(self.words("queues", CUPS_SERVER="127.0.0.1:1"), [])
+        self.assertEqual(self.words("queues", CUPS_SERVER=f"{self.folder}/no.sock"), [])
+        self.assertLess(time.monotonic() - start, 10)
+
+    def test_options(self):
+        names = self.words("options")
+        self.assertGreaterEqual(set(names), {"HalftoneType=", "Brightness=", "PageSize="})
+        self.assertEqual(len(names), len(set(names)))
+        self.assertIn("Stucki", self.words("HalftoneType="))
+        self.assertIn("HalftoneType=Stucki", self.words("settings"))
+        # A choice that only the receipt printers have, and one that only the other has.
+        self.assertGreaterEqual(set(self.words("PageSize=")), {"X48MMY200MM", "A4"})
+        self.assertEqual(self.words("nonsense"), [])
+
+
 class UsageTest(unittest.TestCase):
     def test_unknown_shell(self):
         for arguments in (("csh",), (), ("bash", "zsh")):
@@ -187,4 +271,4 @@ class UsageTest(unittest.TestCase):
 
 if __name__ == "__main__":
     DRAV = os.path.abspath(sys.argv[1])
-    unittest.main(argv=sys.argv[:1] + sys.argv[2:])
+    harness.run_tests(sys.argv[:1] + sys.argv[2:])

@@ -129,7 +129,13 @@ class CommandsTest(InspectCase):
         stream = job(pale_rows(300, 300))
         printer = self.report(stream, "--ppd", PPD)["printer"]
         self.assertEqual(printer, {"dpiAcross": 300, "dpiAlong": 300, "unitsPerInch": 300,
-                                   "linesPerInch": 6, "headBytes": 300})
+                                   "linesPerInch": 6, "headBytes": 300, "dpiAssumed": False})
+        receipt = job(pale_rows(48, 203))
+        for options in ((), ("--model", "dravr582"), ("--dpi", "203")):
+            document = self.report(receipt, *options)
+            self.assertEqual(document["printer"]["dpiAssumed"], not options)
+            self.assertEqual(document["totals"]["pictureMm"], 25.4)
+        self.assertTrue(self.report(stream)["printer"]["dpiAssumed"])
         totals = self.report(stream, "--dpi", 200, "--units-per-inch", 400)["totals"]
         self.assertEqual((totals["pictureMm"], totals["feedMm"]), (38.1, 10.16))
 

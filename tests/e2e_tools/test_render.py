@@ -19,6 +19,8 @@ import threading
 import unittest
 import zlib
 
+import harness
+
 DRAV = ""
 VERSION = ""
 NOBODY = 65534
@@ -205,9 +207,27 @@ class RenderTest(unittest.TestCase):
     def test_cut_streams(self):
         good = START + page(noise_rows(12, 20, 10))
         start = len(START)
-        for end in (start + 1, start + 7, start + 8, start + 9, start + 207):
+        for end in (start + 1, start + 7, start + 8, start + 9, start + 17):
             self.check_bad(good[:end], f"offset {start}: the stream ends inside")
-        self.check_bad(good[:-1], f"offset {len(good) - 3}: the stream ends inside ESC J")
+
+    def test_whole_rows_of_a_cut_job_are_drawn(self):
+        rows = noise_rows(12, 20, 150)
+        good = START + page(rows)
+        second = len(START) + 8 + 96 * 20
+        for end, missing, drawn in ((second + 8 + 45, "GS v 0, which takes 1088 bytes", 98),
+                                    (second + 8 + 19, "GS v 0, which takes 1088 bytes", 96),
+                                    (second + 3, "a command, after 1D 76 30", 96),
+                                    (len(good) - 1, "ESC J, which takes 3 bytes", 150)):
+            self.job.write_bytes(good[:end])
+            at = len(good) - 3 if drawn == 150 else second
+            for more, word in (((), "dots"), (("--paper", "--dpi", "300"), "mm of paper")):
+                self.out.unlink(missing_ok=True)
+                done = self.run_drav("render", self.job, self.out, *more)
+                self.assertEqual(done.returncode, 1, done.stderr)
+                self.assertIn(word, done.stdout.decode())
+                self.assertRegex(done.stderr.decode(), r"\Adrav: note: the job is cut off, and its whole rows "
+                                 rf"are drawn: offset {at}: the stream ends inside {missing}[^\n]*\n\Z")
+                self.assertEqual(read_png(self.out.read_bytes())[1][:150], rows[:drawn])
 
     def test_files_of_other_kinds(self):
         for stream in (b"%PDF-1.7\n", b"\x89PNG\r\n\x1a\n", b"\x7fELF", b"3SaR" + bytes(1796)):
@@ -296,4 +316,4 @@ class RenderTest(unittest.TestCase):
 
 if __name__ == "__main__":
     DRAV, VERSION = os.path.abspath(sys.argv[1]), sys.argv[2]
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
+    harness.run_tests(sys.argv[:1] + sys.argv[3:])

@@ -131,7 +131,8 @@ class SheetTest(DravCase):
         for width, height in ((8, 3), (384, 30), (40, 900)):
             rows = [bytes((x * 5 + y) % 256 for x in range(width)) for y in range(height)]
             self.page = self.write("p.ras", cups_raster.stream([cups_raster.grey(rows)]))
-            self.run_well("sheet", self.page, "--over", "halftone", "--crop", "99", "99", "-O",
+            last = f"{(height - 1) * 25.4 / 300:.2f}"  # too low for a whole part
+            self.run_well("sheet", self.page, "--over", "halftone", "--crop", "0", last, "-O",
                           self.out / "s.png")
             dots = self.dots("HalftoneType=Burkes")
             part = unpack(dots, 0, max(0, height - CROP_HEIGHT), width, CROP_HEIGHT)
@@ -197,6 +198,9 @@ class SheetTest(DravCase):
         self.assert_failed(self.run_drav("sheet", self.write("n", b"\0\1\2" * 99), "-O", out),
                            "is no document of a kind")
         self.assert_failed(self.run_drav("sheet", self.page, "--crop", "x", "2", "-O", out))
+        for x, y in (("500", "0"), ("0", "500"), ("nan", "0"), ("0", "inf")):
+            self.assert_failed(self.run_drav("sheet", self.page, "--crop", x, y, "-O", out),
+                               "--crop lies outside of the page, which is ", " mm; a whole part")
         self.assert_failed(self.run_drav("sheet", self.page, "--over", "density", "-O", out))
         text = pathlib.Path(drav_case.PPD).read_bytes().splitlines(True)
         ppd = self.write("plain.ppd", b"".join(

@@ -13,6 +13,7 @@ import tempfile
 import unittest
 from typing import Any
 
+import harness
 from test_render import page
 
 DRAV = os.environ.get("DRAV_TOOL", "")
@@ -57,4 +58,4 @@ def main() -> None:
     """Runs the tests of the calling program."""
     if not DRAV or not PPD:
         sys.exit("DRAV_TOOL and DRAV_PPD do not name the program and the driver file")
-    unittest.main(module="__main__")
+    harness.run_tests(sys.argv)

@@ -17,6 +17,8 @@ import sys
 import tempfile
 import unittest
 
+import harness
+
 ARGUMENTS = argparse.Namespace()
 # The command line's library prints numbers with std::to_string, which hands
 # vsnprintf on by its address.
@@ -153,8 +155,8 @@ def main() -> None:
     _, rest = parser.parse_known_args(namespace=ARGUMENTS)
     if shutil.which("readelf") is None or shutil.which("objdump") is None:
         print("SKIPPED: readelf and objdump (binutils) are not installed")
-        sys.exit(77)
-    unittest.main(argv=[sys.argv[0], *rest])
+        sys.exit(harness.SKIPPED)
+    harness.run_tests([sys.argv[0], *rest])
 
 
 if __name__ == "__main__":

@@ -10,7 +10,11 @@ import tempfile
 import unittest
 
 import cups_models
+import harness
 import staged
+
+sys.path.insert(0, str(staged.SOURCE / "tests" / "support"))
+import markdown_links  # noqa: E402  pylint: disable=wrong-import-position
 
 ARGUMENTS = argparse.Namespace()
 
@@ -78,6 +82,21 @@ class InstallTest(StagedTest):
         os.chown(installed, 65534, 65534)
         self.install()
         self.assertEqual((installed.stat().st_uid, installed.stat().st_gid), (0, 0))
+
+    def test_links_of_the_guides_stay_in_their_folder(self):
+        """As they are installed, and as the Debian package has them."""
+        for options, folder in (((), f"{ARGUMENTS.prefix}/share/doc/drav"),
+                                (("--component", "driver_debian", "--prefix", "/usr"),
+                                 "/usr/share/doc/printer-driver-drav")):
+            self.install(*options)
+            documents = self.stage / folder.lstrip("/")
+            found = sorted(documents.glob("*.md"))
+            for name in staged.guides():
+                self.assertTrue((documents / name).exists(), name)
+            self.assertEqual([fault for document in found
+                              for fault in markdown_links.broken(document, documents)], [])
+            # A link that led out of the folder has become the name of what it led to.
+            self.assertNotIn("](../", "".join(path.read_text(encoding="utf-8") for path in found))
 
     def test_the_clearing_job_runs_the_installed_program(self):
         if not ARGUMENTS.with_clean:
@@ -175,7 +194,7 @@ def main() -> None:
     parser.add_argument("--with-clean", action="store_true")
     parser.add_argument("--with-completions", action="store_true")
     parser.parse_args(namespace=ARGUMENTS)
-    unittest.main(argv=sys.argv[:1], verbosity=1)
+    harness.run_tests()
 
 
 if __name__ == "__main__":

@@ -13,6 +13,7 @@ import sys
 import tempfile
 import unittest
 
+import harness
 import staged
 
 ARGUMENTS = argparse.Namespace()
@@ -83,7 +84,7 @@ def main() -> None:
     parser.add_argument("--with-clean", action="store_true")
     parser.add_argument("--with-completions", action="store_true")
     parser.parse_args(namespace=ARGUMENTS)
-    unittest.main(argv=sys.argv[:1], verbosity=1)
+    harness.run_tests()
 
 
 if __name__ == "__main__":

@@ -9,6 +9,7 @@ import subprocess
 import sys
 import unittest
 
+import harness
 import staged
 
 ARGUMENTS = argparse.Namespace()
@@ -69,8 +70,8 @@ def main() -> None:
     parser.parse_args(namespace=ARGUMENTS)
     if not shutil.which("mandoc"):
         print("SKIPPED: mandoc is not installed")
-        sys.exit(77)
-    unittest.main(argv=sys.argv[:1], verbosity=1)
+        sys.exit(harness.SKIPPED)
+    harness.run_tests()
 
 
 if __name__ == "__main__":

@@ -13,17 +13,15 @@ import sys
 import tempfile
 import unittest
 
+import harness
+import label_words
 import libcups
-from ppd_file import (HALFTONES, LANGUAGES, MOST_GROUP_BYTES, MOST_TEXT_BYTES, PpdFile,
+from ppd_file import (LANGUAGES, MOST_GROUP_BYTES, MOST_TEXT_BYTES, NAMED_SIZES, PpdFile,
                       read_folder)
 
 SOURCE = pathlib.Path(sys.argv[1])
 FOLDER = pathlib.Path(sys.argv[2])
 SHOW_LABELS = "--labels"  # this program's own mode, in which it prints what libcups shows
-# Words of the method's name that every language keeps.
-METHODS = {"FloydSteinberg": "4x4", "StevensonArce": "Bayer", "Ordered": "Burkes",
-           "Burkes": "Stucki", "Stucki": "Jarvis", "JarvisJudiceNinke": "Sierra",
-           "Sierra": "Stevenson", "Tattoo_X8": "X8"}
 
 
 def read_catalogue(text: str) -> dict[str, str]:
@@ -151,12 +149,40 @@ class FileTest(unittest.TestCase):
                 for label in labels:
                     self.assertLessEqual(len(label.encode()), MOST_TEXT_BYTES, f"{name}: {label}")
 
-    def test_halftone_labels_say_what_runs_in_every_language(self) -> None:
+    def test_labels_say_what_their_choices_do_in_every_language(self) -> None:
+        self.assertEqual(label_words.LANGUAGES, ("en", *LANGUAGES))
         for name, ppd in self.files.items():
             for language in LANGUAGES:
-                for choice, (label, _) in ppd.choices("HalftoneType", language).items():
-                    self.assertIn(METHODS.get(choice, ""), label, f"{name} {language}")
+                faults = [fault for option in label_words.CHOICES
+                          for choice, (label, _) in ppd.choices(option, language).items()
+                          for fault in label_words.choice_faults(option, choice, label, language)]
+                labels = self.translations(ppd, language)
+                for option in label_words.OPTION_LABELS:
+                    faults += label_words.option_faults(option, labels[option], language)
+                self.assertEqual(faults, [], name)
+                for label, _ in ppd.choices("HalftoneType", language).values():
                     self.assertRegex(label, r" \(.+\)$|（.+）$")
+
+    def test_papers_are_called_by_their_sizes_in_every_language(self) -> None:
+        for name, ppd in self.files.items():
+            for language in ("", *LANGUAGES):
+                for choice, (label, _) in ppd.choices("PageSize", language).items():
+                    with self.subTest(f"{name} {language} {choice}"):
+                        self.assert_names_size(choice, label)
+
+    def assert_names_size(self, choice: str, label: str) -> None:
+        size = re.fullmatch(r"X(\d+)MMY(\d+)MM", choice)
+        told = re.search(r"(\d+)(?: mm)? x (\d+) (mm|m)\b", label)
+        if size is None:
+            self.assertIn(choice, NAMED_SIZES)
+            self.assertIn({"Letter": ""}.get(choice, choice.removeprefix("Tattoo_")), label)
+            if told is None:
+                return
+            wanted = NAMED_SIZES[choice]
+        else:
+            wanted = int(size[1]), int(size[2])
+        assert told is not None, label
+        self.assertEqual((int(told[1]), int(told[2]) * (1000 if told[3] == "m" else 1)), wanted)
 
     @unittest.skipUnless(libcups.is_there(), "no libcups to load")
     def test_libcups_shows_them(self) -> None:
@@ -164,8 +190,9 @@ class FileTest(unittest.TestCase):
             shown = subprocess.run(
                 [sys.executable, __file__, str(SOURCE), str(FOLDER), SHOW_LABELS], check=True,
                 capture_output=True, encoding="utf-8",
-                env={"PATH": os.environ["PATH"], "LANG": f"{language}.UTF-8",
-                     "PYTHONIOENCODING": "utf-8", "PYTHONDONTWRITEBYTECODE": "1"}).stdout
+                env={"PATH": os.environ["PATH"], "PYTHONPATH": os.environ["PYTHONPATH"],
+                     "LANG": f"{language}.UTF-8", "PYTHONIOENCODING": "utf-8",
+                     "PYTHONDONTWRITEBYTECODE": "1"}).stdout
             wanted = "".join(f"{name} {choice} {label}\n"
                              for name, ppd in self.files.items()
                              for choice, (label, _) in ppd.choices("HalftoneType",
@@ -186,5 +213,4 @@ if __name__ == "__main__":
     if sys.argv[3:] == [SHOW_LABELS]:
         show_labels()
     else:
-        assert set(METHODS) < set(HALFTONES)
-        unittest.main(argv=sys.argv[:1])
+        harness.run_tests()

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The options of the built PPD files: names, labels, defaults, constraints, presets.
 
-    test_options.py FOLDER-OF-PPD-FILES
+    test_options.py FOLDER-OF-PPD-FILES OPTIONS-DOCUMENT
 """
 import functools
 import itertools
@@ -13,10 +13,14 @@ import unittest
 from collections.abc import Callable
 from typing import Any
 
+import harness
+import label_words
 import libcups
+import options_document
 from ppd_file import HALFTONES, INSTALLABLE, MODELS, OPTIONS, PpdFile, defaults, read_folder
 
 FOLDER = pathlib.Path(sys.argv[1])
+DOCUMENT = pathlib.Path(sys.argv[2])
 # What cannot be on before the part is installed.
 NEEDS = {
     "OptionCutter": {"pageCutType": ("1", "2"), "docCutType": ("1", "2")},
@@ -38,6 +42,11 @@ def every_model(test: Callable[[Any, str, PpdFile], None]) -> Callable[[Any], No
             with self.subTest(name):
                 test(self, name, ppd)
     return run
+
+
+def heading(text: str) -> str:
+    """What a label or a row of the document says before it explains."""
+    return re.split(r"[.:(]", text)[0].strip()
 
 
 class OptionsTest(unittest.TestCase):
@@ -66,6 +75,43 @@ class OptionsTest(unittest.TestCase):
                     self.assertEqual(code, "", f"{option} {choice}")
             labels = {label for label, _ in choices.values()}
             self.assertEqual(len(labels), len(choices), option)
+
+    @every_model
+    def test_labels_say_what_their_choices_do(self, _name: str, ppd: PpdFile) -> None:
+        faults = [fault for option, choices in label_words.CHOICES.items()
+                  for choice, (label, _) in ppd.choices(option).items()
+                  for fault in label_words.choice_faults(option, choice, label, "en")]
+        faults += [fault for option, label in ppd.options().items()
+                   if option in label_words.OPTION_LABELS
+                   for fault in label_words.option_faults(option, label, "en")]
+        self.assertEqual(faults, [])
+
+    def test_the_words_are_those_of_every_option(self) -> None:
+        self.assertEqual({option: set(choices) for option, choices in label_words.CHOICES.items()},
+                         {option: choices for option, (choices, _) in OPTIONS.items()}
+                         | {option: {"True", "False"} for option in INSTALLABLE})
+        self.assertEqual(set(label_words.OPTION_LABELS), set(label_words.CHOICES))
+
+    @every_model
+    def test_labels_are_those_of_the_document(self, _name: str, ppd: PpdFile) -> None:
+        """Whose rows are held to the bytes and moments of real jobs by ppd_sent_bytes."""
+        rows = options_document.table_rows(DOCUMENT.read_text(encoding="utf-8"))
+        seen = set()
+        for row in rows:
+            label = ppd.choices(row.option)[row.choice][0]
+            ideas = label_words.CHOICES[row.option][row.choice]
+            moments = ideas & {"job start", "job end", "before each page", "after each page"}
+            self.assertLessEqual(moments, {row.when}, f"{row.option} {row.choice}")
+            if not row.meaning or row.option in INSTALLABLE:  # there it says what needs the part
+                continue
+            seen.add(row.option)
+            if row.option == "HalftoneType":
+                told = re.sub(r": ([^.]*)(\. .*)?$", r" (\1)", row.meaning)
+                self.assertEqual(told, label, row.choice)
+            else:
+                self.assertEqual(heading(row.meaning).lower(), heading(label).lower(),
+                                 f"{row.option} {row.choice}")
+        self.assertEqual(seen, set(OPTIONS) - {"PrintDensity", "BuzzerOnTime", "BuzzerRepeat"})
 
     @every_model
     def test_halftone_labels_say_what_runs(self, _name: str, ppd: PpdFile) -> None:
@@ -178,4 +224,4 @@ class MarkedOptionsTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    harness.run_tests()

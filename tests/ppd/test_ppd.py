@@ -16,6 +16,7 @@ import sys
 import tempfile
 import unittest
 
+import harness
 from ppd_file import LANGUAGES, MODELS, NAMED_SIZES, PpdFile, read_folder
 
 ARGUMENTS = argparse.Namespace()
@@ -25,8 +26,8 @@ KNOWN_WARNING = re.compile(r'Size "[A-Za-z0-9_]+" should be the Adobe standard n
 
 
 def skip(reason: str) -> None:
-    print(f"skipped: {reason}")
-    sys.exit(77)
+    print(f"SKIPPED: {reason}")
+    sys.exit(harness.SKIPPED)
 
 
 class StageTest(unittest.TestCase):
@@ -260,7 +261,7 @@ def main() -> None:
             skip(f"{tool} is not installed")
     ARGUMENTS.serverbin = cups_folder("serverbin")
     ARGUMENTS.datadir = cups_folder("datadir")
-    unittest.main(argv=sys.argv[:1], verbosity=1)
+    harness.run_tests()
 
 
 if __name__ == "__main__":

@@ -5,7 +5,6 @@ DRAV_OPTIONS_DOCUMENT and DRAV_PPDS name the document and the folder of the buil
 files; the whole-program tests are in PYTHONPATH.
 """
 import collections
-import dataclasses
 import os
 import pathlib
 import re
@@ -13,13 +12,13 @@ import re
 import cups_raster
 import escpos_stream
 import filter_case
+from options_document import table_rows
 from ppd_file import INSTALLABLE, MODELS, OPTIONS, PpdFile, defaults, read_folder
 
 DOCUMENT = pathlib.Path(os.environ["DRAV_OPTIONS_DOCUMENT"])
 FOLDER = pathlib.Path(os.environ["DRAV_PPDS"])
 MODEL = "dravr802.ppd"  # the options are the same in all files
 RASTER = cups_raster.stream([filter_case.DOTS_PAGE] * 2)
-HEAD = "| Option | Choice |"
 
 # Where the bytes of a two-page job's option stand: before the first page's bands,
 # between the two pages', after the second's.
@@ -34,39 +33,6 @@ CONTEXT = {
     "with the logo below": ("DocBottomLogoID=1", "after each page"),
 }
 OFF = "docCutType=0"  # beneath every job here
-
-
-@dataclasses.dataclass(frozen=True)
-class Row:
-    """One choice of the tables; `sent` is hexadecimal, "nothing" or "picture"."""
-
-    option: str
-    choice: str
-    sent: str
-    when: str
-
-
-def choices_of(cell: str) -> list[str]:
-    """`1`, `2` or `1` to `9`."""
-    span = re.fullmatch(r"`(\d+)` to `(\d+)`", cell)
-    if span:
-        return [str(number) for number in range(int(span[1]), int(span[2]) + 1)]
-    return re.findall(r"`([^`]+)`", cell)
-
-
-def table_rows(text: str) -> list[Row]:
-    rows = []
-    inside = False
-    for line in text.splitlines():
-        inside = line.startswith(HEAD) or inside and line.startswith("|")
-        if not inside or line.startswith((HEAD, "|---")):
-            continue
-        option, choice, _, sent, when = (cell.strip() for cell in line.strip("|").split("|"))
-        for name in choices_of(choice):
-            value = f"{int(name):02X}" if name.isdecimal() else ""
-            rows.append(Row(option.strip("`"), name,
-                            sent.strip("`").replace("nn", value).replace(" ", ""), when))
-    return rows
 
 
 class SentBytesTest(filter_case.FilterCase):

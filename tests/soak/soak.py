@@ -10,6 +10,7 @@ of the plain model, DRAV_FILTER_TEST the in-process tests.
 """
 import argparse
 import collections
+import contextlib
 import datetime
 import functools
 import os
@@ -27,6 +28,7 @@ from typing import NamedTuple
 
 import cups_raster
 import escpos_stream
+import harness
 import ppd_text
 import private_spool
 
@@ -86,8 +88,7 @@ def descriptors_of(pid: int) -> int:
 
 
 def clear_spool() -> None:
-    for path in SPOOL.iterdir():
-        path.unlink()
+    private_spool.clear()
 
 
 def mib(kib: int) -> str:
@@ -365,7 +366,9 @@ def main() -> int:
     print("| Job | How much | Seconds | Resident memory | Result |")
     print("|---|---|---:|---|---|", flush=True)
     # Both pictures of the largest page, 293 MB each, and some more.
-    with private_spool.scratch_memory(SPOOL, "mode=1777,size=1g"):
+    memory = (private_spool.scratch_memory(SPOOL, "mode=1777,size=1g")
+              if private_spool.may_mount() else contextlib.nullcontext())
+    with harness.no_process_left(), memory:
         with tempfile.TemporaryDirectory(prefix="drav-soak-") as folder:
             return report(Soak(pathlib.Path(folder), quick))
 

@@ -4,11 +4,15 @@
 #include <cstdio>
 #include <iostream>
 
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 int failCommand(const std::string& text) {
   (void)std::fprintf(stderr, "drav: %s\n", printablePath(text).c_str());
   return kExitFailed;
+}
+
+void printNote(const std::string& text) {
+  (void)std::fprintf(stderr, "drav: note: %s\n", printablePath(text).c_str());
 }
 
 int endCommand(int status) {

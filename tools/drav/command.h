@@ -30,6 +30,9 @@ struct Command {
 // visible, and returns kExitFailed.
 int failCommand(const std::string& text);
 
+// Prints "drav: note: <text>" in the same way.
+void printNote(const std::string& text);
+
 // Flushes standard output: kExitFailed with its line when it cannot be written,
 // else `status`.
 int endCommand(int status);

@@ -3,6 +3,7 @@
 // the steps of vector code.
 #include "image/halftone_rows.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <new>
@@ -113,6 +114,49 @@ TEST_P(HalftoneRows, MatchTheModelOnEveryPattern) {
     for (const long method : kMethods) {
       expectModel(picture, method);
       if (HasFatalFailure()) return;
+    }
+  }
+}
+
+// Strokes here and there on blank paper: much of it receives no error and is not
+// computed. Light strokes, whose errors end soon, and dark ones.
+TEST_P(HalftoneRows, MatchTheModelOnMostlyBlankPages) {
+  for (const int width : {63, 64, 65, 190, 700}) {
+    for (uint64_t seed = 0; seed < 4; ++seed) {
+      SCOPED_TRACE(testing::Message() << "seed " << seed);
+      model::Random random(seed * 31 + static_cast<uint64_t>(width));
+      model::Grey picture = model::makeGrey(width, 150, 0);
+      for (int stroke = 0; stroke < 2 + width / 60; ++stroke) {
+        const auto x = static_cast<int>(random.below(static_cast<uint32_t>(width)));
+        const auto y = static_cast<int>(random.below(150));
+        const auto level = static_cast<uint8_t>(random.below(seed % 2 == 0 ? 60 : 256));
+        for (int i = x; i < std::min(width, x + 40); ++i) picture.set(i, y, level);
+      }
+      for (const long method : kMethods) {
+        expectModel(picture, method);
+        if (HasFatalFailure()) return;
+      }
+    }
+  }
+}
+
+// A stroke whose errors cross the corner of blank paper into ink to its lower right, at
+// the columns and rows at which vector code takes its next turn.
+TEST_P(HalftoneRows, MatchTheModelWhereErrorsCrossBlankPaper) {
+  for (const int corner : {64, 128, 192}) {
+    for (int level = 1; level < 256; level += 6) {
+      model::Grey picture = model::makeGrey(260, 70, 0);
+      for (int y = 26; y < 40; ++y) {
+        const bool above = y < 32;
+        for (int x = above ? corner - 30 : corner; x < (above ? corner : 250); ++x) {
+          picture.set(x, y, static_cast<uint8_t>(above ? 120 : level));
+        }
+      }
+      SCOPED_TRACE(testing::Message() << "level " << level);
+      for (const long method : kMethods) {
+        expectModel(picture, method);
+        if (HasFatalFailure()) return;
+      }
     }
   }
 }

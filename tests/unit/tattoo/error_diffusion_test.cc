@@ -219,7 +219,8 @@ TEST(FadedErrors, ProductInDoubleRoundedOnceIsTheSingleProduct) {
     for (uint32_t bits = 0; bits < kEnd; bits += bits < kLeastNormal + 1024 ? 1 : 509) {
       const auto error = std::bit_cast<float>(bits);
       const float single = error * tap.weight;
-      const auto once = static_cast<float>(static_cast<double>(error) * double{tap.weight});
+      const auto once =
+          static_cast<float>(static_cast<double>(error) * static_cast<double>(tap.weight));
       ASSERT_EQ(std::bit_cast<uint32_t>(once), std::bit_cast<uint32_t>(single))
           << bits << " * " << tap.weight;
     }

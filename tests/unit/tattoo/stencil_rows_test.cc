@@ -165,6 +165,22 @@ TEST_P(StencilRows, MatchTheModelOnPaperOfOneLevel) {
   }
 }
 
+// The errors of ink above reach ink below through rows of blank paper that lie between
+// them and that have nothing to their left.
+TEST_P(StencilRows, MatchTheModelWhereErrorsCrossBlankPaper) {
+  for (uint64_t seed = 0; seed < 6; ++seed) {
+    model::Random random(seed + 11);
+    model::Grey picture = model::makeGrey(1200, 70, 0);
+    for (int y = 0; y < 70; ++y) {
+      if (y > 10 && y < 37) continue;
+      for (int x = 500; x < 760; ++x) picture.set(x, y, random.byte());
+    }
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    expectModel(picture, 128);
+    if (HasFatalFailure()) return;
+  }
+}
+
 // Flat strips that end some columns before the last, in blocks of 64 columns.
 TEST_P(StencilRows, MatchTheModelWhereTheLevelChangesBesideTheRightEdge) {
   for (int width = 129; width <= 140; ++width) {

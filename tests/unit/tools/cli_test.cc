@@ -70,6 +70,19 @@ TEST(Cli, WrongUsageIsStatusTwoAndOneLine) {
     expectFailure(run(arguments));
 }
 
+TEST(Cli, AnUnknownCommandIsNamedWithTheNearest) {
+  Result result = run({"prof", "x"});
+  expectFailure(result);
+  EXPECT_EQ(result.err,
+            "drav: there is no command prof; the nearest is proof (drav --help tells more)\n");
+  result = run({"zzz"});
+  expectFailure(result);
+  EXPECT_EQ(result.err, "drav: there is no command zzz (drav --help tells more)\n");
+  result = run({"--nonsense"});
+  expectFailure(result);
+  EXPECT_EQ(result.err, "drav: there is no option --nonsense (drav --help tells more)\n");
+}
+
 TEST(Cli, RendersAJob) {
   const TempFolder folder;
   writeFile(folder.file("job"), hex("1D 76 30 00 01 00 01 00 FF"));

@@ -77,6 +77,41 @@ TEST(DriverFile, ChoicesThatItLacksAreNoted) {
               StartsWith("Brightness has no choice \"7\", the filter takes 0; choices are -40, "));
 }
 
+TEST(DriverFile, OptionsThatNobodyKnowsAreNotedWithTheNearest) {
+  DriverFile driver;
+  std::string error;
+  ASSERT_TRUE(driver.open({"", "", {"Halftone=Stucki", "Colour=no", "fit-to-pag"}}, error));
+  EXPECT_THAT(driver.notes(),
+              testing::UnorderedElementsAre(
+                  "there is no option Halftone, neither in the driver file nor in CUPS; the "
+                  "nearest is HalftoneType",
+                  "there is no option Colour, neither in the driver file nor in CUPS",
+                  "there is no option fit-to-pag, neither in the driver file nor in CUPS; the "
+                  "nearest is fit-to-page"));
+}
+
+TEST(DriverFile, OptionsOfCupsPassWithoutANote) {
+  DriverFile driver;
+  std::string error;
+  ASSERT_TRUE(driver.open(
+      {"",
+       "",
+       {"media=A4", "fit-to-page", "copies=2", "print-quality=5", "job-hold-until=night",
+        "JOB-sheets=none", "number-up=2", "sides=one-sided", "orientation-requested=4", "landscape",
+        "page-ranges=1-2", "finishings=3", "media-col={}", "cpi=12", "collate=true"}},
+      error));
+  EXPECT_THAT(driver.notes(), IsEmpty());
+}
+
+TEST(DriverFile, AChoiceIsNotedWithTheNearest) {
+  DriverFile driver;
+  std::string error;
+  ASSERT_TRUE(driver.open({"", "", {"HalftoneType=Stuki"}}, error));
+  ASSERT_EQ(driver.notes().size(), 1U);
+  EXPECT_THAT(driver.notes()[0], StartsWith("HalftoneType has no choice \"Stuki\", "));
+  EXPECT_THAT(driver.notes()[0], testing::EndsWith("; the nearest is Stucki"));
+}
+
 TEST(DriverFile, ResolutionsOfTwoNumbers) {
   const TempFolder folder;
   PpdBuilder()

@@ -164,6 +164,26 @@ TEST(Inspect, UnitsAndResolutionAreNamed) {
               HasSubstr("1/6 inch; the height of logos is not known\n"));
 }
 
+// 20 rows as wide as the head of the receipt printer of 58 mm and 203 dpi, and of none.
+TEST(Inspect, AnAssumedResolutionIsToldAndTakenFromTheWidthOfTheHead) {
+  InspectOptions options;
+  options.printer.isAssumed = true;
+  std::vector<uint8_t> job = hex("1B 40 1D 76 30 00 30 00 14 00");
+  job.resize(job.size() + size_t{48} * 20, 0x11);
+  job.push_back(0x1B);
+  job.push_back(0x4A);
+  job.push_back(203);
+  EXPECT_THAT(inspect(job, options).text,
+              HasSubstr("paper     27.9 mm: picture 2.5 mm at 203 dpi, feeds 25.4 mm with a unit of"
+                        " 1/203 inch and a line of 1/6 inch\n"
+                        "            203 dpi assumed, since the rows are as wide as the head of "
+                        "dravr582; --dpi, --model or --ppd says it\n"));
+  EXPECT_EQ(inspectJson(job, options)["printer"]["dpiAlong"], 203);
+  EXPECT_EQ(inspectJson(job, options)["printer"]["dpiAssumed"], true);
+  EXPECT_THAT(inspect(wholeJob(), options).text,
+              HasSubstr("\n            300 dpi assumed; --dpi, --model or --ppd says it\n"));
+}
+
 TEST(Inspect, AFileNameStaysOnItsLine) {
   InspectOptions options;
   options.name = "a\nb";
@@ -180,7 +200,7 @@ TEST(InspectJson, HasEveryCommand) {
   EXPECT_EQ(document["kind"], "job");
   EXPECT_EQ(document["bytes"], 515);
   EXPECT_EQ(document["printer"], json::parse(R"({"dpiAcross": 300, "dpiAlong": 300,
-      "unitsPerInch": 300.0, "linesPerInch": 6.0, "headBytes": null})"));
+      "dpiAssumed": false, "unitsPerInch": 300.0, "linesPerInch": 6.0, "headBytes": null})"));
   EXPECT_EQ(document["status"], 0);
   const json& commands = document["commands"];
   ASSERT_EQ(commands.size(), 14U);  // four line feeds are one entry

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Names, progress, scratch files, interruptions and child processes.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -34,6 +35,10 @@ TEST(OutputName, IsMadeFromTheInputs) {
   EXPECT_EQ(insertBeforeEnding("d.x/out", "-2"), "d.x/out-2");
   EXPECT_EQ(insertBeforeEnding("d.x/out.png", "-2"), "d.x/out-2.png");
   EXPECT_EQ(insertBeforeEnding(".png", "-2"), ".png-2");
+  EXPECT_EQ(pageName("a.png", 3, 9), "a-3.png");
+  EXPECT_EQ(pageName("a.png", 3, 10), "a-03.png");
+  EXPECT_EQ(pageName("a.png", 10, 10), "a-10.png");
+  EXPECT_EQ(pageName("d.x/a", 7, 1234), "d.x/a-0007");
   EXPECT_EQ(endingOf("a/B.PNG"), ".png");
   EXPECT_EQ(endingOf("a.d/b"), "");
 }
@@ -245,6 +250,46 @@ TEST_F(ChildProcessTest, DeafProgramsAndTheirOffspringAreKilled) {
   EXPECT_NE(::kill(offspring, 0), 0);
 }
 
+// How many descriptors of this process are open.
+int openDescriptors() {
+  int count = 0;
+  for (int descriptor = 0; descriptor < 1024; ++descriptor)
+    if (::fcntl(descriptor, F_GETFD) >= 0) ++count;
+  return count;
+}
+
+// A grandchild in a session of its own, which nothing kills, holds the other ends.
+TEST_F(ChildProcessTest, NoDescriptorIsLeftWhileAGrandchildHoldsTheOtherEnd) {
+  const TempFolder folder;
+  const std::string note = folder.file("note");
+  const auto endGrandchild = [&note] {
+    const Bytes written = readFile(note);
+    (void)::kill(std::stoi(std::string(written.begin(), written.end())), SIGKILL);
+  };
+  const int before = openDescriptors();
+  for (const char* const ending : {"exit 0", "exit 3", "kill -KILL $$"}) {
+    ASSERT_TRUE(child_.start(
+        shell("setsid sleep 1000 > /dev/null & echo $! > " + note + "; echo err >&2; " + ending),
+        error_));
+    EXPECT_EQ(child_.finish(), ending == std::string("exit 0")) << child_.failure();
+    EXPECT_EQ(child_.messages(), "err\n");
+    EXPECT_EQ(openDescriptors(), before) << ending;
+    endGrandchild();
+  }
+  ASSERT_TRUE(
+      child_.start(shell("setsid sleep 1000 & echo $! > " + note + "; echo ready; wait"), error_));
+  std::array<uint8_t, 16> buffer{};
+  ASSERT_GT(child_.read(buffer.data(), buffer.size()), 0);
+  child_.kill();
+  EXPECT_EQ(openDescriptors(), before) << "killed";
+  endGrandchild();
+  ChildCommand missing;
+  missing.program = "/no/such/program";
+  missing.input = "never read";
+  EXPECT_FALSE(child_.start(missing, error_));
+  EXPECT_EQ(openDescriptors(), before) << "not started";
+}
+
 TEST_F(ChildProcessTest, LimitsHold) {
   const TempFolder folder;
   ChildCommand command = shell("head -c 100000 /dev/zero > " + folder.file("big"));
@@ -286,6 +331,7 @@ TEST(FindProgram, VariableComesFirst) {
   EXPECT_EQ(findProgram("sh", "DRAV_TEST_PROGRAM"), "/x/y");
   const ScopedEnv empty("DRAV_TEST_PROGRAM", "");
   EXPECT_EQ(findProgram("sh", "DRAV_TEST_PROGRAM"), "");
+  EXPECT_THAT(findProgram("sh"), MatchesRegex("/.*/sh"));
 }
 
 }  // namespace

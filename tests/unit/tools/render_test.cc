@@ -113,7 +113,8 @@ TEST(Render, ErrorsNameTheFileToBlame) {
   std::string error;
   RenderExtent extent;
   const auto render = [&](const char* job, const char* out) {
-    return renderFile(folder.file(job), folder.file(out), {}, extent, error);
+    RenderOptions options;
+    return renderFile(folder.file(job), folder.file(out), options, extent, error);
   };
   writeFile(folder.file("bad"), hex("58"));
   EXPECT_FALSE(render("bad", "a.png"));

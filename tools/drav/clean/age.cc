@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/drav/clean/age.h"
 
-#include <array>
 #include <charconv>
-#include <cstdio>
 
 namespace {
 
@@ -37,18 +35,4 @@ bool parseAge(std::string_view text, int64_t& seconds, std::string& error) {
   }
   seconds = count * one;
   return true;
-}
-
-std::string sizeText(uint64_t bytes) {
-  if (bytes < 1000) return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
-  constexpr std::array kUnits = {"kB", "MB", "GB", "TB", "PB", "EB"};
-  double size = static_cast<double>(bytes) / 1000;
-  size_t unit = 0;
-  while (size >= 999.95 && unit + 1 < kUnits.size()) {
-    size /= 1000;
-    ++unit;
-  }
-  std::array<char, 32> text = {};
-  (void)std::snprintf(text.data(), text.size(), "%.1f %s", size, kUnits[unit]);
-  return text.data();
 }

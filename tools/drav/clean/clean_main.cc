@@ -10,7 +10,7 @@
 
 #include "tools/drav/clean/age.h"
 #include "tools/drav/clean/picture_folder.h"
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 
 #include "tools/drav/clean/age.h"
 #include "tools/drav/clean/picture_name.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/drav/completion/completion.h"
 
+#include "tools/drav/io/text.h"
+
 namespace {
 
 constexpr const char* kNotice = "# Made by the program itself; do not edit.\n";
-constexpr const char* kQueues = "lpstat -e 2>/dev/null";
 
 // `text` with a backslash before each of `letters`.
 std::string escaped(const std::string& text, const std::string& letters) {
@@ -16,15 +17,9 @@ std::string escaped(const std::string& text, const std::string& letters) {
   return result;
 }
 
-// In single quotes of bash and zsh.
-std::string quoted(const std::string& text) {
-  std::string result(1, '\'');
-  for (const char letter : text) {
-    if (letter == '\'') result.append("'\\'");
-    result.push_back(letter);
-  }
-  result.push_back('\'');
-  return result;
+// The shell command that prints the words of this kind; `kind` is shell code.
+std::string asked(const CompletedProgram& program, const std::string& kind) {
+  return program.name + " completion --words " + kind + " 2>/dev/null";
 }
 
 void addWord(std::string& words, const std::string& word, const char* between) {
@@ -51,27 +46,33 @@ std::string commandNames(const CompletedProgram& program, const char* between) {
 }
 
 // Statements that put what a value can be into the list `words`.
-std::string bashWords(const CompletedValue& value) {
+std::string bashWords(const CompletedProgram& program, const CompletedValue& value) {
   if (value.kind == CompletedValue::Kind::kQueue)
-    return std::string("mapfile -t words < <(") + kQueues + ")";
+    return "mapfile -t words < <(" + asked(program, "queues") + ")";
+  if (value.kind == CompletedValue::Kind::kJobOption)
+    return "mapfile -t words < <(" + asked(program, "\"${name:-options}\"") +
+           "); [[ $name ]] || compopt -o nospace 2>/dev/null";
   if (value.kind == CompletedValue::Kind::kWord) return "words=(" + joined(value.words, " ") + ")";
   return "return";  // files, by the default of bash
 }
 
-std::string bashCase(const CompletedCommand& command) {
+std::string bashCase(const CompletedProgram& program, const CompletedCommand& command) {
   std::string text = "    " + command.name + ")\n      case $previous in\n";
   for (const CompletedOption& option : command.options)
     if (option.value.kind != CompletedValue::Kind::kNone)
-      text += "        " + joined(option.names, "|") + ") " + bashWords(option.value) + " ;;\n";
+      text += "        " + joined(option.names, "|") + ") " + bashWords(program, option.value) +
+              " ;;\n";
   text += "        *)\n          if [[ $current == -* ]]; then\n            words=(" +
           optionNames(command.options) + ")\n          else\n            " +
-          bashWords(command.argument) + "\n          fi\n          ;;\n      esac\n      ;;\n";
+          bashWords(program, command.argument) +
+          "\n          fi\n          ;;\n      esac\n      ;;\n";
   return text;
 }
 
 // The action of _arguments for a value.
 std::string zshAction(const CompletedValue& value, const std::string& function) {
   if (value.kind == CompletedValue::Kind::kQueue) return ":queue:" + function + "_queues";
+  if (value.kind == CompletedValue::Kind::kJobOption) return ":option:" + function + "_options";
   if (value.kind == CompletedValue::Kind::kWord) return ":word:(" + joined(value.words, " ") + ")";
   return ":file:_files";
 }
@@ -87,7 +88,7 @@ std::string zshOption(const CompletedOption& option, const std::string& function
     if (takesValue && isLong) entry += '=';
     entry += '[' + escaped(option.description, "[]\\") + ']';
     if (takesValue) entry += zshAction(option.value, function);
-    text += " \\\n        " + quoted(entry);
+    text += " \\\n        " + shellWord(entry);
   }
   return text;
 }
@@ -98,17 +99,22 @@ std::string zshOptions(const std::vector<CompletedOption>& options, const std::s
   return text;
 }
 
-std::string fishValue(const CompletedValue& value) {
-  if (value.kind == CompletedValue::Kind::kQueue) return std::string(" -f -a '(") + kQueues + ")'";
+std::string fishValue(const CompletedProgram& program, const CompletedValue& value) {
+  if (value.kind == CompletedValue::Kind::kQueue)
+    return " -f -a '(" + asked(program, "queues") + ")'";
+  if (value.kind == CompletedValue::Kind::kJobOption)
+    return " -f -a '(" + asked(program, "settings") + ")'";
   if (value.kind == CompletedValue::Kind::kWord) return " -f -a '" + joined(value.words, " ") + "'";
   return value.kind == CompletedValue::Kind::kFile ? " -F" : "";
 }
 
-std::string fishOption(const std::string& start, const CompletedOption& option) {
+std::string fishOption(const CompletedProgram& program, const std::string& start,
+                       const CompletedOption& option) {
   std::string text = start;
   for (const std::string& name : option.names)
     text += name.rfind("--", 0) == 0 ? " -l " + name.substr(2) : " -s " + name.substr(1);
-  if (option.value.kind != CompletedValue::Kind::kNone) text += " -r" + fishValue(option.value);
+  if (option.value.kind != CompletedValue::Kind::kNone)
+    text += " -r" + fishValue(program, option.value);
   return text + " -d '" + escaped(option.description, "'\\") + "'\n";
 }
 
@@ -132,11 +138,18 @@ std::string bashCompletion(const CompletedProgram& program) {
       "        ;;\n"
       "    esac\n"
       "  done\n"
-      "  # --option=value comes in three words\n"
-      "  if [[ $current == = ]]; then current=''; fi\n"
-      "  if [[ $previous == = ]]; then previous=${COMP_WORDS[COMP_CWORD-2]}; fi\n"
+      "  # --option=value comes in three words, -o NAME=VALUE in four\n"
+      "  local name='' before=0\n"
+      "  if [[ $current == = ]]; then\n"
+      "    current='' before=$((COMP_CWORD - 2))\n"
+      "  elif [[ $previous == = ]]; then\n"
+      "    previous=${COMP_WORDS[COMP_CWORD-2]} before=$((COMP_CWORD - 3))\n"
+      "  fi\n"
+      "  if ((before > 0)) && [[ ${COMP_WORDS[before]} == -o ]]; then\n"
+      "    name=$previous= previous=-o\n"
+      "  fi\n"
       "  case $command in\n";
-  for (const CompletedCommand& command : program.commands) text += bashCase(command);
+  for (const CompletedCommand& command : program.commands) text += bashCase(program, command);
   text += "    *) words=(" + commandNames(program, " ") + " " + optionNames(program.options) +
           ") ;;\n  esac\n"
           "  for word in \"${words[@]}\"; do\n"
@@ -155,9 +168,24 @@ std::string zshCompletion(const CompletedProgram& program) {
                      "_queues() {\n"
                      "  local -a queues\n"
                      "  queues=(${(f)\"$(" +
-                     kQueues +
+                     asked(program, "queues") +
                      ")\"})\n"
                      "  compadd -a queues\n"
+                     "}\n" +
+                     function +
+                     "_options() {\n"
+                     "  local -a found\n"
+                     "  if compset -P '*='; then\n"
+                     "    found=(${(f)\"$(" +
+                     asked(program, "\"$IPREFIX\"") +
+                     ")\"})\n"
+                     "    compadd -a found\n"
+                     "  else\n"
+                     "    found=(${(f)\"$(" +
+                     asked(program, "options") +
+                     ")\"})\n"
+                     "    compadd -S '' -a found\n"
+                     "  fi\n"
                      "}\n" +
                      function +
                      "() {\n"
@@ -165,7 +193,7 @@ std::string zshCompletion(const CompletedProgram& program) {
                      "  local -a commands\n"
                      "  commands=(\n";
   for (const CompletedCommand& command : program.commands)
-    text += "    " + quoted(command.name + ":" + escaped(command.description, ":\\")) + "\n";
+    text += "    " + shellWord(command.name + ":" + escaped(command.description, ":\\")) + "\n";
   text += "  )\n  _arguments -C" + zshOptions(program.options, function) +
           " \\\n        '1:command:->command' '*::argument:->argument'\n"
           "  case $state in\n"
@@ -174,7 +202,7 @@ std::string zshCompletion(const CompletedProgram& program) {
           "      case $line[1] in\n";
   for (const CompletedCommand& command : program.commands)
     text += "      " + command.name + ") _arguments" + zshOptions(command.options, function) +
-            " \\\n        " + quoted('*' + zshAction(command.argument, function)) + " ;;\n";
+            " \\\n        " + shellWord('*' + zshAction(command.argument, function)) + " ;;\n";
   return text + "      esac\n      ;;\n  esac\n}\n" + function + " \"$@\"\n";
 }
 
@@ -182,16 +210,17 @@ std::string fishCompletion(const CompletedProgram& program) {
   const std::string start = "complete -c " + program.name;
   const std::string first = start + " -n __fish_use_subcommand";
   std::string text = kNotice;
-  for (const CompletedOption& option : program.options) text += fishOption(first, option);
+  for (const CompletedOption& option : program.options) text += fishOption(program, first, option);
   for (const CompletedCommand& command : program.commands)
     text +=
         first + " -f -a " + command.name + " -d '" + escaped(command.description, "'\\") + "'\n";
   for (const CompletedCommand& command : program.commands) {
     const std::string inside = start + " -n '__fish_seen_subcommand_from " + command.name + "'";
-    for (const CompletedOption& option : command.options) text += fishOption(inside, option);
+    for (const CompletedOption& option : command.options)
+      text += fishOption(program, inside, option);
     if (command.argument.kind == CompletedValue::Kind::kQueue ||
         command.argument.kind == CompletedValue::Kind::kWord)
-      text += inside + fishValue(command.argument) + "\n";
+      text += inside + fishValue(program, command.argument) + "\n";
   }
   return text;
 }

@@ -9,7 +9,7 @@
 
 // What an argument, or the value of an option, can be.
 struct CompletedValue {
-  enum class Kind { kNone, kFile, kQueue, kWord };
+  enum class Kind { kNone, kFile, kQueue, kWord, kJobOption };
   Kind kind = Kind::kNone;
   std::vector<std::string> words;  // of kWord: plain ones, fit for any shell
 };
@@ -33,7 +33,8 @@ struct CompletedProgram {
   std::vector<CompletedCommand> commands;
 };
 
-// A script for each shell. Names of queues are never taken for shell code.
+// A script for each shell. Queues and job options are asked from the program itself when
+// they are wanted; their names are never taken for shell code.
 // zsh: to be called _<program> in a folder of $fpath.
 std::string bashCompletion(const CompletedProgram& program);
 std::string zshCompletion(const CompletedProgram& program);

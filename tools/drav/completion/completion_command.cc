@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "tools/drav/completion/completion.h"
+#include "tools/drav/completion/offered_words.h"
+#include "tools/drav/driver/models.h"
 
 namespace {
 
@@ -32,8 +34,12 @@ CompletedValue valueOf(const CLI::Option& option) {
   CompletedValue value;
   if (option.get_items_expected_max() == 0) return value;
   value.words = wordsOf(option.get_type_name());
+  if (option.check_lname("model"))
+    for (const EmbeddedModel& model : embeddedModels()) value.words.emplace_back(model.name);
   if (option.get_name(true) == "QUEUE") {
     value.kind = CompletedValue::Kind::kQueue;
+  } else if (option.get_type_name() == "NAME=VALUE") {
+    value.kind = CompletedValue::Kind::kJobOption;
   } else {
     value.kind = value.words.empty() ? CompletedValue::Kind::kFile : CompletedValue::Kind::kWord;
   }
@@ -44,6 +50,7 @@ std::vector<CompletedOption> optionsOf(const CLI::App& app) {
   std::vector<CompletedOption> options;
   for (const CLI::Option* option : app.get_options()) {
     if (option->get_lnames().empty() && option->get_snames().empty()) continue;  // an argument
+    if (option->get_group().empty()) continue;  // for the scripts alone
     CompletedOption completed;
     for (const std::string& name : option->get_lnames()) completed.names.push_back("--" + name);
     for (const std::string& name : option->get_snames())
@@ -72,7 +79,11 @@ CompletedProgram describe(const CLI::App& app) {
   return program;
 }
 
-int run(const CLI::App& app, const std::string& shell) {
+int run(const CLI::App& app, const std::string& shell, const std::string& kind) {
+  if (!kind.empty()) {
+    for (const std::string& word : offeredWords(kind)) std::cout << word << "\n";
+    return kExitDone;
+  }
   const CompletedProgram program = describe(app);
   if (shell == "bash") {
     std::cout << bashCompletion(program);
@@ -88,15 +99,20 @@ int run(const CLI::App& app, const std::string& shell) {
 
 Command addCompletion(CLI::App& app) {
   const auto shell = std::make_shared<std::string>();
+  const auto kind = std::make_shared<std::string>();
   CLI::App* completion =
       app.add_subcommand("completion", "Print the script that completes commands in a shell");
-  completion->add_option("SHELL", *shell, "bash, zsh or fish")
-      ->required()
-      ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+  auto* shells = completion->add_option("SHELL", *shell, "bash, zsh or fish")
+                     ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+  auto* words = completion->add_option("--words", *kind, "What the scripts ask for")->group("");
+  shells->excludes(words);
   completion->footer(
       "Examples:\n"
       "  source <(drav completion bash)\n"
       "  drav completion zsh > ~/.zfunc/_drav\n"
       "  drav completion fish > ~/.config/fish/completions/drav.fish\n");
-  return {completion, [&app, shell] { return run(app, *shell); }};
+  return {completion, [&app, shell, kind] {
+            if (shell->empty() && kind->empty()) return failCommand("SHELL is required");
+            return run(app, *shell, *kind);
+          }};
 }

@@ -2,7 +2,10 @@
 #include "tools/drav/doctor/advice.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
+#include <cerrno>
+#include <string_view>
 
 #include "tools/drav/doctor/finding.h"
 
@@ -12,6 +15,43 @@ std::string reinstallCommand() {
 #else
   return "sudo apt-get install --reinstall printer-driver-drav  (or: sudo cmake --install BUILD)";
 #endif
+}
+
+std::string reinstallProgramCommand(const std::string& name) {
+  if (name == "rastertodrav") return reinstallCommand();
+#ifdef __APPLE__
+  return "update the system: " + name + " is part of it";
+#else
+  if (name == "gs") return "sudo apt-get install --reinstall ghostscript";
+  constexpr std::array<std::string_view, 9> kOfCupsFilters = {
+      "bannertopdf", "gstoraster", "imagetopdf",  "imagetoraster", "mupdftoraster",
+      "pdftopdf",    "pdftops",    "pdftoraster", "texttopdf"};
+  if (std::find(kOfCupsFilters.begin(), kOfCupsFilters.end(), name) != kOfCupsFilters.end())
+    return "sudo apt-get install --reinstall cups-filters cups-filters-core-drivers";
+  return "install the package again that " + name + " is part of";
+#endif
+}
+
+std::string missingProgram(std::string_view message) {
+  constexpr std::string_view kStart = "Unable to start filter \"";
+  constexpr std::string_view kEnd = " not available: ";
+  if (const size_t at = message.find(kStart); at != std::string_view::npos) {
+    message.remove_prefix(at + kStart.size());
+  } else if (const size_t end = message.find(kEnd); end != std::string_view::npos) {
+    message = message.substr(0, message.find_last_not_of("\\\"", end - 1) + 1);
+    message.remove_prefix(message.rfind('/') + 1);
+  } else {
+    return "";
+  }
+  message = message.substr(0, message.find('"'));
+  const bool plain = message.find_first_of("/ \\") == std::string_view::npos;
+  return plain ? std::string(message) : "";
+}
+
+bool isClosedToUs(int code) { return code == EACCES || code == EPERM; }
+
+std::string uncheckedText(const std::string& reason) {
+  return "not checked: run with sudo (" + reason + ")";
 }
 
 std::string startSchedulerCommand() {

@@ -4,9 +4,24 @@
 #define TOOLS_DRAV_DOCTOR_ADVICE_H_
 
 #include <string>
+#include <string_view>
 
 // Puts the files of the package back.
 std::string reinstallCommand();
+
+// Puts back the program `name` of the chain, one of CUPS's filters or our own.
+std::string reinstallProgramCommand(const std::string& name);
+
+// The program in 'File "/usr/lib/cups/filter/gstoraster" not available: ...' or in
+// 'Unable to start filter "gstoraster" - ...', as the scheduler says it; "" in others.
+std::string missingProgram(std::string_view message);
+
+// Whether `code`, an errno value, says that the caller has no rights to look: root
+// would see what is there.
+bool isClosedToUs(int code);
+
+// The text of a check that was left out for want of rights, for `reason`.
+std::string uncheckedText(const std::string& reason);
 
 // Starts the scheduler, or starts it again.
 std::string startSchedulerCommand();

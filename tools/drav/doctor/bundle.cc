@@ -12,8 +12,8 @@
 
 #include "tools/drav/clean/picture_folder.h"
 #include "tools/drav/doctor/archive_writer.h"
-#include "tools/drav/doctor/program_format.h"
 #include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -51,8 +51,7 @@ std::string platformText(const Installation& installation, const Diagnosis& diag
   if (::uname(&system) == 0)  // without the machine's name
     text += std::string("system ") + system.sysname + " " + system.release + " " + system.machine +
             "\n";
-  ProgramFormat own;
-  if (ownProgramFormat(own)) text += "this program " + own.machine + "\n";
+  text += "this program " + std::to_string(8 * sizeof(void*)) + "-bit\n";
   text += "run as " + std::string(::geteuid() == 0 ? "root" : "a user") + "\n";
   text += "\nroot " + installation.root + "/\nfilter " + installation.filterPath() +
           "\ndriver files " + installation.driverDir + "\nprograms " + installation.serverBin +

@@ -4,8 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
+#include <cerrno>
+#include <climits>
+#include <filesystem>
+#include <sstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "tools/drav/doctor/access.h"
@@ -14,41 +18,90 @@
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr uint64_t kMaxSourceBytes = 4U << 20U;
-constexpr const char* kInstallFilters = "sudo apt-get install --reinstall cups-filters";
+constexpr uint64_t kMaxRulesBytes = 1U << 20U;
+constexpr const char* kGhostscript = "gstoraster";
 
-// Whether the spool user finds a program there.
-bool isProgram(const std::string& path, const Installation& installation) {
+enum class Presence { kThere, kMissing, kUnknown };
+
+// Whether the spool user finds a program there; not known when we may not look.
+Presence findProgramFile(const std::string& path, const Installation& installation) {
   struct stat status = {};
-  return ::stat(installation.onDisk(path).c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-         status.st_size > 0 && spoolUserMay(status, 1, installation);
-}
-
-bool isFilter(const std::string& name, const Installation& installation) {
-  return isProgram(installation.serverBin + "/filter/" + name, installation);
+  if (::stat(installation.onDisk(path).c_str(), &status) != 0)
+    return isClosedToUs(errno) ? Presence::kUnknown : Presence::kMissing;
+  const bool runs =
+      S_ISREG(status.st_mode) && status.st_size > 0 && spoolUserMay(status, 1, installation);
+  return runs ? Presence::kThere : Presence::kMissing;
 }
 
 void checkOne(const std::string& name, const char* purpose, const Installation& installation,
               Findings& findings) {
-  if (isFilter(name, installation)) return;
-  findings.push_back({Level::kFail,
-                      "converters",
-                      name + " (" + purpose + ") is missing or not executable",
-                      {kInstallFilters}});
+  const std::string path = installation.serverBin + "/filter/" + name;
+  const Presence found = findProgramFile(path, installation);
+  if (found == Presence::kMissing) {
+    findings.push_back({Level::kFail,
+                        "converters",
+                        name + " (" + purpose + ") is missing or not executable",
+                        {reinstallProgramCommand(name)}});
+  } else if (found == Presence::kUnknown) {
+    findings.push_back({Level::kSkip, "converters", uncheckedText(installation.onDisk(path))});
+  }
 }
 
-// One of several programs makes raster of PDF; gstoraster needs Ghostscript.
+// The program and its cost on a line "application/vnd.cups-pdf
+// application/vnd.cups-raster 99 gstoraster" of the scheduler's rules; "" for others.
+std::string rasterizerOf(const std::string& line, int& cost) {
+  std::istringstream words(line);
+  std::string from;
+  std::string into;
+  std::string program;
+  if (words >> from >> into >> cost >> program && from == "application/vnd.cups-pdf" &&
+      into == "application/vnd.cups-raster")
+    return program;
+  return "";
+}
+
+// The program that the scheduler takes to make pages of a PDF: the cheapest one of its
+// rules. Without rules that can be read it is Ghostscript's, as everywhere.
+std::string rasterizer(const Installation& installation) {
+  std::string best = kGhostscript;
+  int least = INT_MAX;
+  for (const std::string& folder : {installation.dataDir + "/mime", installation.serverRoot}) {
+    std::error_code code;
+    for (fs::directory_iterator entry(installation.onDisk(folder), code), end;
+         !code && entry != end; entry.increment(code)) {
+      if (entry->path().extension() != ".convs") continue;
+      std::vector<uint8_t> bytes;
+      std::string error;
+      if (!readInput(entry->path(), bytes, error, kMaxRulesBytes)) continue;
+      std::istringstream lines(std::string(bytes.begin(), bytes.end()));
+      for (std::string line; std::getline(lines, line);) {
+        int cost = 0;
+        const std::string program = rasterizerOf(line, cost);
+        if (program.empty() || cost >= least) continue;
+        best = program;
+        least = cost;
+      }
+    }
+  }
+  return best;
+}
+
+// What makes pages of a PDF. The scheduler does not turn to the next program when
+// Ghostscript itself is missing.
 void checkRasterizer(const Installation& installation, Findings& findings) {
-  const bool ghostscript =
-      isProgram("/usr/bin/gs", installation) || isProgram("/usr/local/bin/gs", installation);
-  if (isFilter("gstoraster", installation) && ghostscript) return;
-  if (isFilter("pdftoraster", installation) || isFilter("mupdftoraster", installation)) return;
-  const bool half = isFilter("gstoraster", installation);
+  const std::string name = rasterizer(installation);
+  checkOne(name, "PDF to pages", installation, findings);
+  if (name != kGhostscript || findProgramFile("/usr/bin/gs", installation) != Presence::kMissing ||
+      findProgramFile("/usr/local/bin/gs", installation) != Presence::kMissing)
+    return;
   findings.push_back({Level::kFail,
                       "converters",
-                      half ? "gstoraster (PDF to pages) is there, but Ghostscript is not"
-                           : "there is no gstoraster or pdftoraster (PDF to pages)",
-                      {half ? "sudo apt-get install ghostscript" : kInstallFilters}});
+                      "Ghostscript (gs), which gstoraster (PDF to pages) starts, is missing or "
+                      "not executable",
+                      {reinstallProgramCommand("gs")}});
 }
 
 }  // namespace
@@ -77,6 +130,10 @@ void checkDriverSource(const Installation& installation, Findings& findings) {
   const std::string place = installation.onDisk(installation.driverDir + "/drav.drv");
   std::vector<uint8_t> bytes;
   std::string error;
+  if (::access(place.c_str(), R_OK) != 0 && isClosedToUs(errno)) {
+    findings.push_back({Level::kSkip, "driver files", uncheckedText(place)});
+    return;
+  }
   if (!readInput(place, bytes, error, kMaxSourceBytes)) {
     findings.push_back(
         {Level::kWarn, "driver files", error + ": no new queue can be made", {reinstallCommand()}});

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <sstream>
 #include <string_view>
@@ -29,6 +30,7 @@ std::string openedQueue(const std::string& line) {
 void applyLine(const std::string& name, const std::string& value, QueueState& queue) {
   queue.attributes.emplace_back(name, value);
   if (name == "DeviceURI") queue.deviceUri = value;
+  if (name == "MakeModel") queue.makeModel = value;
   if (name == "StateMessage") queue.stateMessage = value;
   if (name == "Accepting") queue.accepting = value == "Yes";
   if (name == "Reason") queue.reasons.push_back(value);
@@ -93,7 +95,7 @@ bool ConfiguredQueues::readPpd(const std::string& queue, std::string& text, std:
   text.clear();
   const std::string file = serverRoot_ + "/ppd/" + queue + ".ppd";
   std::vector<uint8_t> bytes;
-  if (::access(file.c_str(), F_OK) != 0) return true;
+  if (::access(file.c_str(), F_OK) != 0 && errno != EACCES) return true;
   if (!readInput(file, bytes, error, kMaxPpdBytes)) return false;
   text.assign(bytes.begin(), bytes.end());
   return true;

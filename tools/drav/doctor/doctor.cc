@@ -10,6 +10,7 @@
 #include "tools/drav/doctor/folder_check.h"
 #include "tools/drav/doctor/ppd_check.h"
 #include "tools/drav/doctor/queue_check.h"
+#include "tools/drav/driver/models.h"
 
 namespace {
 
@@ -18,10 +19,38 @@ std::string schedulerPath(const std::string& filter, const Installation& install
   return filter[0] == '/' ? filter : installation.serverBin + "/filter/" + filter;
 }
 
+// Whether a queue was made with one of our models; it says so without its PPD too.
+bool isOfOurs(const QueueState& queue) { return queue.makeModel.rfind("Drav ", 0) == 0; }
+
+// Whether a queue that has no PPD needs one. Those to IPP printers and to other
+// schedulers have none.
+bool needsPpd(const QueueState& queue) {
+  for (const std::string_view scheme : {"ipp:", "ipps:", "http:", "https:", "implicitclass:"})
+    if (queue.deviceUri.rfind(scheme, 0) == 0) return false;
+  return !queue.deviceUri.empty();
+}
+
+// No queue of the filter was found. One without a PPD may have been ours: without the
+// PPD nothing says so.
+void tellOfNoQueue(const std::vector<QueueState>& withoutPpd, Findings& findings) {
+  if (withoutPpd.empty()) {
+    findings.push_back({Level::kSkip, "queues", "none uses the filter"});
+    return;
+  }
+  Finding finding = {Level::kWarn, "queues", "none uses the filter, and these have no PPD:"};
+  for (const QueueState& queue : withoutPpd) {
+    finding.text += " " + queue.name;
+    finding.fix.push_back(newPpdCommand(queue.name, "") + "  (if it is a printer of this driver)");
+  }
+  findings.push_back(finding);
+}
+
 // The wanted queues with their PPDs. A PPD that cannot be read is a finding.
 bool collect(Queues& queues, const std::string& wanted, Diagnosis& diagnosis, std::string& error) {
   std::vector<QueueState> all;
   if (!queues.list(all, error)) return false;
+  std::vector<QueueState> withoutPpd;
+  bool allRead = true;
   std::string names;
   for (QueueState& state : all) {
     names += (names.empty() ? "" : ", ") + state.name;
@@ -30,19 +59,32 @@ bool collect(Queues& queues, const std::string& wanted, Diagnosis& diagnosis, st
     std::string problem;
     if (!queues.readPpd(state.name, examined.ppd, problem)) {
       diagnosis.findings.push_back(
-          {Level::kSkip, "queue " + state.name + " PPD", problem + "; try sudo"});
+          {Level::kSkip, "queue " + state.name + " PPD", uncheckedText(problem)});
+      allRead = false;
       if (wanted.empty()) continue;
       examined.ppd.clear();
     } else if (wanted.empty() && !usesFilter(examined.ppd)) {
-      continue;
+      if (examined.ppd.empty() && needsPpd(state)) withoutPpd.push_back(state);
+      if (!examined.ppd.empty() || !isOfOurs(state)) continue;
     }
     examined.state = std::move(state);
     diagnosis.queues.push_back(std::move(examined));
   }
-  if (wanted.empty() || !diagnosis.queues.empty()) return true;
+  if (!diagnosis.queues.empty()) return true;
+  if (wanted.empty()) {
+    if (allRead) tellOfNoQueue(withoutPpd, diagnosis.findings);
+    return true;
+  }
   error = "there is no queue \"" + wanted + "\"; " +
           (names.empty() ? "there is none at all" : "there are: " + names);
   return false;
+}
+
+// The PPD file of the model that a queue says it was made with; "" for none of ours.
+std::string modelFile(const std::string& makeModel) {
+  for (const EmbeddedModel& model : embeddedModels())
+    if (makeModel.rfind(modelTitle(model), 0) == 0) return std::string(model.name) + ".ppd";
+  return "";
 }
 
 using Summaries = std::map<std::string, PpdSummary>;
@@ -84,8 +126,8 @@ void checkQueue(const ExaminedQueue& queue, const std::string& filterVersion,
     if (!unread)
       findings.push_back({Level::kFail,
                           "queue " + name + " PPD",
-                          "there is none: the queue passes jobs on as they are",
-                          {newPpdCommand(name, "")}});
+                          "there is none: jobs fail, or reach the printer as they are",
+                          {newPpdCommand(name, modelFile(queue.state.makeModel))}});
     return;
   }
   PpdSummary summary;
@@ -122,8 +164,6 @@ bool examine(const Installation& installation, Queues& queues, const std::string
   checkConverters(installation, findings);
   checkDriverSource(installation, findings);
   checkPictureFolder(installation, findings);
-  if (diagnosis.queues.empty())
-    findings.push_back({Level::kSkip, "queues", "none uses the filter"});
   for (const ExaminedQueue& examined : diagnosis.queues) {
     const auto summary = summaries.find(examined.state.name);
     std::string version;

@@ -19,7 +19,7 @@
 #include "tools/drav/doctor/configured_queues.h"
 #include "tools/drav/doctor/doctor.h"
 #include "tools/drav/doctor/scheduler_queues.h"
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -138,7 +138,7 @@ int doctor(DoctorArguments arguments) {
   installation.connect = arguments.connect;
   const std::string conf = arguments.filesConf.empty() ? kFilesConf : arguments.filesConf;
   if (!readFilesConf(conf, installation, error))
-    diagnosis.findings.push_back({Level::kSkip, "settings", error + "; try sudo"});
+    diagnosis.findings.push_back({Level::kSkip, "settings", uncheckedText(error)});
   lookUpSpoolUser(installation);
   bool asked = false;
   if (!examineByScheduler(arguments, installation, diagnosis, asked, error))

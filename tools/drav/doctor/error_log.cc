@@ -11,6 +11,9 @@
 #include <cstring>
 #include <memory>
 
+#include "tools/drav/doctor/advice.h"
+#include "tools/drav/io/file_closer.h"
+
 namespace {
 
 constexpr long kMostBytes = 8L << 20U;
@@ -39,20 +42,21 @@ constexpr std::array<std::string_view, 6> kChainLines = {
 struct Meaning {
   std::string_view part;
   const char* text;
-  const char* fix;
+  const char* fix;  // null for none
 };
+constexpr const char* kDecrypt =
+    "save a copy without the password and print that: qpdf --password=PASSWORD --decrypt "
+    "LOCKED.pdf OPEN.pdf";
 constexpr std::array kMeanings = {
     Meaning{"insecure permissions", "the scheduler refused a program because of its rights",
             "see \"filter rights\" and \"filter folders\" above"},
-    Meaning{"Unable to start filter \"rastertodrav\"", "the filter could not be started",
-            "see the lines on the filter above"},
     Meaning{"status 113", "a program or a folder above it is closed to the spool user",
             "see \"filter folders\" above"},
     Meaning{"execv failed: Permission denied",
             "a program or a folder above it is closed to the spool user",
             "see \"filter folders\" above"},
     Meaning{"Exec format error", "a program is made for another kind of machine",
-            "see \"filter machine\" above"},
+            "see \"filter start\" above"},
     Meaning{"error while loading shared libraries", "a library was missing",
             "see \"filter start\" above"},
     Meaning{"crashed on signal", "a program of the chain crashed", nullptr},
@@ -64,12 +68,20 @@ constexpr std::array kMeanings = {
             "see \"pictures\" above"},
     Meaning{"Unable to open command record file", "the command record could not be saved",
             "see \"record\" of the queue"},
-    Meaning{"Job stopped due to filter errors", "a job was stopped by a filter's failure",
-            "cupsctl --debug-logging, print again, look again; then cupsctl --no-debug-logging"},
+    // pdftopdf, through which every PDF goes first.
+    Meaning{"invalid password", "a PDF is encrypted: it needs a password to be read", kDecrypt},
+    Meaning{"Failed to open PPD", "a queue had no PPD that can be read",
+            "see \"PPD\" of the queue"},
 };
+// Says no more than that some filter failed.
+constexpr Meaning kStopped = {
+    "Job stopped due to filter errors", "a job was stopped by a filter's failure",
+    "cupsctl --debug-logging, print again, look again; then cupsctl --no-debug-logging"};
 
-struct FileCloser {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
+// What is told about a line of trouble; empty texts for nothing.
+struct Explanation {
+  std::string text;
+  std::string fix;
 };
 
 bool has(std::string_view text, std::string_view part) {
@@ -140,10 +152,11 @@ bool readEnd(const std::string& path, std::string& text, std::string& problem) {
     problem = path + " is no file";
     return false;
   }
-  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
+  const FileHandle file(std::fopen(path.c_str(), "rb"));
   if (!file) {
-    problem = path + ": " + std::strerror(errno);
-    if (errno == EACCES) problem += "; try sudo";
+    const int code = errno;
+    problem = path + ": " + std::strerror(code);
+    if (isClosedToUs(code)) problem = uncheckedText(problem);
     return false;
   }
   const bool cut = std::fseek(file.get(), -kMostBytes, SEEK_END) == 0;
@@ -175,6 +188,26 @@ std::set<int> jobsIn(const std::vector<std::string_view>& lines, const LogWanted
     if (has(line.message, "rastertodrav")) jobs.insert(line.job);
   }
   return jobs;
+}
+
+Explanation explain(std::string_view message) {
+  if (const std::string program = missingProgram(message); !program.empty())
+    return {program + " could not be started", reinstallProgramCommand(program)};
+  if (has(message, "Unable to launch Ghostscript"))
+    return {"Ghostscript could not be started", reinstallProgramCommand("gs")};
+  for (const Meaning& known : kMeanings)
+    if (has(message, known.part)) return {known.text, known.fix != nullptr ? known.fix : ""};
+  return {};
+}
+
+// Adds what is not told yet.
+void tell(const Explanation& explanation, Finding& finding) {
+  const std::string text = "; " + explanation.text;
+  if (has(finding.text + ";", text + ";")) return;
+  finding.text += text;
+  const bool told =
+      std::find(finding.fix.begin(), finding.fix.end(), explanation.fix) != finding.fix.end();
+  if (!explanation.fix.empty() && !told) finding.fix.push_back(explanation.fix);
 }
 
 }  // namespace
@@ -215,32 +248,35 @@ void checkErrorLog(const LogExtract& extract, std::time_t now, Findings& finding
     findings.push_back({Level::kSkip, "error log", extract.problem});
     return;
   }
-  Finding finding = {Level::kOk, "error log", "no trouble in the last day"};
-  std::vector<std::string> meanings;
+  Finding finding = {Level::kWarn, "error log", ""};
+  std::set<int> explained;       // jobs
+  std::set<int> stopped;         // jobs, of which nothing else may be known
   std::string_view lastMessage;  // the scheduler repeats itself
   size_t count = 0;
   for (const std::string& text : extract.lines) {
     const LogLine line = parseLogLine(text);
     if (line.time != 0 && now - line.time > kRecentSeconds) continue;
-    const auto* const meaning =
-        std::find_if(kMeanings.begin(), kMeanings.end(),
-                     [&line](const Meaning& known) { return has(line.message, known.part); });
-    if (meaning == kMeanings.end() && !isTrouble(line.level)) continue;
-    finding.level = Level::kWarn;
+    const Explanation explanation = explain(line.message);
+    if (explanation.text.empty() && !isTrouble(line.level)) continue;
     ++count;
     if (line.message != lastMessage) finding.lines.push_back(text);
     lastMessage = line.message;
-    if (meaning == kMeanings.end()) continue;
-    if (std::find(meanings.begin(), meanings.end(), meaning->text) != meanings.end()) continue;
-    meanings.emplace_back(meaning->text);
-    if (meaning->fix != nullptr) finding.fix.emplace_back(meaning->fix);
+    if (!explanation.text.empty()) {
+      tell(explanation, finding);
+      explained.insert(line.job);
+    } else if (has(line.message, kStopped.part)) {
+      stopped.insert(line.job);
+    }
   }
-  if (finding.level == Level::kWarn) {
-    finding.text = std::to_string(count) + " lines of trouble in the last day";
-    for (const std::string& meaning : meanings) finding.text += "; " + meaning;
-    if (finding.lines.size() > kShownLines)
-      finding.lines.erase(finding.lines.begin(),
-                          finding.lines.end() - static_cast<std::ptrdiff_t>(kShownLines));
+  if (count == 0) {
+    findings.push_back({Level::kOk, "error log", "no trouble in the last day"});
+    return;
   }
+  if (!std::includes(explained.begin(), explained.end(), stopped.begin(), stopped.end()))
+    tell({kStopped.text, kStopped.fix}, finding);
+  finding.text = std::to_string(count) + " lines of trouble in the last day" + finding.text;
+  if (finding.lines.size() > kShownLines)
+    finding.lines.erase(finding.lines.begin(),
+                        finding.lines.end() - static_cast<std::ptrdiff_t>(kShownLines));
   findings.push_back(finding);
 }

@@ -8,8 +8,7 @@
 
 #include "tools/drav/doctor/access.h"
 #include "tools/drav/doctor/advice.h"
-#include "tools/drav/doctor/program_format.h"
-#include "tools/drav/doctor/try_run.h"
+#include "tools/drav/io/trial_run.h"
 
 namespace {
 
@@ -22,9 +21,9 @@ std::string parentOf(const std::string& path) { return path.substr(0, path.rfind
 bool checkPresence(const std::string& place, struct stat& status, Findings& findings) {
   if (::stat(place.c_str(), &status) != 0) {
     const int code = errno;
-    if (code == EACCES) {
+    if (isClosedToUs(code)) {
       findings.push_back(
-          {Level::kSkip, "filter", place + " cannot be looked at: no rights; try sudo"});
+          {Level::kSkip, "filter", uncheckedText(place + ": " + std::strerror(code))});
     } else {
       findings.push_back(
           {Level::kFail, "filter", place + ": " + std::strerror(code), {reinstallCommand()}});
@@ -112,32 +111,6 @@ bool checkFolders(const std::string& path, const Installation& installation, Fin
   return trusted;
 }
 
-void checkFormat(const std::string& place, Findings& findings) {
-  ProgramFormat own;
-  ProgramFormat format;
-  std::string error;
-  if (!ownProgramFormat(own)) {
-    findings.push_back({Level::kSkip, "filter machine", "this system's own kind cannot be told"});
-  } else if (!readProgramFormat(place, format, error)) {
-    findings.push_back({Level::kSkip, "filter machine", error});
-  } else if (format == own) {
-    findings.push_back({Level::kOk, "filter machine", format.machine});
-  } else if (format.kind == ProgramFormat::Kind::kElf) {
-    findings.push_back({Level::kFail,
-                        "filter machine",
-                        "made for " + format.machine + ", this system is " + own.machine,
-                        {reinstallCommand()}});
-  } else if (format.kind == ProgramFormat::Kind::kScript) {
-    findings.push_back({Level::kWarn,
-                        "filter machine",
-                        "a script stands in the filter's place",
-                        {reinstallCommand()}});
-  } else {
-    findings.push_back(
-        {Level::kFail, "filter machine", "no program of this system", {reinstallCommand()}});
-  }
-}
-
 // "rastertodrav v3.13.34" at the beginning of the usage text; "" when it is not.
 std::string versionIn(const std::string& usage) {
   const size_t line = usage.find('\n');
@@ -148,21 +121,31 @@ std::string versionIn(const std::string& usage) {
 
 std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
-Finding startFinding(const TryResult& result) {
+// Why the system does not start a file that is there and may be run.
+std::string refusalText(int code) {
+  const std::string text = std::strerror(code);
+  if (code == ENOEXEC) return text + ": it is made for another kind of machine, or damaged";
+  if (code == ENOENT) return text + ": the loader or interpreter that it asks for is missing";
+  return text;
+}
+
+Finding startFinding(const TrialResult& result) {
   const auto fail = [](const std::string& text) {
     return Finding{Level::kFail, "filter start", text, {reinstallCommand()}};
   };
   switch (result.end) {
-    case TryResult::End::kNotTried:
+    case ChildEnd::kNone:
+    case ChildEnd::kNotTried:
+    case ChildEnd::kInterrupted:
       return {Level::kSkip, "filter start",
               std::string("not tried: ") + std::strerror(result.code)};
-    case TryResult::End::kNotStarted:
-      return fail(std::string("does not start: ") + std::strerror(result.code));
-    case TryResult::End::kTimedOut:
+    case ChildEnd::kNotStarted:
+      return fail("does not start: " + refusalText(result.code));
+    case ChildEnd::kTimedOut:
       return fail("hangs instead of printing its usage");
-    case TryResult::End::kSignalled:
+    case ChildEnd::kSignalled:
       return fail("crashes: signal " + std::to_string(result.code));
-    case TryResult::End::kExited:
+    case ChildEnd::kExited:
       break;
   }
   if (result.code == kLoaderFailedStatus) {
@@ -188,22 +171,20 @@ FilterState checkFilter(const std::string& path, const Installation& installatio
   const bool foldersTrusted = checkFolders(path, installation, findings);
   if (!state.present) return state;
   const bool trusted = checkRights(place, status, installation, findings) && foldersTrusted;
-  checkFormat(place, findings);
   if (!trusted) {
     findings.push_back(
         {Level::kSkip, "filter start", "not tried, since others than root may have changed it"});
     return state;
   }
-  TryRun run;
-  run.command = {place};
-  run.uid = installation.uid;
-  run.gid = installation.gid;
-  if (::geteuid() == 0 && (!run.uid || !run.gid)) {
+  ChildCommand command = trialCommand(place);
+  command.uid = installation.uid;
+  command.gid = installation.gid;
+  if (::geteuid() == 0 && (!command.uid || !command.gid)) {
     findings.push_back({Level::kSkip, "filter start",
                         "not tried: there is no user " + installation.user + " to start it as"});
     return state;
   }
-  const TryResult result = tryRun(run);
+  const TrialResult result = runTrial(command);
   findings.push_back(startFinding(result));
   if (findings.back().level == Level::kOk) {
     state.version = versionIn(result.output);

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -50,17 +50,4 @@ std::string reportText(const Findings& findings) {
           ", " + std::to_string(count(Level::kOk)) + " ok, " + std::to_string(count(Level::kSkip)) +
           " not checked\n";
   return text;
-}
-
-std::string shellWord(const std::string& text) {
-  constexpr std::string_view kPlain =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./:,@%";
-  if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
-  std::string word(1, '\'');
-  for (const char letter : text) {
-    if (letter == '\'') word.append("'\\'");
-    word.push_back(letter);
-  }
-  word.push_back('\'');
-  return word;
 }

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "tools/drav/io/text.h"  // shellWord for the fixes
+
 enum class Level {
   kOk,
   kSkip,  // could not be looked at; the text says why. No finding by itself.
@@ -38,8 +40,5 @@ bool anythingFound(const Findings& findings);
 // The report: a line for each check, what mends it beneath, totals at the end.
 // Control characters are made visible.
 std::string reportText(const Findings& findings);
-
-// `text` as one word of a shell command.
-std::string shellWord(const std::string& text);
 
 #endif  // TOOLS_DRAV_DOCTOR_FINDING_H_

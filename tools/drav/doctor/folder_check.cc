@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -27,14 +28,20 @@ struct DirectoryCloser {
   void operator()(DIR* directory) const { closedir(directory); }
 };
 
-// Why the spool user cannot make files in the folder `path`; "" when it can.
-std::string closedReason(const std::string& path, const Installation& installation) {
+// Why the spool user cannot make files in the folder `path`; "" when it can. With
+// `unknown` that cannot be told, and the text says why.
+std::string closedReason(const std::string& path, const Installation& installation, bool& unknown) {
   const std::string place = installation.onDisk(path);
   struct stat status = {};
-  if (::stat(place.c_str(), &status) != 0) return place + ": " + std::strerror(errno);
-  if (!S_ISDIR(status.st_mode)) return place + " is no folder";
+  unknown = false;
   const std::string closed = firstClosedFolder(path, installation);
   if (!closed.empty()) return "user " + installation.user + " cannot pass " + closed;
+  if (::stat(place.c_str(), &status) != 0) {
+    const int code = errno;
+    unknown = isClosedToUs(code);
+    return place + ": " + std::strerror(code);
+  }
+  if (!S_ISDIR(status.st_mode)) return place + " is no folder";
   if (!spoolUserMay(status, kWriteAndPass, installation))
     return "user " + installation.user + " cannot write to " + place + " (mode " +
            modeText(status) + ")";
@@ -56,8 +63,11 @@ void checkRights(const Installation& installation, Findings& findings) {
                         {"sudo rm " + shellWord(place), fix}});
     return;
   }
-  const std::string closed = closedReason(installation.spoolTmp, installation);
-  if (!closed.empty()) {
+  bool unknown = false;
+  const std::string closed = closedReason(installation.spoolTmp, installation, unknown);
+  if (unknown) {
+    findings.push_back({Level::kSkip, "pictures", uncheckedText(closed)});
+  } else if (!closed.empty()) {
     findings.push_back({Level::kWarn,
                         "pictures",
                         closed + ": diagnostic pictures are not saved (jobs print all the same)",
@@ -82,7 +92,7 @@ void checkSpace(const Installation& installation, Findings& findings) {
   std::string ignored;
   if (!parseAge(kDefaultAge, request.olderThan, ignored)) return;
   if (!clearPictures(request, outcome, error)) {
-    findings.push_back({Level::kSkip, "picture space", error + "; try sudo"});
+    findings.push_back({Level::kSkip, "picture space", uncheckedText(error)});
     return;
   }
   if (outcome.folderMissing) return;
@@ -148,7 +158,12 @@ void checkRecordFolder(const std::string& queue, const PpdSummary& ppd,
   const std::string stem =
       slash == std::string::npos ? ppd.recordPrefix : ppd.recordPrefix.substr(slash + 1);
   const std::string place = installation.onDisk(folder);
-  const std::string closed = closedReason(folder, installation);
+  bool unknown = false;
+  const std::string closed = closedReason(folder, installation, unknown);
+  if (unknown) {
+    findings.push_back({Level::kSkip, check, uncheckedText(closed)});
+    return;
+  }
   if (!closed.empty() && !ppd.recording) {
     findings.push_back({Level::kOk, check, "recording is off; turned on it would fail: " + closed});
     return;
@@ -162,10 +177,12 @@ void checkRecordFolder(const std::string& queue, const PpdSummary& ppd,
     return;
   }
   uint64_t files = 0;
-  const uint64_t bytes = recordBytes(place, stem, files);
+  const bool countable = ::access(place.c_str(), R_OK | X_OK) == 0;
+  const uint64_t bytes = countable ? recordBytes(place, stem, files) : 0;
   Finding finding = {Level::kOk, check,
-                     std::string("recording is ") + (ppd.recording ? "on" : "off") + ", " +
-                         std::to_string(files) + " records, " + sizeText(bytes)};
+                     std::string("recording is ") + (ppd.recording ? "on" : "off")};
+  finding.text += countable ? ", " + std::to_string(files) + " records, " + sizeText(bytes)
+                            : "; records not counted: run with sudo";
   if (bytes >= kManyRecordBytes) {
     finding.level = Level::kWarn;
     finding.fix.push_back("sudo find " + shellWord(place) + " -maxdepth 1 -type f -name " +

@@ -32,6 +32,7 @@ struct Directive {
 constexpr std::array kDirectives = {
     Directive{"ServerRoot", &Installation::serverRoot},
     Directive{"ServerBin", &Installation::serverBin},
+    Directive{"DataDir", &Installation::dataDir},
     Directive{"ErrorLog", &Installation::errorLog},
     Directive{"User", &Installation::user},
     Directive{"Group", &Installation::group},
@@ -56,6 +57,7 @@ std::string Installation::filterPath() const {
 Installation builtInstallation() {
   Installation installation;
   installation.serverBin = DRAV_CUPS_SERVERBIN;
+  installation.dataDir = DRAV_CUPS_DATADIR;
   installation.filterDir = DRAV_FILTER_DIR;
   installation.driverDir = DRAV_DRIVER_DIR;
 #ifdef __APPLE__
@@ -71,11 +73,14 @@ bool readFilesConf(const std::string& path, Installation& installation, std::str
   std::vector<uint8_t> bytes;
   if (!readInput(file, bytes, error, kMaxConfBytes)) return false;
   const std::string builtBin = installation.serverBin;
+  const std::string builtData = installation.dataDir;
   std::istringstream lines(std::string(bytes.begin(), bytes.end()));
   for (std::string line; std::getline(lines, line);) applyLine(trimmed(line), installation);
-  // A filter that was built to lie in CUPS's own folder moves with that folder.
+  // What was built to lie in CUPS's own folders moves with them.
   if (installation.filterDir == builtBin + "/filter")
     installation.filterDir = installation.serverBin + "/filter";
+  if (installation.driverDir == builtData + "/drv")
+    installation.driverDir = installation.dataDir + "/drv";
   return true;
 }
 

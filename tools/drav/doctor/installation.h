@@ -16,6 +16,7 @@ struct Installation {
   std::string serverBin;                         // holds filter/ and backend/
   std::string filterDir;                         // where the filter was built to go
   std::string driverDir;                         // where the driver source or PPD files go
+  std::string dataDir;                           // CUPS's own files; rules below mime/
   std::string spoolTmp = "/var/spool/cups/tmp";  // the filter's pictures; fixed
   std::string errorLog = "/var/log/cups/error_log";
   std::string user = "lp";  // as whom the scheduler runs filters

@@ -13,7 +13,7 @@
 
 #include "common/ppd_lookup.h"
 #include "tools/drav/doctor/advice.h"
-#include "tools/drav/doctor/try_run.h"
+#include "tools/drav/io/trial_run.h"
 
 namespace {
 
@@ -229,16 +229,16 @@ namespace {
 // What CUPS's own examiner says.
 void runCupstestppd(const std::string& name, const std::string& text, const std::string& fix,
                     const Installation& installation, Findings& findings) {
-  TryRun run;
-  run.command = {"cupstestppd", "-I", "filters"};
-  if (!installation.root.empty()) run.command.insert(run.command.end(), {"-R", installation.root});
-  run.command.emplace_back("-");
-  run.input = text;
-  run.uid = installation.uid;
-  run.gid = installation.gid;
-  run.timeoutMilliseconds = 20000;
-  const TryResult result = tryRun(run);
-  if (result.end != TryResult::End::kExited) {
+  std::vector<std::string> arguments = {"-I", "filters"};
+  if (!installation.root.empty()) arguments.insert(arguments.end(), {"-R", installation.root});
+  arguments.emplace_back("-");
+  ChildCommand command = trialCommand(findProgram("cupstestppd"), arguments);
+  command.input = text;
+  command.uid = installation.uid;
+  command.gid = installation.gid;
+  command.mostMilliseconds = 20000;
+  const TrialResult result = runTrial(command);
+  if (result.end != ChildEnd::kExited) {
     findings.push_back({Level::kSkip, name + " PPD", "cupstestppd cannot be run"});
     return;
   }

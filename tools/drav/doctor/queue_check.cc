@@ -9,11 +9,13 @@
 #include <cerrno>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "tools/drav/doctor/access.h"
 #include "tools/drav/doctor/advice.h"
 #include "tools/drav/doctor/connection.h"
 #include "tools/drav/doctor/redaction.h"
+#include "tools/drav/doctor/usb_printers.h"
 
 namespace {
 
@@ -57,11 +59,17 @@ void checkBackend(const std::string& check, const DeviceAddress& device,
   const std::string place =
       installation.onDisk(installation.serverBin + "/backend/" + device.scheme);
   struct stat status = {};
-  if (device.scheme.find('/') != std::string::npos || ::stat(place.c_str(), &status) != 0) {
+  const bool named = device.scheme.find('/') == std::string::npos;
+  if (!named || ::stat(place.c_str(), &status) != 0) {
+    if (named && isClosedToUs(errno)) {
+      findings.push_back({Level::kSkip, check, uncheckedText("backend " + place)});
+      return;
+    }
     findings.push_back({Level::kFail,
                         check,
                         "there is no backend for \"" + device.scheme + ":\"",
-                        {"sudo apt-get install cups cups-filters  (lpinfo -v lists the devices)"}});
+                        {"sudo apt-get install --reinstall cups cups-daemon cups-filters  (lpinfo "
+                         "-v lists the devices)"}});
     return;
   }
   const std::string fault = rightsFault(status, installation);
@@ -115,10 +123,13 @@ void checkNode(const QueueState& queue, const std::string& check, const DeviceAd
   const std::string node =
       installation.onDisk(device.resource.substr(0, device.resource.find('?')));
   struct stat status = {};
-  if (::stat(node.c_str(), &status) != 0) {
+  const int code = ::stat(node.c_str(), &status) == 0 ? 0 : errno;
+  if (isClosedToUs(code)) {
+    findings.push_back({Level::kSkip, check, uncheckedText(node)});
+  } else if (code != 0) {
     findings.push_back({Level::kFail,
                         check,
-                        node + ": " + std::strerror(errno),
+                        node + ": " + std::strerror(code),
                         {"plug the printer in, or name another device: lpinfo -v",
                          newDeviceCommand(queue, shellWord(device.scheme + ":DEVICE"))}});
   } else if (device.scheme == "serial" && !hasOption(device.resource, "baud=")) {
@@ -131,6 +142,27 @@ void checkNode(const QueueState& queue, const std::string& check, const DeviceAd
   }
 }
 
+// A USB printer has no node of its own: CUPS finds it by its name when a job comes, and
+// waits for one that is not there.
+void checkUsb(const std::string& check, const Installation& installation, Findings& findings) {
+#ifdef __APPLE__
+  (void)installation;
+  findings.push_back({Level::kSkip, check, "whether it is plugged in: lpinfo -v shows it"});
+#else
+  const std::vector<std::string> printers = listUsbPrinters(installation);
+  if (printers.empty()) {
+    findings.push_back({Level::kWarn,
+                        check,
+                        "no USB printer is plugged in: jobs wait until one is",
+                        {"plug the printer in and switch it on; lpinfo -v then lists it"}});
+    return;
+  }
+  std::string text = "plugged in:";
+  for (const std::string& printer : printers) text += " \"" + printer + "\"";
+  findings.push_back({Level::kOk, check, text});
+#endif
+}
+
 // What some kinds of device ask for besides.
 void checkKind(const QueueState& queue, const std::string& check, const DeviceAddress& device,
                const Installation& installation, Findings& findings) {
@@ -138,8 +170,11 @@ void checkKind(const QueueState& queue, const std::string& check, const DeviceAd
                                                            "implicitclass"};
   if (device.scheme == "socket") {
     checkSocket(queue, check, device, installation.connect, findings);
-  } else if (device.scheme == "serial" || device.scheme == "parallel") {
+  } else if (device.scheme == "serial" || device.scheme == "parallel" ||
+             (device.scheme == "usb" && device.host.empty())) {
     checkNode(queue, check, device, installation, findings);
+  } else if (device.scheme == "usb") {
+    checkUsb(check, installation, findings);
   } else if (device.scheme == "file") {
     findings.push_back({Level::kWarn,
                         check,
@@ -155,13 +190,20 @@ void checkKind(const QueueState& queue, const std::string& check, const DeviceAd
   }
 }
 
-// What the scheduler's reasons mean; others are given as they are.
-Finding reasonFinding(const std::string& check, const std::string& reason) {
-  if (reason == "cups-missing-filter-warning")
-    return {Level::kFail,
-            check,
-            "the scheduler does not find a filter of the queue",
-            {reinstallCommand()}};
+// What the scheduler's reasons mean; others are given as they are. Its message names the
+// program that it missed.
+Finding reasonFinding(const std::string& check, const std::string& reason,
+                      const std::string& message) {
+  if (reason == "cups-missing-filter-warning") {
+    const std::string program = missingProgram(message);
+    const bool known = !program.empty();
+    return {
+        Level::kFail,
+        check,
+        "the scheduler does not find " + (known ? program : "a filter of the queue"),
+        {known ? reinstallProgramCommand(program)
+               : "mend \"filter\" and \"converters\" above, then: " + restartSchedulerCommand()}};
+  }
   if (reason == "cups-insecure-filter-warning")
     return {Level::kFail,
             check,
@@ -179,7 +221,7 @@ void checkQueueState(const QueueState& queue, Findings& findings) {
   const std::string check = "queue " + queue.name;
   const std::string message = queue.stateMessage.empty() ? "" : " (" + queue.stateMessage + ")";
   if (queue.state == QueueState::State::kUnknown) {
-    findings.push_back({Level::kSkip, check, "its state is not known; try sudo"});
+    findings.push_back({Level::kSkip, check, uncheckedText("its state is not known")});
   } else if (queue.state == QueueState::State::kStopped) {
     findings.push_back(
         {Level::kFail, check, "stopped" + message, {"sudo cupsenable " + shellWord(queue.name)}});
@@ -194,13 +236,13 @@ void checkQueueState(const QueueState& queue, Findings& findings) {
   for (const std::string& reason : queue.reasons)
     if (reason.rfind("paused", 0) != 0 && reason.rfind("cups-waiting-for-job", 0) != 0 &&
         reason != "connecting-to-device")
-      findings.push_back(reasonFinding(check, reason));
+      findings.push_back(reasonFinding(check, reason, queue.stateMessage));
 }
 
 void checkDevice(const QueueState& queue, const Installation& installation, Findings& findings) {
   const std::string check = "queue " + queue.name + " device";
   if (queue.deviceUri.empty()) {
-    findings.push_back({Level::kSkip, check, "its address is not known; try sudo"});
+    findings.push_back({Level::kSkip, check, uncheckedText("its address is not known")});
     return;
   }
   DeviceAddress device;

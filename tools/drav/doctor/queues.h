@@ -14,6 +14,7 @@ struct QueueState {
 
   std::string name;
   std::string deviceUri;  // empty when not known
+  std::string makeModel;  // of the PPD it was made with; stays when that file is lost
   State state = State::kUnknown;
   std::string stateMessage;
   std::vector<std::string> reasons;  // IPP printer-state-reasons (RFC 8011), without "none"

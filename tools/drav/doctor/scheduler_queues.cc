@@ -9,20 +9,16 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tools/drav/io/file_closer.h"
+
 namespace {
 
-constexpr int kConnectMilliseconds = 5000;
-constexpr double kAnswerSeconds = 10;
 constexpr long kMaxPpdBytes = 4L << 20U;
 
 struct IppDeleter {
   void operator()(ipp_t* message) const { ippDelete(message); }
 };
 using IppMessage = std::unique_ptr<ipp_t, IppDeleter>;
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
 
 std::string lastError() {
   const char* text = cupsLastErrorString();
@@ -57,6 +53,7 @@ void apply(ipp_attribute_t* attribute, QueueState& queue) {
   queue.attributes.emplace_back(name, valueText(attribute));
   if (name == "printer-name") queue.name = stringAt(attribute, 0);
   if (name == "device-uri") queue.deviceUri = stringAt(attribute, 0);
+  if (name == "printer-make-and-model") queue.makeModel = stringAt(attribute, 0);
   if (name == "printer-state") queue.state = stateOf(ippGetInteger(attribute, 0));
   if (name == "printer-state-message") queue.stateMessage = stringAt(attribute, 0);
   if (name == "printer-is-accepting-jobs") queue.accepting = ippGetBoolean(attribute, 0) != 0;
@@ -111,9 +108,9 @@ struct SchedulerQueues::Connection {
 SchedulerQueues::SchedulerQueues() : connection_(std::make_unique<Connection>()) {}
 SchedulerQueues::~SchedulerQueues() = default;
 
-bool SchedulerQueues::connect(std::string& error) {
+bool SchedulerQueues::connect(std::string& error, int waitMilliseconds) {
   connection_->http = httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1,
-                                   kConnectMilliseconds, nullptr);
+                                   waitMilliseconds, nullptr);
   if (connection_->http == nullptr) {
     error = "no scheduler answers at " + address();
     return false;
@@ -124,8 +121,8 @@ bool SchedulerQueues::connect(std::string& error) {
          void* /*data*/) -> const char* { return nullptr; },
       nullptr);
   httpSetTimeout(
-      connection_->http, kAnswerSeconds, [](http_t* /*http*/, void* /*data*/) { return 0; },
-      nullptr);
+      connection_->http, 2 * waitMilliseconds / 1000.0,
+      [](http_t* /*http*/, void* /*data*/) { return 0; }, nullptr);
   return true;
 }
 
@@ -165,7 +162,7 @@ bool SchedulerQueues::list(std::vector<QueueState>& queues, std::string& error) 
 
 bool SchedulerQueues::readPpd(const std::string& queue, std::string& text, std::string& error) {
   text.clear();
-  const std::unique_ptr<std::FILE, FileCloser> file(std::tmpfile());
+  const FileHandle file(std::tmpfile());
   if (!file || connection_->http == nullptr) {
     error = file ? "no scheduler is connected" : "no temporary file can be made";
     return false;

@@ -12,10 +12,12 @@
 #include "common/scope_guard.h"
 #include "tools/drav/document/approximate_source.h"
 #include "tools/drav/document/converted_source.h"
+#include "tools/drav/document/exif.h"
 #include "tools/drav/document/picture.h"
 #include "tools/drav/document/raster_reader.h"
 #include "tools/drav/io/child_process.h"
 #include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -100,8 +102,9 @@ bool Document::copyToScratch(const std::string& input, std::string& error) {
          writeScratchFile(path_, content.data(), content.size(), error);
 }
 
-// Before a converter sees it: the size, damage that converters pass over, and what they
-// make nothing of.
+// Refuses pictures that are too large or damaged before a converter gets them:
+// converters print damaged ones in part and say nothing. Marks those of which CUPS's
+// converter prints noise.
 bool Document::checkPicture(std::string& error) {
   std::vector<uint8_t> file;
   PictureSize size;
@@ -112,6 +115,7 @@ bool Document::checkPicture(std::string& error) {
     return false;
   }
   isGarbled_ = isGreyWithTransparency(kind_, file);
+  isTurned_ = kind_ == DocumentKind::kJpeg && exifOrientation(file) != 1;
   return measurePicture(kind_, file, size, error) && decodePicture(kind_, file, picture, error);
 }
 
@@ -134,6 +138,10 @@ bool Document::useConverters(const std::string& program, std::string& error) {
   converted_ = source.get();
   if (!source->start(program, path_, mediaType(kind_, start_), driver_, idle_, error)) return false;
   source_ = std::move(source);
+  if (isTurned_)
+    notes_.emplace_back(
+        "the camera was held sideways or upside down, as its EXIF data says; CUPS's picture "
+        "converter prints the picture as it is stored");
   if (isPicture() && driver_.isGiven("Brightness"))
     notes_.emplace_back(
         "CUPS's picture converter takes the job's Brightness for its own option and turns the page "
@@ -152,6 +160,7 @@ bool Document::useSubstitute(const std::string& missing, std::string& error) {
       return false;
     source_ = pictureSource(picture, driver_, error);
     approximation_ = missing + "; the picture itself was scaled to the page";
+    if (isTurned_) approximation_ += ", the right way up as its EXIF data says, unlike CUPS's";
     return source_ != nullptr;
   }
   if (kind_ == DocumentKind::kPdf) {

@@ -65,6 +65,7 @@ class Document {
   std::function<void()> idle_;
   bool avoidConverters_ = false;
   bool isGarbled_ = false;  // a picture that CUPS's converter cannot read
+  bool isTurned_ = false;   // a photo that is stored sideways or upside down
   std::string name_;
   std::string title_;
   std::string path_;  // a regular file

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "tools/drav/document/exif.h"
 #include "tools/drav/document/jpeg_picture.h"
 
 namespace {
@@ -229,7 +230,11 @@ bool decodePicture(DocumentKind kind, std::span<const uint8_t> file, GreyPicture
   if (!measurePicture(kind, file, size, error)) return false;
   picture.width = static_cast<uint32_t>(size.width);
   picture.height = static_cast<uint32_t>(size.height);
-  if (kind == DocumentKind::kJpeg) return decodeJpeg(file, picture.levels, error);
+  if (kind == DocumentKind::kJpeg) {
+    if (!decodeJpeg(file, picture.levels, error)) return false;
+    picture = upright(std::move(picture), exifOrientation(file));
+    return true;
+  }
   if (kind == DocumentKind::kPng) {
     PngFile png(file);
     if (png.isOpen() && png.decode(picture.levels)) return true;

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "tools/drav/draw/cairo_handles.h"
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

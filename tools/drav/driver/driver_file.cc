@@ -12,8 +12,11 @@
 #include "common/ppd_lookup.h"
 #include "common/scope_guard.h"
 #include "filter/page_geometry.h"
+#include "tools/drav/driver/known_options.h"
 #include "tools/drav/driver/models.h"
 #include "tools/drav/io/input_file.h"
+#include "tools/drav/io/nearest_word.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -98,15 +101,31 @@ void DriverFile::markOptions() {
   cupsMarkOptions(ppd_.get(), parsed.count(), parsed.list());
   for (const cups_option_t& given : parsed) {
     ppd_option_t* option = ppdFindOption(ppd_.get(), given.name);
+    if (option == nullptr) noteUnknown(given.name);
     if (option == nullptr || ppdFindChoice(option, given.value) != nullptr ||
         ::strncasecmp(given.value, "Custom.", 7) == 0)
       continue;
     std::string names;
-    for (const DriverChoice& choice : choices(given.name))
+    std::vector<std::string> words;
+    for (const DriverChoice& choice : choices(given.name)) {
       names += (names.empty() ? "" : ", ") + choice.name;
+      words.push_back(choice.name);
+    }
+    const std::string nearest = nearestWord(given.value, words);
+    if (!nearest.empty()) names += "; the nearest is " + nearest;
     notes_.push_back(std::string(option->keyword) + " has no choice \"" + given.value +
                      "\", the filter takes " + current(given.name).name + "; choices are " + names);
   }
+}
+
+void DriverFile::noteUnknown(const std::string& name) {
+  if (isStandardOption(name)) return;
+  std::vector<std::string> known = optionNames();
+  const std::vector<std::string> standard = standardOptionNames();
+  known.insert(known.end(), standard.begin(), standard.end());
+  const std::string nearest = nearestWord(name, known);
+  notes_.push_back("there is no option " + name + ", neither in the driver file nor in CUPS" +
+                   (nearest.empty() ? "" : "; the nearest is " + nearest));
 }
 
 bool DriverFile::isGiven(const std::string& option) const {
@@ -131,6 +150,14 @@ void DriverFile::readResolution() {
 std::string DriverFile::title() const {
   if (ppd_->nickname != nullptr) return ppd_->nickname;
   return ppd_->modelname != nullptr ? ppd_->modelname : "unnamed driver";
+}
+
+std::vector<std::string> DriverFile::optionNames() const {
+  std::vector<std::string> names;
+  for (const ppd_option_t* option = ppdFirstOption(ppd_.get()); option != nullptr;
+       option = ppdNextOption(ppd_.get()))
+    names.emplace_back(option->keyword);
+  return names;
 }
 
 std::vector<DriverChoice> DriverFile::choices(const std::string& option) const {

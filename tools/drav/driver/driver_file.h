@@ -58,6 +58,8 @@ class DriverFile {
   // Name of the model for people, version included.
   std::string title() const;
 
+  // The options of the driver file, by name.
+  std::vector<std::string> optionNames() const;
   // Choices of an option in the driver's order; empty when it has none.
   std::vector<DriverChoice> choices(const std::string& option) const;
   // The choice that counts for this job; nothing in it when there is none.
@@ -74,8 +76,8 @@ class DriverFile {
   // Widest row in dots before the filter's packing; 0 for no limit.
   uint32_t printableDots() const;
 
-  // What the user should know: options whose value the driver does not have, which
-  // the filter passes over. One line each.
+  // What the user should know: options that nothing knows, and options whose value the
+  // driver does not have, which the filter passes over. One line each.
   const std::vector<std::string>& notes() const { return notes_; }
 
  private:
@@ -84,6 +86,7 @@ class DriverFile {
   };
   bool copyToScratch(std::string& error);
   void markOptions();
+  void noteUnknown(const std::string& name);
   void readResolution();
 
   JobChoice job_;

@@ -14,7 +14,7 @@ struct EmbeddedModel {
 // All models, in the order of the driver source. Never empty.
 std::span<const EmbeddedModel> embeddedModels();
 
-// The model that is meant when none is named: the A4 stencil printer.
+// The model that is used when none is named: the A4 stencil printer.
 const EmbeddedModel& defaultModel();
 
 // The model of this name, whatever its case, with or without ".ppd"; null for none.

@@ -2,12 +2,12 @@
 #include "tools/drav/engine/page_run.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 
+#include "tools/drav/command.h"
 #include "tools/drav/document/document.h"
 #include "tools/drav/driver/models.h"
-#include "tools/drav/io/input_file.h"
 #include "tools/drav/io/interruption.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -129,7 +129,6 @@ bool runPages(const PageRequest& request, const PageVisitor& visitor, PageFacts&
   return PageRun(request, facts).run(visitor, error);
 }
 
-void printNotes(const PageFacts& facts) {
-  for (const std::string& note : facts.notes)
-    (void)std::fprintf(stderr, "drav: note: %s\n", printablePath(note).c_str());
+void printNotes(const std::vector<std::string>& notes) {
+  for (const std::string& note : notes) printNote(note);
 }

@@ -64,6 +64,6 @@ using PageVisitor = std::function<bool(const PageVisit& visit, std::string& erro
                             PageFacts& facts, std::string& error);
 
 // Prints the notes of a run, a line each, on standard error.
-void printNotes(const PageFacts& facts);
+void printNotes(const std::vector<std::string>& notes);
 
 #endif  // TOOLS_DRAV_ENGINE_PAGE_RUN_H_

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which halftones and brightness steps a page of proofs shows, and in which order they
-// are made: what is made first is sure to be there.
+// Which halftones and brightness steps the HTML proof shows, and in which order they are
+// made. The file has a limit, so the order decides what is left out.
 #ifndef TOOLS_DRAV_HTML_COMBINATIONS_H_
 #define TOOLS_DRAV_HTML_COMBINATIONS_H_
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <span>
 
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

@@ -15,8 +15,8 @@ struct Original {
   std::string data;     // a PNG of 8-bit grey as a "data:" address
 };
 
-// The longest address of an original; a page whose picture is longer is made smaller,
-// to the half, the quarter and so on.
+// The longest address of an original. If a page's picture is longer, it is shrunk to a
+// half, a quarter and so on, until it fits.
 inline constexpr size_t kMostOriginalBytes = 3'000'000;
 
 // False with one line in `error`. REQUIRES: the filter takes the page: a byte a pixel.

@@ -144,6 +144,7 @@ void writeHead(size_t size, const InspectOptions& options, const Survey& survey,
   document.member("bytes", size);
   document.member("printer", {{"dpiAcross", scale.dotsAcross},
                               {"dpiAlong", scale.dotsAlong},
+                              {"dpiAssumed", options.printer.isAssumed},
                               {"unitsPerInch", scale.unitsPerInch},
                               {"linesPerInch", scale.linesPerInch},
                               {"headBytes", head ? Json(*head) : Json(nullptr)}});

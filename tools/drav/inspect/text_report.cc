@@ -5,8 +5,9 @@
 #include <string>
 
 #include "tools/drav/inspect/listing.h"
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 #include "tools/drav/job/command_text.h"
+#include "tools/drav/job/printer_options.h"
 
 namespace {
 
@@ -70,9 +71,11 @@ void writeTotals(const InspectOptions& options, const Survey& survey, std::ostre
   out << "\nTotals\n";
   if (!survey.isRecord)
     out << "  jobs      " << totals.jobs << "\n  pages     " << totals.pages << "\n";
+  const auto& printer = options.printer;
   out << "  bands     " << totals.bands << "\n  rows      " << rowsText(totals) << "\n  paper     "
-      << paperText(totals, options.printer.scale) << "\n  coverage  " << coverageText(survey)
-      << "\n";
+      << paperText(totals, printer.scale) << "\n"
+      << (printer.isAssumed ? "            " + assumptionText(printer) + "\n" : "")
+      << "  coverage  " << coverageText(survey) << "\n";
   if (survey.isRecord) return;
   out << "  cuts      " << totals.partialCuts + totals.fullCuts << " (" << totals.partialCuts
       << " partial, " << totals.fullCuts << " full)\n  drawers   " << totals.drawerPulses

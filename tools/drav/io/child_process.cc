@@ -2,6 +2,7 @@
 #include "tools/drav/io/child_process.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -11,22 +12,21 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 #include "tools/drav/io/interruption.h"
+#include "tools/drav/io/scratch_folder.h"
 
 namespace {
 
-using SteadyClock = std::chrono::steady_clock;
-
 constexpr int kTickMilliseconds = 100;  // between two looks at the clock and the flag
-constexpr int kGraceMilliseconds = 2'000;
+constexpr std::chrono::milliseconds kGrace{2'000};
 constexpr size_t kMaxMessages = size_t{1} << 16U;
 constexpr rlim_t kMaxDescriptors = 4096;
+constexpr const char* kBarePath = "PATH=/usr/bin:/bin:/usr/sbin:/sbin";
 
 std::string systemText(int code) { return std::strerror(code); }
 
@@ -43,12 +43,14 @@ void closeEnd(int& descriptor) {
 }
 
 struct Pipes {
+  int input = -1;  // no pipe: a file that holds all of it
   std::array<int, 2> output = {-1, -1};
-  std::array<int, 2> errors = {-1, -1};
+  std::array<int, 2> errors = {-1, -1};  // unless they join the output
   std::array<int, 2> report = {-1, -1};  // of an exec that failed
 
   Pipes() = default;
   ~Pipes() {
+    closeEnd(input);
     for (auto* pair : {&output, &errors, &report})
       for (int& end : *pair) closeEnd(end);
   }
@@ -57,7 +59,22 @@ struct Pipes {
   Pipes(Pipes&&) = delete;
   Pipes& operator=(Pipes&&) = delete;
 
-  bool open() { return openPipe(output) && openPipe(errors) && openPipe(report); }
+  // False with errno.
+  bool open(const ChildCommand& command) {
+    return openInput(command.input) && openPipe(output) && openPipe(report) &&
+           (command.joinsErrors || openPipe(errors));
+  }
+
+ private:
+  bool openInput(const std::string& text) {
+    if (text.empty()) {
+      input = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+      return input >= 0;
+    }
+    std::string error;
+    input = openAnonymousFile(text.data(), text.size(), error);
+    return input >= 0;
+  }
 };
 
 // argv or envp of a child. The texts must outlive it.
@@ -71,10 +88,11 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
 
 extern "C" char** environ;  // NOLINT(readability-redundant-declaration): not everywhere
 
-std::vector<std::string> environmentWith(
-    const std::vector<std::pair<std::string, std::string>>& changes) {
+std::vector<std::string> environmentOf(const ChildCommand& command) {
+  const auto& changes = command.environment;
   std::vector<std::string> texts;
-  for (char** entry = environ; *entry != nullptr; ++entry) {
+  if (command.bareEnvironment) texts.emplace_back(kBarePath);
+  for (char** entry = environ; !command.bareEnvironment && *entry != nullptr; ++entry) {
     const std::string_view text = *entry;
     const std::string_view name = text.substr(0, text.find('='));
     const bool changed = std::any_of(changes.begin(), changes.end(),
@@ -93,21 +111,19 @@ void limit(decltype(RLIMIT_CORE) resource, uint64_t most) {
   (void)::setrlimit(resource, &current);
 }
 
-// All that happens between fork and exec: system calls only.
-[[noreturn]] void becomeProgram(const ChildCommand& command, const Pipes& pipes, char* const* argv,
-                                char* const* envp) {
-  (void)::setpgid(0, 0);
-  for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ, SIGQUIT, SIGCHLD})
-    (void)::signal(signalNumber, SIG_DFL);
-  sigset_t none;
-  sigemptyset(&none);
-  (void)::sigprocmask(SIG_SETMASK, &none, nullptr);
+// Whose place to take. Root's own group list goes as well.
+bool takePlace(const ChildCommand& command) {
+  if (::geteuid() != 0 || !command.uid || !command.gid) return true;
+  const gid_t gid = *command.gid;
+  return ::setgroups(1, &gid) == 0 && ::setgid(gid) == 0 && ::setuid(*command.uid) == 0;
+}
 
-  const int nothing = ::open("/dev/null", O_RDONLY);
-  int code = 0;
-  if (nothing < 0 || ::dup2(nothing, STDIN_FILENO) < 0 ||
-      ::dup2(pipes.output[1], STDOUT_FILENO) < 0 || ::dup2(pipes.errors[1], STDERR_FILENO) < 0)
-    code = errno;
+// What the program finds around it, made between fork and exec. False with errno.
+bool enterRun(const ChildCommand& command, const Pipes& pipes) {
+  const int errors = command.joinsErrors ? pipes.output[1] : pipes.errors[1];
+  if (::dup2(pipes.input, STDIN_FILENO) < 0 || ::dup2(pipes.output[1], STDOUT_FILENO) < 0 ||
+      ::dup2(errors, STDERR_FILENO) < 0)
+    return false;
   struct rlimit descriptors = {};
   (void)::getrlimit(RLIMIT_NOFILE, &descriptors);
   const auto end = static_cast<int>(std::min(descriptors.rlim_cur, kMaxDescriptors));
@@ -118,57 +134,79 @@ void limit(decltype(RLIMIT_CORE) resource, uint64_t most) {
   limit(RLIMIT_AS, command.memoryBytes);
   limit(RLIMIT_FSIZE, command.fileBytes);
   limit(RLIMIT_CPU, command.cpuSeconds);
-  if (code == 0) {
-    ::execve(argv[0], argv, envp);
-    code = errno;
+  return (command.folder.empty() || ::chdir(command.folder.c_str()) == 0) && takePlace(command);
+}
+
+// Why the program does not run.
+struct Refusal {
+  ChildEnd end;
+  int code;
+};
+
+// All that happens between fork and exec: system calls only.
+[[noreturn]] void becomeProgram(const ChildCommand& command, const Pipes& pipes, char* const* argv,
+                                char* const* envp) {
+  (void)::setpgid(0, 0);
+  for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ, SIGQUIT, SIGCHLD})
+    (void)::signal(signalNumber, SIG_DFL);
+  sigset_t none;
+  sigemptyset(&none);
+  (void)::sigprocmask(SIG_SETMASK, &none, nullptr);
+
+  Refusal refusal = {ChildEnd::kNotTried, 0};
+  if (enterRun(command, pipes)) {
+    refusal.end = ChildEnd::kNotStarted;
+    // Not execvp, which hands to a shell what the system does not take.
+    (void)::execve(argv[0], argv, envp);
   }
-  if (::write(pipes.report[1], &code, sizeof code) < 0) ::_exit(126);
+  refusal.code = errno;
+  if (::write(pipes.report[1], &refusal, sizeof refusal) < 0) ::_exit(126);
   ::_exit(127);
 }
 
-int millisecondsSince(SteadyClock::time_point start) {
-  return static_cast<int>(
-      std::chrono::duration_cast<std::chrono::milliseconds>(SteadyClock::now() - start).count());
-}
-
 }  // namespace
+
+// False, with the end that it is and one line in `error`.
+bool ChildProcess::refuse(ChildEnd end, int code, const char* what, std::string& error) {
+  end_ = end;
+  code_ = code;
+  error = failure_ = program_ + what + systemText(code);
+  return false;
+}
 
 bool ChildProcess::start(const ChildCommand& command, std::string& error) {
   kill();
   failure_.clear();
   messages_.clear();
+  end_ = ChildEnd::kNone;
   program_ = command.program.substr(command.program.rfind('/') + 1);
-  silenceMilliseconds_ = command.silenceMilliseconds;
+  silence_ = std::chrono::milliseconds(command.silenceMilliseconds);
+  deadline_ = Clock::now() + std::chrono::milliseconds(command.mostMilliseconds);
 
   std::vector<std::string> arguments = {command.program};
   arguments.insert(arguments.end(), command.arguments.begin(), command.arguments.end());
-  const std::vector<std::string> environment = environmentWith(command.environment);
+  const std::vector<std::string> environment = environmentOf(command);
   const std::vector<char*> argv = pointers(arguments);
   const std::vector<char*> envp = pointers(environment);
 
   Pipes pipes;
-  const bool opened = pipes.open();
-  const pid_t process = opened ? ::fork() : -1;
+  const pid_t process = pipes.open(command) ? ::fork() : -1;
   if (process == 0) becomeProgram(command, pipes, argv.data(), envp.data());
-  if (process < 0) {
-    error = program_ + " cannot be started: " + systemText(errno);
-    return false;
-  }
+  if (process < 0) return refuse(ChildEnd::kNotTried, errno, " cannot be started: ", error);
   (void)::setpgid(process, process);  // whoever of the two comes first
   process_ = process;
   closeEnd(pipes.report[1]);
-  int code = 0;
+  Refusal refusal = {};
   ssize_t got = 0;
-  do got = ::read(pipes.report[0], &code, sizeof code);
+  do got = ::read(pipes.report[0], &refusal, sizeof refusal);
   while (got < 0 && errno == EINTR);
   if (got > 0) {
     reap(true);
-    error = program_ + " cannot be run: " + systemText(code);
-    return false;
+    return refuse(refusal.end, refusal.code, " cannot be run: ", error);
   }
   output_ = std::exchange(pipes.output[0], -1);
   errors_ = std::exchange(pipes.errors[0], -1);
-  (void)::fcntl(errors_, F_SETFL, O_NONBLOCK);
+  if (errors_ >= 0) (void)::fcntl(errors_, F_SETFL, O_NONBLOCK);
   return true;
 }
 
@@ -188,19 +226,35 @@ void ChildProcess::readMessages() {
   }
 }
 
+// The first reason to end it is the one that is told.
+void ChildProcess::stopFor(ChildEnd end, const std::string& what) {
+  if (!failure_.empty()) return;
+  end_ = end;
+  failure_ = what;
+}
+
+// Whether it has been silent for too long since then, or runs for too long.
+bool ChildProcess::overdue(Clock::time_point since) const {
+  const auto now = Clock::now();
+  return now - since > silence_ || now > deadline_;
+}
+
 // Waits until there is something to read on the standard output, its end included.
 bool ChildProcess::waitForOutput() {
-  const auto start = SteadyClock::now();
+  const auto start = Clock::now();
   for (;;) {
     std::array<pollfd, 2> watched = {pollfd{output_, POLLIN, 0}, pollfd{errors_, POLLIN, 0}};
     const int ready = ::poll(watched.data(), watched.size(), kTickMilliseconds);
     if (Interruption::requested()) {
-      failure_ = "interrupted";
+      stopFor(ChildEnd::kInterrupted, "interrupted");
     } else if (ready < 0 && errno != EINTR) {
-      failure_ = program_ + " cannot be watched: " + systemText(errno);
-    } else if (millisecondsSince(start) > silenceMilliseconds_) {
-      failure_ = program_ + " gave nothing for " + std::to_string(silenceMilliseconds_ / 1000) +
-                 " s and was ended";
+      stopFor(ChildEnd::kNotTried, program_ + " cannot be watched: " + systemText(errno));
+    } else if (Clock::now() > deadline_) {
+      stopFor(ChildEnd::kTimedOut, program_ + " took too long and was ended");
+    } else if (overdue(start)) {
+      stopFor(ChildEnd::kTimedOut, program_ + " gave nothing for " +
+                                       std::to_string(silence_.count() / 1000) +
+                                       " s and was ended");
     }
     if (!failure_.empty()) return false;
     if (ready > 0 && watched[1].revents != 0) readMessages();
@@ -229,19 +283,13 @@ bool ChildProcess::finish() {
   while (output_ >= 0)
     if (read(unread.data(), unread.size()) < 0) return false;
   if (process_ >= 0) reap(false);
-  if (!failure_.empty()) return false;
-  if (WIFEXITED(status_) && WEXITSTATUS(status_) == 0) return true;
-  failure_ = program_ + (WIFSIGNALED(status_)
-                             ? " was ended by signal " + std::to_string(WTERMSIG(status_))
-                             : " ended with status " + std::to_string(WEXITSTATUS(status_)));
-  return false;
+  return failure_.empty();
 }
 
 // Waits for the program to end by itself; `forced`, or when it takes too long, or on
 // an interruption, ends it. What is left of its group is killed in any case.
 void ChildProcess::reap(bool forced) {
-  auto start = SteadyClock::now();
-  int patience = forced ? kGraceMilliseconds : silenceMilliseconds_;
+  auto start = Clock::now();
   if (forced) (void)::kill(-process_, SIGTERM);
   for (;;) {
     // It stays a zombie for now, so that its number is nobody else's yet.
@@ -250,23 +298,38 @@ void ChildProcess::reap(bool forced) {
         ::waitid(P_PID, static_cast<id_t>(process_), &ended, WEXITED | WNOHANG | WNOWAIT);
     if ((waited == 0 && ended.si_pid == process_) || (waited < 0 && errno != EINTR)) break;
     if (errors_ >= 0) readMessages();
-    if (!forced && (Interruption::requested() || millisecondsSince(start) > patience)) {
-      failure_ = Interruption::requested() ? "interrupted" : program_ + " does not end";
+    if (!forced && (Interruption::requested() || overdue(start))) {
+      if (Interruption::requested())
+        stopFor(ChildEnd::kInterrupted, "interrupted");
+      else
+        stopFor(ChildEnd::kTimedOut, program_ + " does not end");
       forced = true;
-      start = SteadyClock::now();
-      patience = kGraceMilliseconds;
+      start = Clock::now();
       (void)::kill(-process_, SIGTERM);
-    } else if (forced && millisecondsSince(start) > patience) {
+    } else if (forced && Clock::now() - start > kGrace) {
       (void)::kill(-process_, SIGKILL);
     }
     (void)::poll(nullptr, 0, 5);
   }
   (void)::kill(-process_, SIGKILL);
-  while (::waitpid(process_, &status_, 0) < 0 && errno == EINTR) {
+  int status = 0;
+  while (::waitpid(process_, &status, 0) < 0 && errno == EINTR) {
   }
   process_ = -1;
+  if (failure_.empty()) tellEnd(status);
   if (errors_ >= 0) readMessages();
   closePipes();
+}
+
+void ChildProcess::tellEnd(int status) {
+  if (WIFSIGNALED(status)) {
+    code_ = WTERMSIG(status);
+    stopFor(ChildEnd::kSignalled, program_ + " was ended by signal " + std::to_string(code_));
+    return;
+  }
+  end_ = ChildEnd::kExited;
+  code_ = WEXITSTATUS(status);
+  if (code_ != 0) failure_ = program_ + " ended with status " + std::to_string(code_);
 }
 
 void ChildProcess::kill() {
@@ -280,7 +343,7 @@ void ChildProcess::closePipes() {
 }
 
 std::string findProgram(const std::string& name, const char* variable) {
-  if (const char* chosen = std::getenv(variable)) return chosen;
+  if (const char* chosen = variable != nullptr ? std::getenv(variable) : nullptr) return chosen;
   const char* inherited = std::getenv("PATH");
   std::string path = inherited != nullptr ? inherited : "";
   path += ":/usr/bin:/usr/sbin:/usr/local/sbin:/opt/homebrew/bin:/opt/homebrew/sbin";

@@ -5,9 +5,12 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,18 +19,37 @@ struct ChildCommand {
   std::string program;                 // path; no shell and no search is involved
   std::vector<std::string> arguments;  // behind the program's name
   std::vector<std::pair<std::string, std::string>> environment;  // set over our own
+  bool bareEnvironment = false;  // of our own nothing, but a PATH of the system's folders
+  std::string folder;            // where it runs; empty for where we are
+  std::string input;             // what it reads on standard input; empty for /dev/null
+  bool joinsErrors = false;      // its standard error goes where its standard output goes
+  // Whose place it takes when this process is root's; both or none.
+  std::optional<uid_t> uid;
+  std::optional<gid_t> gid;
 
   // For each process that the program starts as well.
   uint64_t memoryBytes = uint64_t{4} << 30U;
   uint64_t fileBytes = uint64_t{4} << 30U;  // of any file that it writes
   uint64_t cpuSeconds = 300;
-  // For all of it: the longest time without any output.
+  // For all of it: the longest time without any output, and the longest time at all.
   int silenceMilliseconds = 120'000;
+  int mostMilliseconds = std::numeric_limits<int>::max();
 };
 
-// One program, in a process group of its own, with standard input from nowhere and
-// no other descriptor of ours. Whatever is left of the group is killed with this.
-// Waiting ends at once when an Interruption is requested.
+// How a program ended; `code` goes with it.
+enum class ChildEnd {
+  kNone,         // it runs, or there is none
+  kExited,       // the exit status
+  kSignalled,    // the signal
+  kTimedOut,     // killed
+  kInterrupted,  // killed, since an Interruption was requested
+  kNotStarted,   // the errno of execve
+  kNotTried,     // the errno of what could not be made for it
+};
+
+// One program, in a process group of its own, with no descriptor of ours but its
+// standard ones. The destructor kills what is left of the group. Waiting ends at
+// once when an Interruption is requested.
 class ChildProcess {
  public:
   ChildProcess() = default;
@@ -57,30 +79,41 @@ class ChildProcess {
   // Why it was killed or how it ended: one line, such as "ended with status 3". Empty
   // when it did well, or runs.
   const std::string& failure() const { return failure_; }
+  ChildEnd end() const { return end_; }
+  int code() const { return code_; }
 
-  // What it wrote to standard error; the first and the last of it when that was much.
+  // What it wrote to standard error of its own; the first and the last of it when
+  // that was much.
   const std::string& messages() const { return messages_; }
 
  private:
+  using Clock = std::chrono::steady_clock;
+
+  bool refuse(ChildEnd end, int code, const char* what, std::string& error);
   bool waitForOutput();
   void readMessages();
+  void stopFor(ChildEnd end, const std::string& what);
+  bool overdue(Clock::time_point since) const;
   void reap(bool forced);
+  void tellEnd(int status);
   void closePipes();
 
   std::string program_;
   pid_t process_ = -1;
   int output_ = -1;
   int errors_ = -1;
-  int silenceMilliseconds_ = 0;
-  int status_ = 0;
+  std::chrono::milliseconds silence_{};
+  Clock::time_point deadline_;
+  ChildEnd end_ = ChildEnd::kNone;
+  int code_ = 0;
   std::string failure_;
   std::string messages_;
   std::function<void()> idle_;
 };
 
-// Path of a program: what the environment variable `variable` says, which may be the
-// empty text for none, else the first executable `name` in PATH or in the folders of
-// the system's own programs. Empty when there is none.
-std::string findProgram(const std::string& name, const char* variable);
+// Path of a program: what the environment variable `variable`, if one is named, says,
+// which may be the empty text for none; else the first executable `name` in PATH or in
+// the folders of the system's own programs. Empty when there is none.
+std::string findProgram(const std::string& name, const char* variable = nullptr);
 
 #endif  // TOOLS_DRAV_IO_CHILD_PROCESS_H_

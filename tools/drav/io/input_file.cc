@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "common/scope_guard.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -20,14 +21,6 @@ std::string inputName(const std::string& path) {
 }
 
 }  // namespace
-
-std::string printablePath(const std::string& path) {
-  std::string name = path;
-  std::replace_if(
-      name.begin(), name.end(),
-      [](char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7F; }, '?');
-  return name;
-}
 
 bool readInput(const std::string& path, std::vector<uint8_t>& bytes, std::string& error,
                uint64_t limit) {

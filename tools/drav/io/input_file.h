@@ -16,7 +16,4 @@ inline constexpr uint64_t kMaxInputBytes = uint64_t{2} << 30U;
 [[nodiscard]] bool readInput(const std::string& path, std::vector<uint8_t>& bytes,
                              std::string& error, uint64_t limit = kMaxInputBytes);
 
-// The name of an input for a message: one line, whatever bytes the path holds.
-std::string printablePath(const std::string& path);
-
 #endif  // TOOLS_DRAV_IO_INPUT_FILE_H_

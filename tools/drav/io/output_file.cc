@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -30,6 +30,14 @@ std::string defaultOutputName(const std::string& input, const std::string& suffi
 std::string insertBeforeEnding(const std::string& path, const std::string& insert) {
   std::string out = path;
   return out.insert(endingAt(path), insert);
+}
+
+std::string pageName(const std::string& path, unsigned number, unsigned last) {
+  const std::string digits = std::to_string(number);
+  const size_t width = std::to_string(last).size();
+  std::string insert(1, '-');
+  insert.append(width > digits.size() ? width - digits.size() : 0, '0').append(digits);
+  return insertBeforeEnding(path, insert);
 }
 
 std::string endingOf(const std::string& path) {

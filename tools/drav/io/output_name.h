@@ -12,6 +12,10 @@ std::string defaultOutputName(const std::string& input, const std::string& suffi
 // `insert` put before the ending: "a/out-2.png" for "a/out.png" and "-2".
 std::string insertBeforeEnding(const std::string& path, const std::string& insert);
 
+// `path` for page `number` of several: "a/out-3.png", with as many digits as the
+// number of the last one has, so that names sort like pages.
+std::string pageName(const std::string& path, unsigned number, unsigned last);
+
 // The ending in lower case, with its point; empty for none.
 std::string endingOf(const std::string& path);
 

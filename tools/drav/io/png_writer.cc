@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/drav/io/png_writer.h"
 
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/io/text.h"
 
 bool PngWriter::open(const std::string& path, uint32_t width, uint32_t height, std::string& error,
                      const PngNotes& notes) {

@@ -70,3 +70,21 @@ int openAnonymousFile(std::string& error) {
   (void)::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
   return descriptor;
 }
+
+int openAnonymousFile(const void* content, size_t size, std::string& error) {
+  const int file = openAnonymousFile(error);
+  if (file < 0) return file;
+  const auto* bytes = static_cast<const char*>(content);
+  for (size_t done = 0; done < size;) {
+    const ssize_t wrote = ::write(file, bytes + done, size - done);
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote < 0) {
+      error = std::strerror(errno);
+      ::close(file);
+      return -1;
+    }
+    done += static_cast<size_t>(wrote);
+  }
+  (void)::lseek(file, 0, SEEK_SET);
+  return file;
+}

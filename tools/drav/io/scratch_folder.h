@@ -35,4 +35,7 @@ class ScratchFolder {
 // where the system has that, else below TMPDIR. -1 with one line in `error`.
 [[nodiscard]] int openAnonymousFile(std::string& error);
 
+// The same with `content` in it, at its start.
+[[nodiscard]] int openAnonymousFile(const void* content, size_t size, std::string& error);
+
 #endif  // TOOLS_DRAV_IO_SCRATCH_FOLDER_H_

@@ -169,6 +169,20 @@ std::optional<JobCommand> JobStreamReader::next() {
   return fail(JobStreamFault::kUnknownBytes, "unknown bytes " + hexText(rest, 8));
 }
 
+std::optional<JobCommand> JobStreamReader::cutBand() const {
+  if (!error_ || error_->fault != JobStreamFault::kUnfinishedBand) return std::nullopt;
+  JobCommand band;
+  band.kind = CommandKind::kRasterBand;
+  band.offset = offset_;
+  band.bytes = stream_.subspan(offset_);
+  band.parameters = band.bytes.subspan(kBand.size(), kBandHeader - kBand.size());
+  band.bytesPerRow = littleEndian16(band.parameters);
+  const std::span<const uint8_t> dots = band.bytes.subspan(kBandHeader);
+  band.rows = static_cast<uint32_t>(dots.size() / band.bytesPerRow);
+  band.data = dots.first(size_t{band.rows} * band.bytesPerRow);
+  return band.rows != 0 ? std::optional(band) : std::nullopt;
+}
+
 std::span<const uint8_t> JobStreamReader::resynchronise() {
   const size_t start = std::exchange(offset_, stream_.size());
   const bool endsInside = error_->fault != JobStreamFault::kUnknownBytes;

@@ -89,6 +89,12 @@ class JobStreamReader {
   // Why next() gave nothing: empty at the end of the stream.
   const std::optional<JobStreamError>& error() const { return error_; }
 
+  // Whether the stream ends before the command that it ends with does.
+  bool isCut() const { return error_ && error_->fault != JobStreamFault::kUnknownBytes; }
+  // The whole rows of the band that the stream ends inside, as a band of that many;
+  // nothing where it ends otherwise or no row is whole.
+  std::optional<JobCommand> cutBand() const;
+
   // Goes on behind an error, with the next ESC @ or whole raster band that is
   // followed by another known command or by the end of the stream; a picture's
   // dots seldom look like that. Up to 64 NULs before an ESC @ count as its padding.

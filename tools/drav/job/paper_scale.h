@@ -28,6 +28,9 @@ struct PaperScale {
 struct PrinterFacts {
   PaperScale scale;
   std::optional<uint32_t> headBytes;  // bytes of the widest row that the head prints
+  bool unitsAreDots = true;           // nobody told the motion unit
+  bool isAssumed = false;             // nobody told the resolution
+  std::string assumedFrom;            // the model whose head it was assumed from
 };
 
 // Inches of paper that a feed command moves; 0 for every other command.

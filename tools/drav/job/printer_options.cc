@@ -8,12 +8,14 @@
 #include <cmath>
 #include <limits>
 #include <locale>
+#include <memory>
 #include <sstream>
 #include <string_view>
 
 #include "common/ppd_lookup.h"
-#include "common/scope_guard.h"
-#include "tools/drav/io/input_file.h"
+#include "tools/drav/driver/models.h"
+#include "tools/drav/io/scratch_folder.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -37,35 +39,69 @@ double parseNumber(const char* text) {
   return stream >> value ? value : 0;
 }
 
-bool readPpd(const std::string& path, PrinterFacts& facts, uint32_t dpi, std::string& error) {
-  ppd_file_t* ppd = ppdOpenFile(path.c_str());
-  if (ppd == nullptr) {
-    int line = 0;
-    const ppd_status_t status = ppdLastError(&line);
-    error = printablePath(path) + ": no readable driver file: " + ppdErrorString(status) +
-            (line > 0 ? " in line " + std::to_string(line) : "");
-    return false;
-  }
-  const ScopeGuard closer([ppd] { ppdClose(ppd); });
+struct PpdCloser {
+  void operator()(ppd_file_t* ppd) const { ppdClose(ppd); }
+};
+using PpdHandle = std::unique_ptr<ppd_file_t, PpdCloser>;
 
+PpdHandle openModel(const EmbeddedModel& model) {
+  std::string error;
+  const int file = openAnonymousFile(model.ppd.data(), model.ppd.size(), error);
+  return PpdHandle(ppdOpenFd(file));  // which closes it
+}
+
+bool openPpd(const PrinterArguments& arguments, PpdHandle& ppd, std::string& error) {
+  if (arguments.ppd.empty()) {
+    const EmbeddedModel* model = findModel(arguments.model);
+    if (model == nullptr) {
+      error = "there is no model " + printablePath(arguments.model) + "; there are " + modelList();
+      return false;
+    }
+    ppd = openModel(*model);
+  } else {
+    ppd.reset(ppdOpenFile(arguments.ppd.c_str()));
+  }
+  if (ppd) return true;
+  int line = 0;
+  const ppd_status_t status = ppdLastError(&line);
+  error = printablePath(arguments.ppd) + ": no readable driver file: " + ppdErrorString(status) +
+          (line > 0 ? " in line " + std::to_string(line) : "");
+  return false;
+}
+
+// Resolution, unless `dpi` is given, and width of the head. False when the resolution
+// makes no sense.
+bool readPpd(ppd_file_t* ppd, uint32_t dpi, PrinterFacts& facts, std::string& resolution) {
   PaperScale& scale = facts.scale;
   const char* standard = dravPpdGetAttrAsStrDefault(ppd, "DefaultResolution", nullptr, "");
-  const std::string resolution = dravPpdGetChoiceAsStrDefault(ppd, "Resolution", standard);
-  if (dpi == 0 && !resolution.empty() &&
-      !parseResolution(resolution, scale.dotsAcross, scale.dotsAlong)) {
-    error = printablePath(path) + ": resolution \"" + resolution + "\" makes no sense";
-    return false;
+  resolution = dravPpdGetChoiceAsStrDefault(ppd, "Resolution", standard);
+  if (dpi == 0 && !resolution.empty()) {
+    if (!parseResolution(resolution, scale.dotsAcross, scale.dotsAlong)) return false;
+    facts.isAssumed = false;
   }
   const char* width = dravPpdGetAttrAsStrDefault(ppd, "MaxMediaWidth", nullptr, "");
   facts.headBytes = headBytesOf(parseNumber(width), scale.dotsAcross);
   return true;
 }
 
+bool readDriver(const PrinterArguments& arguments, PrinterFacts& facts, std::string& error) {
+  PpdHandle ppd;
+  std::string resolution;
+  if (!openPpd(arguments, ppd, error)) return false;
+  if (readPpd(ppd.get(), arguments.dpi, facts, resolution)) return true;
+  error = printablePath(arguments.ppd) + ": resolution \"" + resolution + "\" makes no sense";
+  return false;
+}
+
 }  // namespace
 
 void addPrinterOptions(CLI::App& app, PrinterArguments& arguments) {
-  app.add_option("--ppd", arguments.ppd, "Driver file: resolution, and width of the head");
-  app.add_option("--dpi", arguments.dpi, "Dots per inch; else the driver file's, else 300")
+  auto* ppd = app.add_option("--ppd", arguments.ppd, "Driver file: resolution, width of the head");
+  app.add_option("--model", arguments.model, "One of our own driver files: " + modelList())
+      ->type_name("NAME")
+      ->excludes(ppd);
+  app.add_option("--dpi", arguments.dpi,
+                 "Dots per inch; else the driver file's, else assumed from the width of the rows")
       ->check(CLI::Range(1U, kMaxRate));
   app.add_option("--units-per-inch", arguments.unitsPerInch,
                  "What ESC J counts in, by the printer's manual; else one dot")
@@ -101,9 +137,12 @@ std::optional<uint32_t> headBytesOf(double maxMediaWidth, uint32_t dotsPerInch) 
 bool resolvePrinter(const PrinterArguments& arguments, PrinterFacts& facts, std::string& error) {
   facts = {};
   PaperScale& scale = facts.scale;
+  facts.isAssumed = arguments.dpi == 0;
   if (arguments.dpi != 0) scale.dotsAcross = scale.dotsAlong = arguments.dpi;
-  if (!arguments.ppd.empty() && !readPpd(arguments.ppd, facts, arguments.dpi, error)) return false;
-  scale.unitsPerInch = arguments.unitsPerInch != 0 ? arguments.unitsPerInch : scale.dotsAlong;
+  const bool hasDriver = !arguments.ppd.empty() || !arguments.model.empty();
+  if (hasDriver && !readDriver(arguments, facts, error)) return false;
+  facts.unitsAreDots = arguments.unitsPerInch == 0;
+  scale.unitsPerInch = facts.unitsAreDots ? scale.dotsAlong : arguments.unitsPerInch;
   // Written so that not-a-number, which the option's range lets through, is refused.
   if (!(arguments.linesPerInch >= 0)) {
     error = "--lines-per-inch is not a number";
@@ -111,4 +150,28 @@ bool resolvePrinter(const PrinterArguments& arguments, PrinterFacts& facts, std:
   }
   if (arguments.linesPerInch > 0) scale.linesPerInch = arguments.linesPerInch;
   return true;
+}
+
+void assumeResolution(uint32_t widestRowBytes, PrinterFacts& facts) {
+  if (!facts.isAssumed) return;
+  for (const EmbeddedModel& model : embeddedModels()) {
+    PrinterFacts known;
+    std::string resolution;
+    const PpdHandle ppd = openModel(model);
+    if (!ppd || !readPpd(ppd.get(), 0, known, resolution) || known.headBytes != widestRowBytes)
+      continue;
+    facts.scale.dotsAcross = known.scale.dotsAcross;
+    facts.scale.dotsAlong = known.scale.dotsAlong;
+    if (facts.unitsAreDots) facts.scale.unitsPerInch = facts.scale.dotsAlong;
+    facts.assumedFrom = model.name;
+    return;
+  }
+}
+
+std::string assumptionText(const PrinterFacts& facts) {
+  return std::to_string(facts.scale.dotsAlong) + " dpi assumed" +
+         (facts.assumedFrom.empty()
+              ? std::string()
+              : ", since the rows are as wide as the head of " + facts.assumedFrom) +
+         "; --dpi, --model or --ppd says it";
 }

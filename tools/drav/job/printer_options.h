@@ -15,12 +15,13 @@ class App;
 // As given; 0 or nothing where an option is not.
 struct PrinterArguments {
   std::string ppd;
+  std::string model;
   uint32_t dpi = 0;
   uint32_t unitsPerInch = 0;
   double linesPerInch = 0;
 };
 
-// Adds --ppd, --dpi, --units-per-inch and --lines-per-inch. `arguments` must live
+// Adds --ppd, --model, --dpi, --units-per-inch and --lines-per-inch. `arguments` must live
 // until the command line was parsed.
 void addPrinterOptions(CLI::App& app, PrinterArguments& arguments);
 
@@ -30,6 +31,13 @@ void addPrinterOptions(CLI::App& app, PrinterArguments& arguments);
 // "MaxMediaWidth" leaves the width of the head open.
 [[nodiscard]] bool resolvePrinter(const PrinterArguments& arguments, PrinterFacts& facts,
                                   std::string& error);
+
+// Fills in the resolution that nobody told: that of our own models whose head is as wide
+// as the widest row, when they have one, else that of PaperScale.
+void assumeResolution(uint32_t widestRowBytes, PrinterFacts& facts);
+
+// "300 dpi assumed, ...". REQUIRES: `facts` are assumed.
+std::string assumptionText(const PrinterFacts& facts);
 
 // Bytes of the widest row that a head prints, from its driver file's MaxMediaWidth
 // in points. A head's dots come in whole bytes, and MaxMediaWidth lies up to 2.5 dots

@@ -7,9 +7,9 @@
 #include "tools/drav/draw/text_strip.h"
 #include "tools/drav/html/html_file.h"
 #include "tools/drav/html/html_proof.h"
-#include "tools/drav/io/input_file.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/png_writer.h"
+#include "tools/drav/io/text.h"
 
 namespace {
 
@@ -127,9 +127,7 @@ bool writePictures(const PageRequest& request, const std::string& path, const Co
                    ProofReport& report, std::deque<PngWriter>& writers, std::string& error) {
   const bool several = all.pages.size() > 1;
   for (const NumberedPage& page : all.pages) {
-    const std::string name =
-        several ? insertBeforeEnding(path, std::string("-").append(std::to_string(page.number)))
-                : path;
+    const std::string name = several ? pageName(path, page.number, all.pages.back().number) : path;
     if (!checkNotInput(name, request.input, error) ||
         !writePicture(writers.emplace_back(), name, page, report.facts, error))
       return false;

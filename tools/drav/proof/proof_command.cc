@@ -46,7 +46,7 @@ int run(const ProofArguments& arguments) {
   std::string error;
   if (!makeProof(arguments.request, arguments.outputs, report, error)) return failCommand(error);
   if (arguments.request.quiet) return kExitDone;
-  printNotes(report.facts);
+  printNotes(report.facts.notes);
   for (const ProofPicture& picture : report.pictures)
     std::cout << summary(picture, report.facts) << "\n";
   if (report.html) std::cout << summary(*report.html, report.facts) << "\n";
@@ -61,7 +61,8 @@ Command addProof(CLI::App& app) {
   addPageOptions(*proof, arguments->request);
   proof
       ->add_option("-O,--output", arguments->outputs.picture,
-                   "Picture to write: PNG, one pixel a dot; several pages become OUT-1.png ...; "
+                   "Picture to write: PNG, one pixel a dot; several pages become OUT-1.png ..., or "
+                   "OUT-01.png ... of ten and more; "
                    "without, INPUT-proof.png in the current folder")
       ->type_name("OUT.png");
   proof

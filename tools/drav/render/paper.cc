@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "tools/drav/job/job_stream.h"
 #include "tools/drav/render/dot_row.h"
 #include "tools/drav/render/logo_frame.h"
+#include "tools/drav/render/whole_rows.h"
 
 namespace {
 
@@ -66,16 +66,14 @@ class PaperWalk {
   uint8_t align_ = 0;
 };
 
-// Walks the whole stream. False when `take` was, or with `error` when it is damaged.
+// Walks the whole stream; `cut` tells what is missing of one that is cut off. False when
+// `take` was, or with `error` when it is damaged.
 template <typename Take>
 bool walkPaper(std::span<const uint8_t> stream, const PaperScale& scale, Take take,
-               std::string& error) {
+               std::string& cut, std::string& error) {
   PaperWalk<Take> walk(scale, take);
-  JobStreamReader reader(stream);
-  while (const auto command = reader.next())
-    if (!walk.command(*command)) return false;
-  if (reader.error()) error = reader.error()->text;
-  return !reader.error() && walk.blank(0);
+  const auto pass = [&walk](const JobCommand& command) { return walk.command(command); };
+  return eachCommand(stream, pass, cut, error) && walk.blank(0);
 }
 
 class PaperPainter {
@@ -154,13 +152,14 @@ bool measurePaper(std::span<const uint8_t> stream, const PrinterFacts& printer,
     extent.bytesPerRow = std::max(extent.bytesPerRow, width);
     return true;
   };
-  return walkPaper(stream, printer.scale, add, error);
+  return walkPaper(stream, printer.scale, add, extent.cut, error);
 }
 
 bool drawPaper(std::span<const uint8_t> stream, const PrinterFacts& printer,
                const RenderExtent& extent, PictureSink& sink, std::string& error) {
   PaperPainter painter(printer.scale, extent.bytesPerRow, sink, error);
+  std::string cut;
   return walkPaper(
       stream, printer.scale, [&painter](const Segment& segment) { return painter.draw(segment); },
-      error);
+      cut, error);
 }

@@ -7,8 +7,10 @@
 
 #include "tools/drav/io/input_file.h"
 #include "tools/drav/io/png_writer.h"
-#include "tools/drav/job/job_stream.h"
+#include "tools/drav/io/text.h"
+#include "tools/drav/job/printer_options.h"
 #include "tools/drav/render/paper.h"
+#include "tools/drav/render/whole_rows.h"
 
 namespace {
 
@@ -33,7 +35,7 @@ class PngSink : public PictureSink {
 bool checkExtent(const RenderExtent& extent, std::string& error) {
   static_assert(kMaxPictureBytes <= uint64_t{std::numeric_limits<int32_t>::max()});
   if (extent.rows == 0 || extent.bytesPerRow == 0) {
-    error = "no raster rows, nothing to draw";
+    error = (extent.cut.empty() ? "" : extent.cut + "; ") + "no raster rows, nothing to draw";
     return false;
   }
   if (extent.rows > kMaxPictureBytes / extent.bytesPerRow) {
@@ -45,6 +47,15 @@ bool checkExtent(const RenderExtent& extent, std::string& error) {
   return true;
 }
 
+// As many dots per inch as the width of the rows tells, when nobody told.
+bool assumeScale(std::span<const uint8_t> stream, RenderOptions& options, std::string& error) {
+  RenderExtent extent;
+  if (!options.printer.isAssumed) return true;
+  if (!measureRaster(stream, extent, error)) return false;
+  assumeResolution(extent.bytesPerRow, options.printer);
+  return true;
+}
+
 bool measure(std::span<const uint8_t> stream, const RenderOptions& options, RenderExtent& extent,
              std::string& error) {
   const bool sound = options.paper ? measurePaper(stream, options.printer, extent, error)
@@ -53,14 +64,15 @@ bool measure(std::span<const uint8_t> stream, const RenderOptions& options, Rend
 }
 
 bool drawRaster(std::span<const uint8_t> stream, PictureSink& sink, std::string& error) {
-  JobStreamReader reader(stream);
-  while (const auto command = reader.next()) {
-    for (uint32_t row = 0; row < command->rows; ++row) {
-      const size_t start = static_cast<size_t>(row) * command->bytesPerRow;
-      if (!sink.writeRow(command->data.subspan(start, command->bytesPerRow), error)) return false;
+  std::string cut;
+  const auto drawBand = [&sink, &error](const JobCommand& command) {
+    for (uint32_t row = 0; row < command.rows; ++row) {
+      const size_t start = static_cast<size_t>(row) * command.bytesPerRow;
+      if (!sink.writeRow(command.data.subspan(start, command.bytesPerRow), error)) return false;
     }
-  }
-  return true;
+    return true;
+  };
+  return eachCommand(stream, drawBand, cut, error);
 }
 
 bool draw(std::span<const uint8_t> stream, const RenderOptions& options, PictureSink& sink,
@@ -75,14 +87,13 @@ bool draw(std::span<const uint8_t> stream, const RenderOptions& options, Picture
 
 bool measureRaster(std::span<const uint8_t> stream, RenderExtent& extent, std::string& error) {
   extent = {};
-  JobStreamReader reader(stream);
-  while (const auto command = reader.next()) {
-    if (command->rows != 0) ++extent.bands;
-    extent.rows += command->rows;
-    extent.bytesPerRow = std::max(extent.bytesPerRow, command->bytesPerRow);
-  }
-  if (reader.error()) error = reader.error()->text;
-  return !reader.error();
+  const auto add = [&extent](const JobCommand& command) {
+    if (command.rows != 0) ++extent.bands;
+    extent.rows += command.rows;
+    extent.bytesPerRow = std::max(extent.bytesPerRow, command.bytesPerRow);
+    return true;
+  };
+  return eachCommand(stream, add, extent.cut, error);
 }
 
 bool renderStream(std::span<const uint8_t> stream, const RenderOptions& options, PictureSink& sink,
@@ -90,11 +101,11 @@ bool renderStream(std::span<const uint8_t> stream, const RenderOptions& options,
   return measure(stream, options, extent, error) && draw(stream, options, sink, extent, error);
 }
 
-bool renderFile(const std::string& jobPath, const std::string& outPath,
-                const RenderOptions& options, RenderExtent& extent, std::string& error) {
+bool renderFile(const std::string& jobPath, const std::string& outPath, RenderOptions& options,
+                RenderExtent& extent, std::string& error) {
   std::vector<uint8_t> stream;
   if (!readInput(jobPath, stream, error)) return false;
-  if (!measure(stream, options, extent, error)) {
+  if (!assumeScale(stream, options, error) || !measure(stream, options, extent, error)) {
     error = (jobPath == "-" ? "standard input" : printablePath(jobPath)) + ": " + error;
     return false;
   }

@@ -28,26 +28,25 @@ struct RenderExtent {
   uint64_t bands = 0;
   uint64_t cuts = 0;   // of the paper only
   uint64_t logos = 0;  // of the paper only
+  std::string cut;     // what is missing where the job is cut off; else empty
 };
 
-// Adds up the raster bands of a job stream. False with one line in `error` when
-// the stream is damaged.
+// Adds up the raster bands of a job stream, of one that is cut off all whole rows. False
+// with one line in `error` when the stream is damaged.
 [[nodiscard]] bool measureRaster(std::span<const uint8_t> stream, RenderExtent& extent,
                                  std::string& error);
 
 // Draws all jobs in `stream` under each other: one pixel a dot, black on white, as
-// wide as the widest row; `extent` tells what was drawn. False with one line in
-// `error` when the stream is damaged or nothing is to be drawn, when the picture would
-// pass kMaxPictureBytes, or when the sink fails. The sink is opened only for a sound
-// stream.
+// wide as the widest row; `extent` tells what was drawn, and what is missing. False with one line
+// in `error` when the stream is damaged or nothing is to be drawn, when the picture would pass
+// kMaxPictureBytes, or when the sink fails. The sink is opened only for a sound stream.
 [[nodiscard]] bool renderStream(std::span<const uint8_t> stream, const RenderOptions& options,
                                 PictureSink& sink, RenderExtent& extent, std::string& error);
 
 // The same for the file or pipe `jobPath`, "-" being standard input, into the PNG file
 // `outPath`, which appears only when it is complete; `error` names the file that is to
-// blame.
+// blame. A resolution that nobody told is assumed from the width of the rows.
 [[nodiscard]] bool renderFile(const std::string& jobPath, const std::string& outPath,
-                              const RenderOptions& options, RenderExtent& extent,
-                              std::string& error);
+                              RenderOptions& options, RenderExtent& extent, std::string& error);
 
 #endif  // TOOLS_DRAV_RENDER_RENDER_H_

@@ -32,7 +32,10 @@ int run(const RenderArguments& arguments) {
     std::cout << ", " << fixedText(rowsToMillimetres(extent.rows, options.printer.scale), 1)
               << " mm of paper, cuts: " << extent.cuts << ", logos: " << extent.logos;
   std::cout << '\n';
-  return kExitDone;
+  if (options.paper && options.printer.isAssumed) printNote(assumptionText(options.printer));
+  if (extent.cut.empty()) return kExitDone;
+  printNote("the job is cut off, and its whole rows are drawn: " + extent.cut);
+  return kExitFindings;
 }
 
 }  // namespace
@@ -50,6 +53,7 @@ Command addRender(CLI::App& app) {
       "Examples:\n"
       "  PPD=stencil.ppd rastertodrav 1 me title 1 '' page.ras > job.bin\n"
       "  drav render job.bin job.png\n"
-      "  drav render --paper --ppd stencil.ppd job.bin paper.png\n");
+      "  drav render --paper --ppd stencil.ppd job.bin paper.png\n\n"
+      "Exit status: 0 drawn, 1 the job is cut off and its whole rows were drawn, 2 failure.\n");
   return {render, [arguments] { return run(*arguments); }};
 }

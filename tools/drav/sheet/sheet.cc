@@ -9,8 +9,8 @@
 
 #include "tools/drav/draw/area_average.h"
 #include "tools/drav/draw/drawing_file.h"
-#include "tools/drav/io/input_file.h"
 #include "tools/drav/io/output_name.h"
+#include "tools/drav/io/text.h"
 #include "tools/drav/sheet/busiest_part.h"
 #include "tools/drav/sheet/sheet_drawing.h"
 
@@ -56,7 +56,7 @@ std::string blackText(double share) {
   return text.data();
 }
 
-std::string sizeText(const char* before, double one, double other) {
+std::string lengthsText(const char* before, double one, double other) {
   std::array<char, 128> text{};
   (void)std::snprintf(text.data(), text.size(), "%.1f x %.1f mm", one, other);
   return std::string(before) + text.data();
@@ -91,7 +91,7 @@ class SheetMaker {
       const std::string setting = option + "=" + choice.name;
       DotPage dots;
       if (!visit_.engine.print(setting, dots, error)) return false;
-      if (crop_.width == 0) chooseCrop(dots);
+      if (crop_.width == 0 && !chooseCrop(dots, error)) return false;
       sheet.pageWidth = dots.width();
       sheet.pageHeight = dots.rows;
       sheet.cells.push_back(cellOf(choice, setting, option, dots));
@@ -116,15 +116,29 @@ class SheetMaker {
     return cell;
   }
 
-  void chooseCrop(const DotPage& dots) {
+  bool chooseCrop(const DotPage& dots, std::string& error) {
     crop_ = busiestPart(visit_.page, dots.width(), kSheetCropWidth, kSheetCropHeight);
-    if (!request_.crop) return;
-    const auto place = [](double millimetres, uint32_t dotsPerInch, uint32_t last) {
-      const double dot = std::max(0.0, millimetres * dotsPerInch / kMillimetresPerInch);
-      return static_cast<uint32_t>(std::min<double>(dot, last));
-    };
-    crop_.x = place(request_.crop->first, dots.dotsPerInchX, dots.width() - crop_.width);
-    crop_.y = place(request_.crop->second, dots.dotsPerInchY, dots.rows - crop_.height);
+    if (!request_.crop) return true;
+    if (dots.dotsPerInchX == 0 || dots.dotsPerInchY == 0) {
+      error = "--crop counts in mm, and the page does not tell its dots per inch";
+      return false;
+    }
+    const double acrossDots = dots.dotsPerInchX / kMillimetresPerInch;
+    const double alongDots = dots.dotsPerInchY / kMillimetresPerInch;
+    const uint32_t lastX = dots.width() - crop_.width;
+    const uint32_t lastY = dots.rows - crop_.height;
+    const auto [x, y] = *request_.crop;
+    // Written so that not-a-number is refused.
+    if (!(x >= 0 && y >= 0 && x * acrossDots < dots.width() && y * alongDots < dots.rows)) {
+      error = lengthsText("--crop lies outside of the page, which is ", dots.width() / acrossDots,
+                          dots.rows / alongDots) +
+              lengthsText("; a whole part of it begins at most at ", lastX / acrossDots,
+                          lastY / alongDots);
+      return false;
+    }
+    crop_.x = static_cast<uint32_t>(std::min<double>(x * acrossDots, lastX));
+    crop_.y = static_cast<uint32_t>(std::min<double>(y * alongDots, lastY));
+    return true;
   }
 
   // What goes for every cell of the sheet.
@@ -143,10 +157,11 @@ class SheetMaker {
     const uint32_t y = visit_.page.header.HWResolution[1];
     if (x != 0 && y != 0)
       sheet.titles.push_back(
-          sizeText("At the right of each, one pixel a dot, the part marked on the page: ",
-                   crop_.width * kMillimetresPerInch / x, crop_.height * kMillimetresPerInch / y) +
-          sizeText(" of ", sheet.pageWidth * kMillimetresPerInch / x,
-                   sheet.pageHeight * kMillimetresPerInch / y));
+          lengthsText("At the right of each, one pixel a dot, the part marked on the page: ",
+                      crop_.width * kMillimetresPerInch / x,
+                      crop_.height * kMillimetresPerInch / y) +
+          lengthsText(" of ", sheet.pageWidth * kMillimetresPerInch / x,
+                      sheet.pageHeight * kMillimetresPerInch / y));
     if (option == "Brightness" && visit_.facts.isPicture)
       sheet.titles.emplace_back(
           "A picture file needs it as the queue's default: CUPS's converter takes the job's for "

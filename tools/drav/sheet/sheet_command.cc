@@ -26,7 +26,7 @@ int run(const SheetArguments& arguments, bool hasCrop) {
   std::string error;
   if (!makeSheets(request, written, facts, error)) return failCommand(error);
   if (request.pages.quiet) return kExitDone;
-  printNotes(facts);
+  printNotes(facts.notes);
   for (const std::string& path : written) std::cout << path << "\n";
   return kExitDone;
 }

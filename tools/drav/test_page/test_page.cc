@@ -11,9 +11,9 @@
 
 #include "tools/drav/document/page_header.h"
 #include "tools/drav/draw/drawing_file.h"
-#include "tools/drav/io/input_file.h"
 #include "tools/drav/io/interruption.h"
 #include "tools/drav/io/output_name.h"
+#include "tools/drav/io/text.h"
 #include "tools/drav/test_page/test_page_drawing.h"
 
 namespace {
@@ -27,6 +27,7 @@ struct Finished {
   PaperChoice paper;
   uint32_t resolution = 0;
   std::string title;
+  std::vector<std::string> notes;
 };
 
 bool drawPage(const TestPageRequest& request, Finished& page, std::string& error) {
@@ -43,6 +44,7 @@ bool drawPage(const TestPageRequest& request, Finished& page, std::string& error
   page.paper.name.copy(page.header.cupsPageSizeName, sizeof page.header.cupsPageSizeName - 1);
   page.resolution = driver.resolutionX();
   page.title = driver.title() + ", test page";
+  page.notes = driver.notes();
   return true;
 }
 
@@ -102,6 +104,6 @@ bool makeTestPage(const TestPageRequest& request, TestPageFacts& facts, std::str
   OutputFile file;
   const bool written = ending == ".ras" ? writeRaster(file, request.out, page, error)
                                         : writePdf(file, request.out, page, error);
-  facts = {page.paper, page.canvas->width(), page.canvas->height()};
+  facts = {page.paper, page.canvas->width(), page.canvas->height(), page.notes};
   return written && file.commit(error);
 }

@@ -17,6 +17,7 @@ struct TestPageFacts {
   PaperChoice paper;
   uint32_t width = 0;  // dots
   uint32_t height = 0;
+  std::vector<std::string> notes;  // what the user should know, one line each
 };
 
 // Writes the page that drawTestPage() draws. False with one line in `error`; no file is

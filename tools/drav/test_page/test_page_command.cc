@@ -15,6 +15,7 @@ int run(const TestPageRequest& request) {
   std::string error;
   if (!makeTestPage(request, facts, error)) return failCommand(error);
   if (request.quiet) return kExitDone;
+  printNotes(facts.notes);
   std::cout << request.out << ": " << facts.width << " x " << facts.height
             << " dots; print it with\n  lp -d QUEUE -o PageSize=" << facts.paper.name
             << " -o HalftoneType=None -o Brightness=0 " << request.out << "\n";

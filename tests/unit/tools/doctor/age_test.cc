@@ -30,15 +30,4 @@ TEST(Age, AnythingElseIsRefusedInOneLine) {
   }
 }
 
-TEST(Size, IsToldInDecimalUnits) {
-  EXPECT_EQ(sizeText(0), "0 bytes");
-  EXPECT_EQ(sizeText(1), "1 byte");
-  EXPECT_EQ(sizeText(999), "999 bytes");
-  EXPECT_EQ(sizeText(1000), "1.0 kB");
-  EXPECT_EQ(sizeText(999'949), "999.9 kB");
-  EXPECT_EQ(sizeText(999'950), "1.0 MB");
-  EXPECT_EQ(sizeText(8'700'000), "8.7 MB");
-  EXPECT_EQ(sizeText(UINT64_MAX), "18.4 EB");
-}
-
 }  // namespace

@@ -31,13 +31,4 @@ TEST(Report, OkAndSkippedAreNoFindings) {
   EXPECT_TRUE(anythingFound({{Level::kFail, "a", "b"}}));
 }
 
-TEST(ShellWord, IsQuotedWhenItMustBe) {
-  EXPECT_EQ(shellWord("/usr/lib/cups-x_1.2:a,b=c@d%20"), "/usr/lib/cups-x_1.2:a,b=c@d%20");
-  EXPECT_EQ(shellWord(""), "''");
-  EXPECT_EQ(shellWord("a b"), "'a b'");
-  EXPECT_EQ(shellWord("$(x);`y`&*?~!"), "'$(x);`y`&*?~!'");
-  EXPECT_EQ(shellWord("it's"), "'it'\\''s'");
-  EXPECT_EQ(shellWord("a\nb"), "'a\nb'");
-}
-
 }  // namespace
