@@ -32,7 +32,7 @@ install(TARGETS drav RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools
 # installed, so there it names them instead.
 set(DRAV_GUIDES "")
 set(DRAV_GUIDE_PICTURES "")
-set(guides install options troubleshooting scale proof inspect doctor)
+set(guides install options troubleshooting scale proof inspect doctor log-lines glossary)
 file(GLOB_RECURSE other_documents CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/docs
      ${PROJECT_SOURCE_DIR}/docs/*.md)
 list(TRANSFORM guides APPEND .md OUTPUT_VARIABLE guide_files)

@@ -45,8 +45,8 @@ class LogScope {
 
 // From now on writes each line in one piece, for the rest of the process. All
 // programs of a job share the scheduler's log pipe. If a line went out in pieces,
-// theirs would come between, and the scheduler would know neither its level nor its
-// beginning. Call this before the first line.
+// lines of other programs could come between, and the scheduler would know neither its
+// level nor its beginning. Call this before the first line.
 void keepLogLinesWhole();
 
 #endif  // COMMON_LOG_H_

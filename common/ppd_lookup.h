@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Look-ups in an open PPD file with defaults. A marked choice (the job's
-// options are marked over the PPD's defaults) wins over the option's default
-// choice. libcups finds keywords without regard to case.
+// Look-ups in an open PPD file with defaults. The job's options are
+// marked in the PPD, and a marked choice wins over the option's default choice. libcups finds
+// keywords without regard to case.
 #ifndef COMMON_PPD_LOOKUP_H_
 #define COMMON_PPD_LOOKUP_H_
 
@@ -17,7 +17,8 @@ ppd_choice_t* dravPpdGetChoice(ppd_file_t* ppd, const char* keyword);
 const char* dravPpdGetChoiceAsStrDefault(ppd_file_t* ppd, const char* keyword,
                                          const char* defaultText);
 
-// atoi of the choice's name (0 when it is no number), or `defaultValue`.
+// atoi of the choice's name (0 when it is not a number), or `defaultValue` when there
+// is no choice.
 int32_t dravPpdGetChoiceAsIntDefault(ppd_file_t* ppd, const char* keyword, int32_t defaultValue);
 
 // 1 for "true" and "yes", 0 for "false" and "no" (case does not count), else

@@ -2,9 +2,9 @@
 // ESC/POS control sequences around the page rasters: initialise, density, cash
 // drawers, buzzer, stored logos, feeds and cuts.
 //
-// Everything goes to one stream, standard output by default, byte by byte, and
-// never through the printer object, so that the command record holds the raster
-// bands alone. A stream that has failed gets no further byte.
+// Everything goes to one stream, standard output by default, byte by byte. Nothing
+// goes through the printer object, because the command record must hold raster
+// bands only. A stream that has failed gets no further byte.
 #ifndef FILTER_COMMANDS_H_
 #define FILTER_COMMANDS_H_
 

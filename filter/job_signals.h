@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Signals of a spooled job: SIGTERM cancels it; SIGPIPE and SIGXFSZ (a file above
-// the size that the system allows) are left to the write errors of the streams.
+// the size that the system allows) are ignored, so that the write fails instead.
 #ifndef FILTER_JOB_SIGNALS_H_
 #define FILTER_JOB_SIGNALS_H_
 

@@ -12,7 +12,7 @@
 // negative or not finite.
 uint64_t maxMediaLinePixels(double maxMediaWidth, const cups_page_header2_t& header);
 
-// Pixels at the right of each row that exceed that limit.
+// Pixels at the right of each row that lie beyond `maxLinePixels`; 0 without a limit.
 uint64_t skippedRightPixels(uint64_t maxLinePixels, const cups_page_header2_t& header);
 
 // Bytes of the page, a 32-bit product.

@@ -7,8 +7,8 @@
 
 // Arguments as of filter(7): job id, user, title, copies, options, [file]. Reads
 // CUPS raster of 8-bit grey pages, writes ESC/POS to standard output and log
-// lines to standard error. Returns 0 when the job has ended normally, else 1; no
-// exception leaves it. Copies are the spooler's business.
+// lines to standard error. Returns 0 when the job has ended normally, else 1, and
+// throws nothing. The spooler makes the copies; the filter ignores their number.
 int runFilter(int argc, char* const argv[], const FilterEnvironment& environment = {});
 
 #endif  // FILTER_RUN_FILTER_H_

@@ -14,8 +14,8 @@
 #include "printer/page_settings.h"
 
 // Filled once, before any output, and read-only afterwards. Options are numbers
-// carried in PPD choice names. Where nothing else is said, an option that the
-// PPD lacks reads as -1, which acts as "off".
+// carried in PPD choice names. Unless a field says otherwise, an option that
+// the PPD lacks reads as -1, which acts as "off".
 struct Settings {
   int32_t modelNumber = 0;            // *cupsModelNumber; stored only
   float pageWidth = 0.0F;             // millimetres, from the PageSize name; stored only

@@ -127,8 +127,8 @@ class CleanTest(unittest.TestCase):
             (self.folder / "origin_2026-1-2_3_4_5_3.bmp").symlink_to("nowhere")
             before = self.names()
             result = self.run_clean(command, "--older-than", "0")
-            self.assert_cleared(result, "removed 0 pictures; left alone 6 named like a picture "
-                                        "(link, folder, or a file with other names)")
+            self.assert_cleared(result, "removed 0 pictures; left alone 6 that only have a "
+                                        "picture's name (links, folders, files with a second name)")
             self.assertEqual(self.names(), before)
             self.assertTrue(inner.exists() and victim.exists())
             self.assertEqual(len(list((self.folder / "dithered_2026-1-2_3_4_5_7.bmp").iterdir())), 1)

@@ -82,7 +82,7 @@ class HealthyTest(DoctorCase):
         report = self.assert_healthy()
         for line in (rf"ok    filter: {self.root.filter}",
                      "ok    filter folders: ", "ok    filter rights: .*0755",
-                     rf"ok    filter start: libraries found, version {ARGUMENTS.version}",
+                     rf"ok    filter start: it starts and finds its libraries, version {ARGUMENTS.version}",
                      "ok    converters: ", "ok    driver files: ", "ok    pictures: ",
                      "ok    picture space: 0 pictures", "ok    queue stencil: ready to print",
                      r"ok    queue stencil device: socket://192.0.2.10/\?snmp=false",
@@ -167,7 +167,7 @@ class NobodyTest(DoctorCase):
     def test_real_faults_are_seen_all_the_same(self):
         self.root.at("/var/spool").chmod(0o755)
         self.root.at("/var/spool/cups").chmod(0o700)
-        self.assert_found("warn", "pictures", "user lp cannot pass")
+        self.assert_found("warn", "pictures", "user lp cannot enter")
 
 
 class FilterTest(DoctorCase):
@@ -180,7 +180,7 @@ class FilterTest(DoctorCase):
         self.assert_found("FAIL", "filter", "is empty", "sudo apt-get install --reinstall")
         self.root.filter.unlink()
         self.root.filter.mkdir()
-        self.assert_found("FAIL", "filter", "is no file", f"sudo rm -r {self.root.filter}")
+        self.assert_found("FAIL", "filter", "is not a file", f"sudo rm -r {self.root.filter}")
 
     def test_others_can_write(self):
         for mode in (0o775, 0o757, 0o777):
@@ -244,12 +244,12 @@ class FilterTest(DoctorCase):
         # Its owner may rename what lies in it, whosever that is.
         os.chown(above, 65534, 0)
         self.assert_found("warn", "filter folders", f"{above} belongs to user 65534, not to root; "
-                          "who can write there can exchange the filter",
+                          "whoever can write there can replace the filter",
                           f"sudo chown root:root {above}", f"sudo chmod go-w,u-s {above}")
         self.assertIn("skip  filter start: not tried", self.report(status=1))
         os.chown(above, 0, 0)
         above.chmod(0o700)
-        self.assert_found("FAIL", "filter folders", f"user lp cannot pass {above} (mode 0700)",
+        self.assert_found("FAIL", "filter folders", f"user lp cannot enter {above} (mode 0700)",
                           f"sudo chmod a+x {above}", only=False)
 
     def test_made_for_another_machine(self):
@@ -502,7 +502,7 @@ class QueueTest(DoctorCase):
 
     def test_device_address(self):
         for uri, level, text, fix in (
-                ("nonsense", "FAIL", "nonsense is no device address", "sudo lpadmin -p stencil -v"),
+                ("nonsense", "FAIL", "nonsense is not a device address", "sudo lpadmin -p stencil -v"),
                 ("foo://x/", "FAIL", 'no backend for "foo:"', "sudo apt-get install"),
                 ("socket://192.0.2.10:9101", "warn", "SNMP",
                  "sudo lpadmin -p stencil -v 'socket://192.0.2.10:9101/?snmp=false'"),
@@ -657,7 +657,7 @@ class LogTest(DoctorCase):
         self.assertIn("fix: cupsctl --debug-logging", advice)
 
     def test_the_filters_own_warning_is_known(self):
-        source = pathlib.Path(ARGUMENTS.source) / "filter" / "run_filter.cc"
+        source = pathlib.Path(ARGUMENTS.source) / "filter" / "print_job.cc"
         self.assertIn("may print inverted", re.sub(r'"\s*"', "", source.read_text(encoding="utf-8")))
         self.write_log(staged_root.log_line('[Job 9] Queued on "stencil" by "x".', "I"),
                        staged_root.log_line("[Job 9] WARN:it may print inverted", "D"))

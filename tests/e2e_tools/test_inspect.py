@@ -54,7 +54,7 @@ class InspectCase(ToolCase):
 class CommandsTest(InspectCase):
     def test_every_command_in_words(self) -> None:
         pieces = [
-            (START[:64], "padding", "64 zero bytes, for what an earlier job left open"),
+            (START[:64], "padding", "64 zero bytes to complete what an earlier job left unfinished"),
             (b"\x1b@", "initialise", "initialise, a job begins"),
             (b"\x1f\x1b\x1f\x13\x14\x03", "density", "print density 3"),
             (b"\x1bp\0@@", "drawer-pulse", "pulse to drawer 1 (pin 2), 128 ms on, 128 ms off"),
@@ -255,9 +255,9 @@ class InputTest(InspectCase):
     def test_driver_files_and_options_that_make_no_sense(self) -> None:
         self.job.write_bytes(job(pale_rows(1, 1)))
         self.assert_failed(self.run_drav("inspect", self.job, "--ppd", self.folder / "none"),
-                           "none: no readable driver file")
+                           "none: cannot be read as a driver file")
         self.assert_failed(self.run_drav("inspect", self.job, "--ppd", self.job),
-                           "no readable driver file")
+                           "cannot be read as a driver file")
         for options in (("--dpi", "0"), ("--dpi", "many"), ("--units-per-inch", "-1"),
                         ("--lines-per-inch", "nan"), ("--nonsense",), ("second.bin",)):
             self.assert_failed(self.run_drav("inspect", self.job, *options))

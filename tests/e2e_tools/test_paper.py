@@ -14,7 +14,7 @@ class PaperTest(ToolCase):
         result = self.run_drav("render", "--paper", *options, self.job, out)
         note = (b"" if {"--dpi", "--ppd"} & set(options) else
                 b"drav: note: 300 dpi assumed, since the rows are as wide as the head of dravsa43; "
-                b"--dpi, --model or --ppd says it\n")
+                b"--dpi, --model or --ppd sets it\n")
         self.assertEqual((result.returncode, result.stderr), (0, note))
         data = out.read_bytes()
         return result.stdout.decode(), *read_png(data), data

@@ -137,7 +137,7 @@ class RasterTest(DravCase):
     def test_a_page_that_is_not_there(self):
         path = self.write("job.ras", cups_raster.stream([cups_raster.grey(grey_rows(8, 8))] * 2))
         done = self.run_drav("proof", path, "--page", "3", "-O", self.out / "a.png")
-        self.assert_failed(done, "job.ras: has 2 pages, no page 3")
+        self.assert_failed(done, "job.ras: has 2 pages, so there is no page 3")
 
     def test_what_the_picture_says_of_itself(self):
         page = cups_raster.grey(grey_rows(300, 60), HWResolution=(203, 180))
@@ -192,7 +192,7 @@ class RasterTest(DravCase):
         path = self.write("page.ras", cups_raster.stream([page]))
         done = self.run_well("proof", path, "-o", "HalftoneType=Burks", "-O", self.out / "a.png")
         first, second = done.stderr.decode().splitlines()
-        self.assertIn('note: HalftoneType has no choice "Burks", the filter takes Tattoo', first)
+        self.assertIn('note: HalftoneType has no choice "Burks"; the filter takes Tattoo', first)
         self.assertIn("note: the page's colour space is 0 instead of K", second)
 
 
@@ -334,7 +334,8 @@ class ApproximateTest(DravCase):
         self.assertNotEqual(drawn[3], drawn[1])
         done = self.run_well("proof", self.write("a.jpg", photo(3)), "-O", self.out / "a.png",
                              env=APPROXIMATE)
-        self.assertIn(b"the right way up as its EXIF data says, unlike CUPS's", done.stdout)
+        self.assertIn(b"turned upright as its EXIF data says, which CUPS's converter does not do",
+                      done.stdout)
 
     def test_a_cups_without_the_converter(self):
         fake = self.write("cupsfilter", b"#!/bin/sh\necho 'cupsfilter: No filter to convert from "
@@ -408,7 +409,7 @@ class BadInputTest(DravCase):
     def test_png_that_the_converter_garbles(self):
         """cups-filters 1.28 prints uninitialised memory for these."""
         rows = [bytes(part for value in row for part in (0, value)) for row in slope(60, 90)]
-        words = ("is a PNG of grey with transparency", "save it without")
+        words = ("is a grey PNG with transparency", "save it without")
         self.check("a.png", make_png(60, 90, 8, 4, rows), *words)
         self.check("a.png", make_png(60, 90, 16, 4, [row * 2 for row in rows]), *words)
         self.check("a.png", make_png(60, 90, 8, 0, slope(60, 90), tRNS=b"\0\5"), *words)
@@ -442,8 +443,8 @@ class BadInputTest(DravCase):
 
     def test_files_of_no_kind(self):
         self.check("empty", b"", "empty: is empty")
-        self.check("noise", random.Random(1).randbytes(5000), "is no document of a kind")
-        self.check("program", b"\x7fELF\2\1\1" + bytes(60), "is no document of a kind")
+        self.check("noise", random.Random(1).randbytes(5000), "cannot be printed: it is neither PDF")
+        self.check("program", b"\x7fELF\2\1\1" + bytes(60), "cannot be printed: it is neither PDF")
         self.check("nothing", None, "nothing: No such file or directory")
         self.check(".", None, ": is a folder")
         self.check("a\nb", None, "a?b: No such file")
@@ -466,7 +467,7 @@ class BadInputTest(DravCase):
 
     def test_driver_files(self):
         page = cups_raster.stream([cups_raster.grey(grey_rows(8, 8))])
-        for ppd, word in ((self.write("a.ppd", b"hello\n"), "a.ppd: is no driver file (PPD)"),
+        for ppd, word in ((self.write("a.ppd", b"hello\n"), "a.ppd: is not a driver file (PPD)"),
                           (self.folder / "none.ppd", "none.ppd: No such file"),
                           (self.out, "Is a directory")):
             self.check("page.ras", page, word, arguments=("--ppd", ppd))

@@ -225,8 +225,8 @@ class RenderTest(unittest.TestCase):
                 done = self.run_drav("render", self.job, self.out, *more)
                 self.assertEqual(done.returncode, 1, done.stderr)
                 self.assertIn(word, done.stdout.decode())
-                self.assertRegex(done.stderr.decode(), r"\Adrav: note: the job is cut off, and its whole rows "
-                                 rf"are drawn: offset {at}: the stream ends inside {missing}[^\n]*\n\Z")
+                self.assertRegex(done.stderr.decode(), r"\Adrav: note: the job is cut off, and only its "
+                                 rf"whole rows are drawn: offset {at}: the stream ends inside {missing}[^\n]*\n\Z")
                 self.assertEqual(read_png(self.out.read_bytes())[1][:150], rows[:drawn])
 
     def test_files_of_other_kinds(self):

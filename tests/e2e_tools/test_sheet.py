@@ -191,16 +191,17 @@ class SheetTest(DravCase):
     def test_bad_input(self):
         out = self.out / "s.png"
         self.assert_failed(self.run_drav("sheet", self.page, "-O", self.out / "s.jpg"),
-                           "a sheet is a PNG or a PDF")
+                           "the name of a sheet ends in .png or .pdf")
         self.assert_failed(self.run_drav("sheet", self.page, "--page", "2", "-O", out),
-                           "has 1 page, no page 2")
+                           "has 1 page, so there is no page 2")
         self.assert_failed(self.run_drav("sheet", self.folder, "-O", out), "is a folder")
         self.assert_failed(self.run_drav("sheet", self.write("n", b"\0\1\2" * 99), "-O", out),
-                           "is no document of a kind")
+                           "cannot be printed: it is neither PDF, PNG")
         self.assert_failed(self.run_drav("sheet", self.page, "--crop", "x", "2", "-O", out))
         for x, y in (("500", "0"), ("0", "500"), ("nan", "0"), ("0", "inf")):
             self.assert_failed(self.run_drav("sheet", self.page, "--crop", x, y, "-O", out),
-                               "--crop lies outside of the page, which is ", " mm; a whole part")
+                               "--crop begins outside of the page, which is ",
+                               " mm; for a part of full size")
         self.assert_failed(self.run_drav("sheet", self.page, "--over", "density", "-O", out))
         text = pathlib.Path(drav_case.PPD).read_bytes().splitlines(True)
         ppd = self.write("plain.ppd", b"".join(
@@ -224,7 +225,7 @@ class SheetTest(DravCase):
         if find_program("pdftotext"):
             text = subprocess.run([find_program("pdftotext"), self.out / "s.pdf", "-"],
                                   capture_output=True, check=True, timeout=60).stdout.decode()
-            self.assertIn("Approximate: CUPS's converters were not asked", text)
+            self.assertIn("Approximate: CUPS's converters were not used", text)
 
 
 if __name__ == "__main__":

@@ -141,8 +141,8 @@ class TestPageTest(DravCase):
         self.assertFalse((self.folder / "a.pdf").exists())
 
     def test_names_and_bad_input(self):
-        for out, word in ((self.out / "a.png", "a test page is a PDF or CUPS raster"),
-                          (self.out / "a", "a test page is a PDF"),
+        for out, word in ((self.out / "a.png", "the name of a test page ends in .pdf"),
+                          (self.out / "a", "the name of a test page ends"),
                           (self.out / "no" / "a.pdf", "No such file")):
             self.assert_failed(self.run_drav("test-page", out), word)
         self.assert_failed(self.run_drav("test-page", self.out / "a.pdf", "--model", "x"), "no model x")

@@ -18,8 +18,8 @@ std::string meaningOf(const char* bytes, const PaperScale& scale = {}) {
 
 TEST(CommandText, TellsEachCommandInWords) {
   const std::pair<const char*, const char*> cases[] = {
-      {"00 1B 40", "1 zero byte, for what an earlier job left open"},
-      {"00 00 00 1B 40", "3 zero bytes, for what an earlier job left open"},
+      {"00 1B 40", "1 zero byte to complete what an earlier job left unfinished"},
+      {"00 00 00 1B 40", "3 zero bytes to complete what an earlier job left unfinished"},
       {"1B 40", "initialise, a job begins"},
       {"1F 1B 1F 13 14 0C", "print density 12"},
       {"1F 1B 1F 13 14 FF", "print density 255 (setting missing)"},

@@ -73,8 +73,10 @@ TEST(DriverFile, ChoicesThatItLacksAreNoted) {
   std::string error;
   ASSERT_TRUE(driver.open({"", "", {"Brightness=7", "PageSize=Custom.10x10mm"}}, error));
   ASSERT_EQ(driver.notes().size(), 1U);
-  EXPECT_THAT(driver.notes()[0],
-              StartsWith("Brightness has no choice \"7\", the filter takes 0; choices are -40, "));
+  EXPECT_THAT(
+      driver.notes()[0],
+      StartsWith(
+          "Brightness has no choice \"7\"; the filter takes 0 instead; the choices are -40, "));
 }
 
 TEST(DriverFile, OptionsThatNobodyKnowsAreNotedWithTheNearest) {
@@ -108,7 +110,7 @@ TEST(DriverFile, AChoiceIsNotedWithTheNearest) {
   std::string error;
   ASSERT_TRUE(driver.open({"", "", {"HalftoneType=Stuki"}}, error));
   ASSERT_EQ(driver.notes().size(), 1U);
-  EXPECT_THAT(driver.notes()[0], StartsWith("HalftoneType has no choice \"Stuki\", "));
+  EXPECT_THAT(driver.notes()[0], StartsWith("HalftoneType has no choice \"Stuki\"; "));
   EXPECT_THAT(driver.notes()[0], testing::EndsWith("; the nearest is Stucki"));
 }
 
@@ -136,7 +138,8 @@ TEST(DriverFile, BadFilesAndOptionsAreRefused) {
     EXPECT_FALSE(driver.open(job, error));
     return error;
   };
-  EXPECT_THAT(failure({folder.file("text"), "", {}}), HasSubstr("text: is no driver file (PPD)"));
+  EXPECT_THAT(failure({folder.file("text"), "", {}}),
+              HasSubstr("text: is not a driver file (PPD)"));
   EXPECT_THAT(failure({folder.file("sizeless.ppd"), "", {}}), HasSubstr("no PageSize"));
   EXPECT_THAT(failure({folder.file("none"), "", {}}), HasSubstr("No such file"));
   EXPECT_THAT(failure({"", "none", {}}), StartsWith("there is no model none; there are dravr582"));

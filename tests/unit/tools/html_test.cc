@@ -93,7 +93,7 @@ TEST(Original, RefusesWhatTheFilterDoes) {
   Original original;
   std::string error;
   EXPECT_FALSE(makeOriginal(page, original, error));
-  EXPECT_EQ(error, "the page is no 8-bit grey");
+  EXPECT_EQ(error, "the page is not 8-bit grey");
 }
 
 }  // namespace

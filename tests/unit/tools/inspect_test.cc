@@ -51,7 +51,7 @@ TEST(Inspect, ListsAJobForPeople) {
             R"(job.bin: job stream, 515 bytes
 
     offset  command            bytes                       meaning
-         0  NUL padding        00 ...                      64 zero bytes, for what an earlier job left open
+         0  NUL padding        00 ...                      64 zero bytes to complete what an earlier job left unfinished
         64  ESC @              1B 40                       initialise, a job begins
         66  US ESC US DC3 DC4  1F 1B 1F 13 14 08           print density 8
         72  ESC $              1B 24 01 00                 print position 1 unit from the left
@@ -123,8 +123,8 @@ TEST(Inspect, DamageIsListedWhereItIs) {
               HasSubstr("\n        76  ?                  1B 99                      "
                         " unknown bytes 1B 99 1D 76 30 00 01 00 ..., 2 bytes skipped\n"));
   EXPECT_THAT(report.text, HasSubstr("\n        91  GS v 0             1D 76 30 00 01 00 09 00 ... "
-                                     "the stream ends inside GS v 0, which takes 17 bytes of which"
-                                     " 9 are there\n"));
+                                     "the stream ends inside GS v 0, which takes 17 bytes; only 9"
+                                     " are there\n"));
   EXPECT_THAT(report.text, HasSubstr("\nWarnings\n  offset 76: unknown bytes "));
   EXPECT_THAT(report.text, HasSubstr("\n  offset 91: the stream ends inside GS v 0"));
 }
@@ -177,11 +177,11 @@ TEST(Inspect, AnAssumedResolutionIsToldAndTakenFromTheWidthOfTheHead) {
               HasSubstr("paper     27.9 mm: picture 2.5 mm at 203 dpi, feeds 25.4 mm with a unit of"
                         " 1/203 inch and a line of 1/6 inch\n"
                         "            203 dpi assumed, since the rows are as wide as the head of "
-                        "dravr582; --dpi, --model or --ppd says it\n"));
+                        "dravr582; --dpi, --model or --ppd sets it\n"));
   EXPECT_EQ(inspectJson(job, options)["printer"]["dpiAlong"], 203);
   EXPECT_EQ(inspectJson(job, options)["printer"]["dpiAssumed"], true);
   EXPECT_THAT(inspect(wholeJob(), options).text,
-              HasSubstr("\n            300 dpi assumed; --dpi, --model or --ppd says it\n"));
+              HasSubstr("\n            300 dpi assumed; --dpi, --model or --ppd sets it\n"));
 }
 
 TEST(Inspect, AFileNameStaysOnItsLine) {
@@ -206,7 +206,7 @@ TEST(InspectJson, HasEveryCommand) {
   ASSERT_EQ(commands.size(), 14U);  // four line feeds are one entry
   EXPECT_EQ(commands[0], json::parse(R"({"offset": 0, "length": 64, "count": 1,
       "kind": "padding", "name": "NUL padding", "bytes": "00 ...", "shortened": true,
-      "meaning": "64 zero bytes, for what an earlier job left open", "parameters": []})"));
+      "meaning": "64 zero bytes to complete what an earlier job left unfinished", "parameters": []})"));
   EXPECT_EQ(commands[4], json::parse(R"({"offset": 76, "length": 5, "count": 1,
       "kind": "drawer-pulse", "name": "ESC p", "bytes": "1B 70 00 40 40", "shortened": false,
       "meaning": "pulse to drawer 1 (pin 2), 128 ms on, 128 ms off",

@@ -164,7 +164,7 @@ TEST(JobStream, ZeroBytesNeedAnInitialiseAfterThem) {
     EXPECT_THAT(found.names(), ElementsAre("ESC v")) << rest;
     ASSERT_TRUE(found.error.has_value()) << rest;
     EXPECT_EQ(found.error->offset, 2U);
-    EXPECT_EQ(found.error->text, "offset 2: 3 zero bytes without ESC @ after");
+    EXPECT_EQ(found.error->text, "offset 2: 3 zero bytes not followed by ESC @");
   }
 }
 
@@ -200,7 +200,7 @@ TEST(JobStream, HugeBandIsTruncatedAndTakesNoMemory) {
   const Listing found = listing(hex("1D 76 30 00 FF FF FF FF 01 02 03"));
   ASSERT_TRUE(found.error.has_value());
   EXPECT_EQ(found.error->text,
-            "offset 0: the stream ends inside GS v 0, which takes 4294836233 bytes of which 11 are"
+            "offset 0: the stream ends inside GS v 0, which takes 4294836233 bytes; only 11 are"
             " there");
 }
 

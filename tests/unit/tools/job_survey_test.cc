@@ -176,8 +176,8 @@ TEST(JobSurvey, WarnsOfAnUnfinishedBand) {
   const Survey survey = surveyOf(stream);
   EXPECT_THAT(warningsOf(survey), ElementsAre("unfinished-band 104"));
   EXPECT_EQ(survey.warnings[0].text,
-            "the stream ends inside GS v 0, which takes 200 bytes of which 50 are there; the"
-            " printer takes the next 150 bytes that it is sent for dots");
+            "the stream ends inside GS v 0, which takes 200 bytes; only 50 are there; the printer"
+            " will print the next 150 bytes that it gets as dots");
   EXPECT_EQ(survey.totals.bands, 1U);
   EXPECT_EQ(survey.totals.skippedBytes, 0U);
 }
@@ -246,7 +246,7 @@ TEST(JobSurvey, WarnsOfAJobWithoutInitialise) {
   EXPECT_THAT(warningsOf(survey), ElementsAre("no-initialise 0", "no-initialise 4"));
   EXPECT_EQ(survey.totals.jobs, 2U);
   EXPECT_EQ(survey.warnings[0].text,
-            "LF without ESC @ before: the job meets the printer as the last one left it");
+            "LF comes before any ESC @: the job finds the printer as the last one left it");
 }
 
 TEST(JobSurvey, WarnsOfACutWithoutFeed) {
@@ -315,10 +315,10 @@ TEST(JobSurvey, KeepsSomeWarningsAndCountsAll) {
 }
 
 TEST(JobSurvey, WhatIsMostlyNoCommandIsNoJob) {
-  EXPECT_EQ(surveyOf({}).unreadable, "empty, not a job");
+  EXPECT_EQ(surveyOf({}).unreadable, "empty, so it is not a job");
   EXPECT_EQ(surveyOf(Bytes(100, 0)).unreadable,
-            "not a job, 100.0 % of its bytes belong to no command: offset 0: 100 zero bytes without"
-            " ESC @ after");
+            "not a job, 100.0 % of its bytes belong to no command: offset 0: 100 zero bytes not"
+            " followed by ESC @");
   EXPECT_EQ(surveyOf(hex("0A 99 98")).unreadable,
             "not a job, 66.7 % of its bytes belong to no command: offset 1: unknown bytes 99 98");
   EXPECT_EQ(surveyOf(hex("0A 99")).unreadable, "");

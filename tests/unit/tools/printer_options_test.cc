@@ -98,13 +98,13 @@ TEST(PrinterOptions, DriverFilesThatMakeNoSense) {
   EXPECT_THAT(resolution.error, HasSubstr("a.ppd: resolution \"fine\" makes no sense"));
   PrinterArguments none;
   none.ppd = "/none/a.ppd";
-  EXPECT_THAT(resolve(none).error, HasSubstr("/none/a.ppd: no readable driver file: "));
+  EXPECT_THAT(resolve(none).error, HasSubstr("/none/a.ppd: cannot be read as a driver file: "));
   const TempFolder folder;
   writeFile(folder.file("text"), std::string("not a driver file\n"));
   none.ppd = folder.file("text");
-  EXPECT_THAT(resolve(none).error, HasSubstr("text: no readable driver file: "));
+  EXPECT_THAT(resolve(none).error, HasSubstr("text: cannot be read as a driver file: "));
   none.ppd = folder.path();
-  EXPECT_THAT(resolve(none).error, HasSubstr("no readable driver file"));
+  EXPECT_THAT(resolve(none).error, HasSubstr("cannot be read as a driver file"));
 }
 
 TEST(PrinterOptions, NotANumberIsNoRate) {

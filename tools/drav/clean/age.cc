@@ -26,7 +26,8 @@ bool parseAge(std::string_view text, int64_t& seconds, std::string& error) {
   const std::string_view unit = text.substr(static_cast<size_t>(end - text.data()));
   const int64_t one = unit.empty() && count == 0 ? 1 : unitSeconds(unit);
   if (code == std::errc::invalid_argument || count < 0 || one == 0 || text[0] == '-') {
-    error = '"' + std::string(text) + "\" is no age: a number and s, m, h, d or w, such as 7d";
+    error = '"' + std::string(text) +
+            "\" is not an age; an age is a number with s, m, h, d or w, such as 7d";
     return false;
   }
   if (code != std::errc{} || count > kMostSeconds / one) {

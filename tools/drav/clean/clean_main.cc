@@ -21,7 +21,7 @@ constexpr const char* kUsage =
     "nothing else.\n\n"
     "  --older-than AGE  only pictures older than this: 90s, 30m, 12h, 7d, 2w (default 7d);\n"
     "                    0 takes all\n"
-    "  --folder DIR      where they are (default /var/spool/cups/tmp)\n"
+    "  --folder DIR      where the pictures are (default /var/spool/cups/tmp)\n"
     "  --dry-run         only say what would be removed\n"
     "  --version, --help\n\n"
     "Exit status: 0 done, 2 failure or wrong usage.\n";
@@ -77,7 +77,7 @@ int run(int argc, char** argv) {
       return fail(std::string("wrong option ") + current + " (drav-clean --help tells more)");
   }
   if (optind < argc)
-    return fail(std::string("needless argument ") + argv[optind] +
+    return fail(std::string("unexpected argument ") + argv[optind] +
                 " (drav-clean --help tells more)");
   std::string error;
   if (!parseAge(age, request.olderThan, error)) return fail(error);

@@ -130,7 +130,8 @@ bool clearPictures(const ClearRequest& request, ClearOutcome& outcome, std::stri
 }
 
 std::string clearingText(const ClearRequest& request, const ClearOutcome& outcome) {
-  if (outcome.folderMissing) return request.folder + " is not there: no pictures";
+  if (outcome.folderMissing)
+    return "there is no folder " + request.folder + ", so there are no pictures";
   std::string text = request.dryRun ? "would remove " : "removed ";
   text += counted(outcome.removed.files, "picture", "pictures");
   if (outcome.removed.files != 0) text += ", " + sizeText(outcome.removed.bytes);
@@ -138,6 +139,6 @@ std::string clearingText(const ClearRequest& request, const ClearOutcome& outcom
     text += "; " + counted(outcome.younger.files, "younger picture stays", "younger pictures stay");
   if (outcome.leftAlone != 0)
     text += "; left alone " + std::to_string(outcome.leftAlone) +
-            " named like a picture (link, folder, or a file with other names)";
+            " that only have a picture's name (links, folders, files with a second name)";
   return text;
 }

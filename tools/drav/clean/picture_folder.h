@@ -50,7 +50,7 @@ class PictureFolder {
   // Whether the last open() failed because there is nothing of that name.
   bool missing() const { return missing_; }
 
-  // The names that pictures have, sorted; what bears them need not be one.
+  // Every name that a picture could have, sorted. What bears it need not be a picture.
   [[nodiscard]] bool list(std::vector<std::string>& names, std::string& error) const;
 
   enum class Kind { kPicture, kOther, kGone };
@@ -61,7 +61,7 @@ class PictureFolder {
   // Removes the name. A folder stays and is an error.
   [[nodiscard]] bool remove(const std::string& name, std::string& error) const;
 
-  // Opens a picture for reading; -1 when it is none any more. The caller closes it.
+  // Opens a picture for reading; -1 when it is no longer a picture. The caller closes it.
   int openPicture(const std::string& name) const;
 
  private:

@@ -16,11 +16,11 @@ std::string reinstallProgramCommand(const std::string& name);
 // 'Unable to start filter "gstoraster" - ...', as the scheduler says it; "" in others.
 std::string missingProgram(std::string_view message);
 
-// Whether `code`, an errno value, says that the caller has no rights to look: root
-// would see what is there.
+// Whether `code`, an errno value, says that the caller has no right to look, where
+// root would have it.
 bool isClosedToUs(int code);
 
-// The text of a check that was left out for want of rights, for `reason`.
+// The text of a check that was skipped because the rights for it were missing.
 std::string uncheckedText(const std::string& reason);
 
 // Starts the scheduler, or starts it again.

@@ -21,7 +21,7 @@ struct BundleOutcome {
 // Writes report, platform, queues with their PPDs and attributes, log lines, and
 // names and sizes of the diagnostic pictures. Names of users, titles of jobs,
 // passwords, descriptions and places of printers, and the machine's name are left
-// out. False with one line in `error`; there is then no file, or the older one.
+// out. On failure: false with one line in `error`, and an older file stays as it was.
 [[nodiscard]] bool writeBundle(const BundleRequest& request, const Installation& installation,
                                const Diagnosis& diagnosis, BundleOutcome& outcome,
                                std::string& error);

@@ -109,7 +109,8 @@ void checkRasterizer(const Installation& installation, Findings& findings) {
 void checkConverters(const Installation& installation, Findings& findings) {
 #ifdef __APPLE__
   (void)installation;
-  findings.push_back({Level::kSkip, "converters", "they are part of the system here"});
+  findings.push_back(
+      {Level::kSkip, "converters", "not checked: on macOS they are part of the system"});
 #else
   const size_t before = findings.size();
   checkOne("pdftopdf", "pages of a PDF", installation, findings);
@@ -125,7 +126,8 @@ void checkConverters(const Installation& installation, Findings& findings) {
 void checkDriverSource(const Installation& installation, Findings& findings) {
 #ifdef __APPLE__
   (void)installation;
-  findings.push_back({Level::kSkip, "driver files", "queues here are made from PPD files"});
+  findings.push_back(
+      {Level::kSkip, "driver files", "not needed: on macOS queues are made from PPD files"});
 #else
   const std::string place = installation.onDisk(installation.driverDir + "/drav.drv");
   std::vector<uint8_t> bytes;

@@ -13,8 +13,8 @@ class ConfiguredQueues : public Queues {
   // `serverRoot`: the folder of printers.conf, as it is on disk.
   explicit ConfiguredQueues(std::string serverRoot) : serverRoot_(std::move(serverRoot)) {}
 
-  // A printers.conf that only root can read leaves the queues that have a PPD,
-  // with nothing but their names; `restricted()` then says so.
+  // If only root can read printers.conf, lists the names of the queues that have a
+  // PPD and knows nothing else of them; `restricted()` is then true.
   [[nodiscard]] bool list(std::vector<QueueState>& queues, std::string& error) override;
   [[nodiscard]] bool readPpd(const std::string& queue, std::string& text,
                              std::string& error) override;

@@ -76,7 +76,7 @@ bool collect(Queues& queues, const std::string& wanted, Diagnosis& diagnosis, st
     return true;
   }
   error = "there is no queue \"" + wanted + "\"; " +
-          (names.empty() ? "there is none at all" : "there are: " + names);
+          (names.empty() ? "this system has none" : "there are: " + names);
   return false;
 }
 
@@ -126,7 +126,7 @@ void checkQueue(const ExaminedQueue& queue, const std::string& filterVersion,
     if (!unread)
       findings.push_back({Level::kFail,
                           "queue " + name + " PPD",
-                          "there is none: jobs fail, or reach the printer as they are",
+                          "there is none: jobs fail, or reach the printer unconverted",
                           {newPpdCommand(name, modelFile(queue.state.makeModel))}});
     return;
   }

@@ -12,7 +12,7 @@
 #include "tools/drav/doctor/queues.h"
 #include "tools/drav/doctor/redaction.h"
 
-// A queue that was examined, with what a supporter wants of it.
+// A queue that was examined, with what a supporter needs to see of it.
 struct ExaminedQueue {
   QueueState state;
   std::string ppd;  // its text; empty when there is none or it cannot be read

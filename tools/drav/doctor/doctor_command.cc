@@ -69,7 +69,7 @@ bool examineByScheduler(const DoctorArguments& arguments, const Installation& in
   asked = false;
   if (!arguments.root.empty()) {
     diagnosis.findings.push_back(
-        {Level::kSkip, "scheduler", "not asked, its files are read instead (--root)"});
+        {Level::kSkip, "scheduler", "not asked: with --root its files are read instead"});
     return true;
   }
   SchedulerQueues queues;
@@ -88,7 +88,7 @@ bool examineByScheduler(const DoctorArguments& arguments, const Installation& in
     diagnosis.findings.push_back(
         {Level::kWarn,
          "scheduler",
-         "it runs on another machine, while the files looked at below are this one's",
+         "it runs on another machine, but the files checked below are this machine's",
          {"run drav doctor there"}});
   const bool done = examine(installation, queues, arguments.queue, diagnosis, error);
   diagnosis.cupsVersion = queues.version();
@@ -168,13 +168,14 @@ void addOptions(CLI::App& app, DoctorArguments& arguments) {
                "With --bundle: the newest 20 diagnostic pictures too; they show customers' pages")
       ->needs(bundle);
   CLI::Option* clear = app.add_flag("--clean", arguments.clean,
-                                    "Only remove old diagnostic pictures, and nothing else");
+                                    "Check nothing, only remove old diagnostic pictures");
   clear->excludes(queue)->excludes(bundle)->excludes(connect);
   app.add_option("--older-than", arguments.olderThan,
                  "With --clean: age such as 90s, 30m, 12h, 7d, 2w; 0 takes all (default 7d)")
       ->needs(clear);
-  app.add_option("--folder", arguments.folder,
-                 std::string("With --clean: where they are (default ") + kPictureFolder + ")")
+  app.add_option(
+         "--folder", arguments.folder,
+         std::string("With --clean: where the pictures are (default ") + kPictureFolder + ")")
       ->needs(clear);
   app.add_flag("--dry-run", arguments.dryRun, "With --clean: only say what would be removed")
       ->needs(clear);

@@ -149,7 +149,7 @@ bool concerns(const LogLine& line, const LogWanted& wanted, const std::set<int>&
 bool readEnd(const std::string& path, std::string& text, std::string& problem) {
   struct stat status = {};
   if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    problem = path + " is no file";
+    problem = path + " is not a file";
     return false;
   }
   const FileHandle file(std::fopen(path.c_str(), "rb"));

@@ -36,14 +36,14 @@ struct LogWanted {
   std::set<int> jobs;  // of these queues, as far as known
 };
 
-// Reads the end of the installation's log, at most 8 MiB of it. Of the debug
-// lines of jobs only those are taken that the filter or the scheduler's care of
-// it wrote: other filters may write what is in a document. `redactor` learns the
-// names that the whole piece tells.
+// Reads the end of the installation's log, at most 8 MiB of it. Other filters may
+// write what is in a document, so of the debug lines of jobs it takes only those
+// that the filter wrote, or the scheduler about the filter. `redactor` learns the
+// names in everything that was read.
 LogExtract readErrorLog(const Installation& installation, const LogWanted& wanted,
                         Redactor& redactor);
 
-// Says what the trouble of the last day was, with the last lines of it.
+// Tells what went wrong in the last day, with the last log lines about it.
 void checkErrorLog(const LogExtract& extract, std::time_t now, Findings& findings);
 
 #endif  // TOOLS_DRAV_DOCTOR_ERROR_LOG_H_

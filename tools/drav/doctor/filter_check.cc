@@ -33,7 +33,7 @@ bool checkPresence(const std::string& place, struct stat& status, Findings& find
   if (!S_ISREG(status.st_mode)) {
     findings.push_back({Level::kFail,
                         "filter",
-                        place + " is no file",
+                        place + " is not a file",
                         {"sudo rm -r " + shellWord(place), reinstallCommand()}});
     return false;
   }
@@ -52,7 +52,7 @@ bool checkRights(const std::string& place, const struct stat& status,
   const bool runs = spoolUserMay(status, 1, installation);
   if (fault.empty() && runs) {
     findings.push_back(
-        {Level::kOk, "filter rights", "root's alone to change, mode " + modeText(status)});
+        {Level::kOk, "filter rights", "only root can change it, mode " + modeText(status)});
     return true;
   }
   std::vector<std::string> fix;
@@ -73,7 +73,7 @@ bool checkFolder(const std::string& place, const struct stat& status, bool own,
   if (!spoolUserMay(status, 1, installation)) {
     findings.push_back({Level::kFail,
                         "filter folders",
-                        "user " + installation.user + " cannot pass " + place + " (mode " +
+                        "user " + installation.user + " cannot enter " + place + " (mode " +
                             modeText(status) + "): filters end with status 113",
                         {"sudo chmod a+x " + shellWord(place)}});
   }
@@ -86,7 +86,7 @@ bool checkFolder(const std::string& place, const struct stat& status, bool own,
     fix.push_back("sudo chown root:root " + shellWord(place));
   fix.push_back("sudo chmod go-w,u-s " + shellWord(place));
   const char* const result = own ? "; the scheduler refuses all filters in it"
-                                 : "; who can write there can exchange the filter";
+                                 : "; whoever can write there can replace the filter";
   std::string text = place;
   text.append(" ").append(fault).append(result);
   findings.push_back({own ? Level::kFail : Level::kWarn, "filter folders", text, fix});
@@ -107,7 +107,8 @@ bool checkFolders(const std::string& path, const Installation& installation, Fin
       trusted = false;
   }
   if (findings.size() == before)
-    findings.push_back({Level::kOk, "filter folders", "passable, and root's alone to change"});
+    findings.push_back({Level::kOk, "filter folders",
+                        "the spool user can enter them, and only root can change them"});
   return trusted;
 }
 
@@ -157,7 +158,7 @@ Finding startFinding(const TrialResult& result) {
   if (result.code != kUsageStatus || version.empty())
     return fail("says \"" + firstLine(result.output) + "\" (status " + std::to_string(result.code) +
                 ") instead of its usage");
-  return {Level::kOk, "filter start", "libraries found, version " + version};
+  return {Level::kOk, "filter start", "it starts and finds its libraries, version " + version};
 }
 
 }  // namespace
@@ -173,15 +174,16 @@ FilterState checkFilter(const std::string& path, const Installation& installatio
   const bool trusted = checkRights(place, status, installation, findings) && foldersTrusted;
   if (!trusted) {
     findings.push_back(
-        {Level::kSkip, "filter start", "not tried, since others than root may have changed it"});
+        {Level::kSkip, "filter start", "not tried: someone other than root may have changed it"});
     return state;
   }
   ChildCommand command = trialCommand(place);
   command.uid = installation.uid;
   command.gid = installation.gid;
   if (::geteuid() == 0 && (!command.uid || !command.gid)) {
-    findings.push_back({Level::kSkip, "filter start",
-                        "not tried: there is no user " + installation.user + " to start it as"});
+    findings.push_back(
+        {Level::kSkip, "filter start",
+         "not tried: it runs as user " + installation.user + ", who does not exist here"});
     return state;
   }
   const TrialResult result = runTrial(command);

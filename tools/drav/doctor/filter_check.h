@@ -11,12 +11,12 @@
 
 struct FilterState {
   bool present = false;
-  std::string version;  // that it says of itself; empty when it did not start
+  std::string version;  // as the filter itself says; empty when it did not start
 };
 
-// Checks the filter at `path` (in the installation). It is started, without
-// arguments, so that it prints its usage and ends, only when root alone can have
-// changed it, and not as root.
+// Checks the filter at `path` (in the installation). Starts it without arguments, so
+// that it prints its usage and ends. Never starts it as root, and not at all if
+// someone other than root could have changed it.
 FilterState checkFilter(const std::string& path, const Installation& installation,
                         Findings& findings);
 

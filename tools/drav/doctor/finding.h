@@ -12,7 +12,7 @@
 
 enum class Level {
   kOk,
-  kSkip,  // could not be looked at; the text says why. No finding by itself.
+  kSkip,  // was not checked; the text says why. Not a fault.
   kWarn,  // prints, but not as it should, or not for long
   kFail,  // does not print, or prints rubbish
 };

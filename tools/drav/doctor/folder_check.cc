@@ -35,13 +35,13 @@ std::string closedReason(const std::string& path, const Installation& installati
   struct stat status = {};
   unknown = false;
   const std::string closed = firstClosedFolder(path, installation);
-  if (!closed.empty()) return "user " + installation.user + " cannot pass " + closed;
+  if (!closed.empty()) return "user " + installation.user + " cannot enter " + closed;
   if (::stat(place.c_str(), &status) != 0) {
     const int code = errno;
     unknown = isClosedToUs(code);
     return place + ": " + std::strerror(code);
   }
-  if (!S_ISDIR(status.st_mode)) return place + " is no folder";
+  if (!S_ISDIR(status.st_mode)) return place + " is not a folder";
   if (!spoolUserMay(status, kWriteAndPass, installation))
     return "user " + installation.user + " cannot write to " + place + " (mode " +
            modeText(status) + ")";
@@ -70,7 +70,7 @@ void checkRights(const Installation& installation, Findings& findings) {
   } else if (!closed.empty()) {
     findings.push_back({Level::kWarn,
                         "pictures",
-                        closed + ": diagnostic pictures are not saved (jobs print all the same)",
+                        closed + ": diagnostic pictures are not saved (jobs print nevertheless)",
                         {fix}});
   } else if (::stat(place.c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0) {
     findings.push_back({Level::kWarn,
@@ -165,7 +165,8 @@ void checkRecordFolder(const std::string& queue, const PpdSummary& ppd,
     return;
   }
   if (!closed.empty() && !ppd.recording) {
-    findings.push_back({Level::kOk, check, "recording is off; turned on it would fail: " + closed});
+    findings.push_back(
+        {Level::kOk, check, "recording is off; if it were on, it would fail: " + closed});
     return;
   }
   if (!closed.empty()) {
@@ -190,7 +191,7 @@ void checkRecordFolder(const std::string& queue, const PpdSummary& ppd,
   }
   if (ppd.recording) {
     finding.level = Level::kWarn;
-    finding.text += "; every job leaves one, which nothing clears";
+    finding.text += "; every job adds one, and nothing removes them";
     finding.fix.push_back("sudo lpadmin -p " + shellWord(queue) + " -o RecordPrinterCommands=0");
   }
   findings.push_back(finding);

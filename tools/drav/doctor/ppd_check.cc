@@ -45,7 +45,7 @@ struct Raster {
 };
 
 std::string rasterFault(const Raster& raster) {
-  if (!raster.known) return "libcups cannot make it out";
+  if (!raster.known) return "libcups cannot tell what raster the PPD asks for";
   if (raster.bits != kWantedBits)
     return "pages of " + std::to_string(raster.bits) +
            " bits a pixel, which the filter refuses (it takes 8)";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Checks of a queue's PPD file: whether CUPS takes it, whether it is the filter's,
-// and what raster the chain makes by it.
+// Checks of a queue's PPD file: whether CUPS accepts it, whether it names the filter,
+// and what raster it makes the converters deliver.
 #ifndef TOOLS_DRAV_DOCTOR_PPD_CHECK_H_
 #define TOOLS_DRAV_DOCTOR_PPD_CHECK_H_
 

@@ -96,7 +96,7 @@ void checkSocket(const QueueState& queue, const std::string& check, const Device
   if (device.host.empty()) {
     findings.push_back({Level::kFail,
                         check,
-                        "names no host",
+                        "the address names no host",
                         {newDeviceCommand(queue, "'socket://ADDRESS/?snmp=false'")}});
     return;
   }
@@ -136,7 +136,7 @@ void checkNode(const QueueState& queue, const std::string& check, const DeviceAd
     findings.push_back(
         {Level::kWarn,
          check,
-         "names no speed, and 9600 baud takes many minutes for a page",
+         "the address names no speed, and a page takes many minutes at 9600 baud",
          {newDeviceCommand(queue, shellWord("serial:" + device.resource + "?baud=115200")) +
           "  (as the printer is set)"}});
   }
@@ -147,7 +147,8 @@ void checkNode(const QueueState& queue, const std::string& check, const DeviceAd
 void checkUsb(const std::string& check, const Installation& installation, Findings& findings) {
 #ifdef __APPLE__
   (void)installation;
-  findings.push_back({Level::kSkip, check, "whether it is plugged in: lpinfo -v shows it"});
+  findings.push_back(
+      {Level::kSkip, check, "not checked: lpinfo -v shows whether the printer is plugged in"});
 #else
   const std::vector<std::string> printers = listUsbPrinters(installation);
   if (printers.empty()) {
@@ -250,7 +251,7 @@ void checkDevice(const QueueState& queue, const Installation& installation, Find
   if (!parseDevice(queue.deviceUri, device)) {
     findings.push_back({Level::kFail,
                         check,
-                        shown + " is no device address",
+                        shown + " is not a device address",
                         {newDeviceCommand(queue, "DEVICE  (lpinfo -v lists the devices)")}});
     return;
   }

@@ -10,9 +10,9 @@
 // Whether it prints and takes jobs, and what the scheduler says of the printer.
 void checkQueueState(const QueueState& queue, Findings& findings);
 
-// The device address: well formed, its backend there and root's alone to change,
-// its device there. Passwords in it are not shown. With `installation.connect` a
-// network printer is called, sent nothing, and left again.
+// Whether the device address is well formed, its device there, and its backend there
+// and changeable by root only. Shows no password. With `installation.connect` it also
+// opens a connection to a network printer, sends nothing, and closes it.
 void checkDevice(const QueueState& queue, const Installation& installation, Findings& findings);
 
 #endif  // TOOLS_DRAV_DOCTOR_QUEUE_CHECK_H_

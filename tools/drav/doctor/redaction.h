@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-// A device address without what stands before an @ and without the values of
+// The device address without the part before an @ and without the values of
 // options that may be secret (password, user, token and the like).
 std::string redactUri(const std::string& uri);
 
@@ -18,8 +18,8 @@ bool isPersonalAttribute(const std::string& name);
 
 class Redactor {
  public:
-  // Notes a user name or a job title that shall appear nowhere. Names that every
-  // system has (root, lp, anonymous) are no secret, nor are those of one letter.
+  // Notes a user name or a job title that must appear nowhere. Names that every
+  // system has (root, lp, anonymous) are not secret, and names of one letter are not.
   void hide(const std::string& personal);
 
   // Notes the names and titles that lines of the scheduler's log tell.

@@ -18,9 +18,10 @@ class SchedulerQueues : public Queues {
   SchedulerQueues(SchedulerQueues&&) = delete;
   SchedulerQueues& operator=(SchedulerQueues&&) = delete;
 
-  // Connects to the scheduler that CUPS's own commands would ask: client.conf,
-  // the environment's CUPS_SERVER, else this machine's. Waits so long for it, and
-  // twice as long for each of its answers. False with one line in `error` when none answers.
+  // Connects to the scheduler that CUPS's own commands would ask: the one that
+  // client.conf or the variable CUPS_SERVER names, else this machine's. Waits so long
+  // for the connection, and twice as long for each answer. False with one line in
+  // `error` when none answers.
   [[nodiscard]] bool connect(std::string& error, int waitMilliseconds = 5000);
   // Where it is: the path of a socket, or host and port.
   static std::string address();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pages made without CUPS's converters: near to what they would deliver, not the same.
+// Pages made without CUPS's converters: close to what those would deliver, but not the same.
 #ifndef TOOLS_DRAV_DOCUMENT_APPROXIMATE_SOURCE_H_
 #define TOOLS_DRAV_DOCUMENT_APPROXIMATE_SOURCE_H_
 
@@ -17,8 +17,8 @@ std::unique_ptr<PageSource> pictureSource(const GreyPicture& picture, const Driv
                                           std::string& error);
 
 // A PDF drawn by poppler's pdftoppm, each page in the middle of the job's paper. Null
-// with one line in `error` when the program cannot be run. `idle` is called while it
-// is waited for.
+// with one line in `error` when the program cannot be run. `idle` is called every so
+// often until the program has ended.
 std::unique_ptr<PageSource> popplerSource(const std::string& program, const std::string& path,
                                           const DriverFile& driver, std::function<void()> idle,
                                           std::string& error);

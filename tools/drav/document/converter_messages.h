@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the messages of CUPS's converters, and of poppler, come to in one line.
+// Sums up the messages of CUPS's converters, and of poppler, in one line.
 #ifndef TOOLS_DRAV_DOCUMENT_CONVERTER_MESSAGES_H_
 #define TOOLS_DRAV_DOCUMENT_CONVERTER_MESSAGES_H_
 
 #include <string>
 
-// Why a run failed that ended with `failure` after it wrote `messages`; such as "is an
-// encrypted PDF and needs a password". To be put behind the document's name; `path`, by
-// which the converter knew it, is left out.
+// Why a converter failed that ended with `failure` and wrote `messages`, such as "is an
+// encrypted PDF and needs a password". The text goes behind the document's name, so
+// `path`, by which the converter knew the document, is left out.
 std::string converterFailure(const std::string& failure, const std::string& messages,
                              const std::string& path);
 

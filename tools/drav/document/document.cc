@@ -58,8 +58,8 @@ bool Document::open(const std::string& input, std::string& error) {
   }
   if (kind_ == DocumentKind::kUnknown) {
     error = failure(
-        "is no document of a kind that can be printed: PDF, PNG, JPEG, PBM, PGM, PPM, text, CUPS "
-        "or PWG raster");
+        "cannot be printed: it is neither PDF, PNG, JPEG, PBM, PGM, PPM, text, CUPS raster nor PWG "
+        "raster");
     return false;
   }
   if ((isPicture() && !checkPicture(error)) || !chooseSource(error)) {
@@ -121,7 +121,7 @@ bool Document::checkPicture(std::string& error) {
 
 bool Document::chooseSource(std::string& error) {
   if (kind_ == DocumentKind::kRaster) return true;
-  if (avoidConverters_) return useSubstitute("CUPS's converters were not asked", error);
+  if (avoidConverters_) return useSubstitute("CUPS's converters were not used", error);
   const std::string program = findProgram("cupsfilter", "DRAV_CUPSFILTER");
   if (program.empty()) return useSubstitute("CUPS's cupsfilter is not installed", error);
   return useConverters(program, error);
@@ -130,8 +130,9 @@ bool Document::chooseSource(std::string& error) {
 bool Document::useConverters(const std::string& program, std::string& error) {
   if (isGarbled_) {  // as of cups-filters 1.28.17: it reads pixels that were never written
     error =
-        "is a PNG of grey with transparency, of which CUPS's picture converter makes noise, here "
-        "as on paper; save it without transparency, or in colour";
+        "is a grey PNG with transparency, which CUPS's picture converter turns into noise, on "
+        "paper "
+        "too; save it without transparency, or in colour";
     return false;
   }
   auto source = std::make_unique<ConvertedSource>();
@@ -145,8 +146,8 @@ bool Document::useConverters(const std::string& program, std::string& error) {
   if (isPicture() && driver_.isGiven("Brightness"))
     notes_.emplace_back(
         "CUPS's picture converter takes the job's Brightness for its own option and turns the page "
-        "nearly black, on paper as in this picture; set it as the queue's default instead (lpadmin "
-        "-o), or print the picture as a PDF");
+        "nearly black, on paper as in this picture; set Brightness as the queue's default instead "
+        "(lpadmin -o), or print the picture as a PDF");
   return true;
 }
 
@@ -160,20 +161,22 @@ bool Document::useSubstitute(const std::string& missing, std::string& error) {
       return false;
     source_ = pictureSource(picture, driver_, error);
     approximation_ = missing + "; the picture itself was scaled to the page";
-    if (isTurned_) approximation_ += ", the right way up as its EXIF data says, unlike CUPS's";
+    if (isTurned_)
+      approximation_ +=
+          " and turned upright as its EXIF data says, which CUPS's converter does not do";
     return source_ != nullptr;
   }
   if (kind_ == DocumentKind::kPdf) {
     const std::string program = findProgram("pdftoppm", "DRAV_PDFTOPPM");
     if (program.empty()) {
-      error = "cannot be drawn: " + missing + ", nor is poppler's pdftoppm";
+      error = "cannot be drawn: " + missing + ", and poppler's pdftoppm is not found";
       return false;
     }
     source_ = popplerSource(program, path_, driver_, idle_, error);
     approximation_ = missing + "; poppler drew the page";
     return source_ != nullptr;
   }
-  error = "cannot be drawn: " + missing + ", and nothing else sets text";
+  error = "cannot be drawn: " + missing + ", and nothing else here makes pages of text";
   return false;
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Any input of a command as the grey pages that reach the filter.
 //
-// CUPS and PWG raster is taken as it is. Documents go through the converters that
-// would print them. Where those are missing, poppler or the picture itself serves, and
-// the document says that it is approximate.
+// CUPS and PWG raster is taken as it is. Other documents go through the converters that
+// would print them. If those are missing, poppler draws a PDF and a picture is scaled
+// here; approximation() then says so.
 #ifndef TOOLS_DRAV_DOCUMENT_DOCUMENT_H_
 #define TOOLS_DRAV_DOCUMENT_DOCUMENT_H_
 
@@ -21,9 +21,9 @@ class Document {
   // `driver` is open and must outlive the document.
   explicit Document(const DriverFile& driver) : driver_(driver) {}
 
-  // Called every so often while converters are waited for.
+  // `idle` is called every so often while the document waits for converters.
   void setIdle(std::function<void()> idle) { idle_ = std::move(idle); }
-  // Makes do without CUPS's converters even where they are.
+  // Does without CUPS's converters even if they are installed.
   void setApproximate() { avoidConverters_ = true; }
 
   // Opens a file or pipe, "-" being standard input. False with one line in `error`,
@@ -36,8 +36,8 @@ class Document {
   // How much of it has been used, from 0 to 1; below 0 when nobody knows.
   double share() const { return source_ ? source_->share() : -1; }
 
-  // Known after the first page: why the dots may differ from those that a print queue
-  // would send; empty when they may not.
+  // Why the dots may differ from those that a print queue would send; empty when they
+  // are the same. Known after the first page.
   const std::string& approximation() const { return approximation_; }
 
   // What the user should know, one line each; grows with the pages.

@@ -17,7 +17,7 @@ enum class DocumentKind : uint8_t {
   kText,      // UTF-8 or ASCII without control characters
 };
 
-// As many bytes as tell all that is looked at.
+// So many bytes from the start are enough to tell the kind.
 inline constexpr size_t kKindBytes = 4096;
 
 // `start` is the beginning of the file, at most kKindBytes, less only when the file is

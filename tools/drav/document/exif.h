@@ -8,8 +8,8 @@
 
 #include "tools/drav/document/picture.h"
 
-// The Orientation of a JPEG's EXIF data: 1 for upright, which is also given where there
-// is none or it makes no sense, to 8.
+// The Orientation of a JPEG's EXIF data, 1 (upright) to 8. A file without one, or with
+// one that makes no sense, counts as upright.
 unsigned exifOrientation(std::span<const uint8_t> file);
 
 // The picture as a viewer shows one that was stored with this orientation.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Picture files: their sizes, looked at before anything decodes them, and their grey
-// pixels for when no converter is there.
+// Picture files. Their size is checked before anything decodes them; their grey pixels
+// are needed if no converter is there.
 #ifndef TOOLS_DRAV_DOCUMENT_PICTURE_H_
 #define TOOLS_DRAV_DOCUMENT_PICTURE_H_
 

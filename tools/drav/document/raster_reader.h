@@ -16,8 +16,8 @@ class RasterReader : public PageSource {
  public:
   explicit RasterReader(ByteReader bytes) : bytes_(std::move(bytes)) {}
 
-  // A page that is cut short, or larger than kMaxPageBytes, is a failure; so is a
-  // stream without any page.
+  // Fails on a page that is cut short or larger than kMaxPageBytes, and on a stream
+  // without any page.
   Step next(GreyPage& page, std::string& error) override;
 
  private:

@@ -9,7 +9,7 @@
 
 // `from` holds fromHeight rows of fromWidth levels. Parts of a pixel count by their
 // area, so that a fine halftone keeps its mean grey and makes no pattern of its own;
-// in the other direction a pixel becomes a square. REQUIRES: no size is 0.
+// when enlarging, a pixel becomes a square. REQUIRES: no size is 0.
 std::vector<uint8_t> areaAverage(std::span<const uint8_t> from, uint32_t fromWidth,
                                  uint32_t fromHeight, uint32_t width, uint32_t height);
 

@@ -82,12 +82,14 @@ bool DriverFile::open(const JobChoice& job, std::string& error) {
   if (!ppd_) {
     int line = 0;
     const ppd_status_t status = ppdLastError(&line);
-    error = printablePath(job_.ppdPath) + ": is no driver file (PPD): " + ppdErrorString(status) +
-            " in line " + std::to_string(line);
+    error = printablePath(job_.ppdPath) +
+            ": is not a driver file (PPD): " + ppdErrorString(status) + " in line " +
+            std::to_string(line);
     return false;
   }
   if (dravPpdGetChoice(ppd_.get(), "PageSize") == nullptr) {
-    error = printablePath(job_.ppdPath) + ": is no driver file (PPD) of a printer: no PageSize";
+    error = printablePath(job_.ppdPath) +
+            ": is not the driver file (PPD) of a printer: it has no PageSize";
     return false;
   }
   markOptions();
@@ -114,7 +116,8 @@ void DriverFile::markOptions() {
     const std::string nearest = nearestWord(given.value, words);
     if (!nearest.empty()) names += "; the nearest is " + nearest;
     notes_.push_back(std::string(option->keyword) + " has no choice \"" + given.value +
-                     "\", the filter takes " + current(given.name).name + "; choices are " + names);
+                     "\"; the filter takes " + current(given.name).name +
+                     " instead; the choices are " + names);
   }
 }
 

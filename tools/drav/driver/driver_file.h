@@ -76,8 +76,8 @@ class DriverFile {
   // Widest row in dots before the filter's packing; 0 for no limit.
   uint32_t printableDots() const;
 
-  // What the user should know: options that nothing knows, and options whose value the
-  // driver does not have, which the filter passes over. One line each.
+  // What the user should know, one line each: options that nobody knows, and options
+  // with a value that the driver does not have, which the filter ignores.
   const std::vector<std::string>& notes() const { return notes_; }
 
  private:

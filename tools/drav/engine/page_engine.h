@@ -29,9 +29,9 @@ struct DotPage {
 // Dots of the page that are set.
 uint64_t countDots(const DotPage& page);
 
-// Prints a page as often as one likes, with options of each run. No picture and no
-// command record is left anywhere, and the filter's log is kept from standard error.
-// The variable PPD is set while a run goes on. One run at a time in a process.
+// Prints a page any number of times, each time with options of its own. Leaves no
+// picture and no command record anywhere, and keeps the filter's log from standard
+// error. Sets the variable PPD during a run. Only one run at a time in a process.
 class PageEngine {
  public:
   // `driver` is open and must outlive this.
@@ -45,9 +45,9 @@ class PageEngine {
   // Takes the page that the next runs print. False with one line in `error`.
   [[nodiscard]] bool load(const GreyPage& page, std::string& error);
 
-  // Prints it with the job's options, over which those of `options` go ("NAME=VALUE
-  // ..."). False with one line in `error`, the filter's own where it had one; also when
-  // an Interruption was requested. REQUIRES: a page was loaded.
+  // Prints the page with the job's options; those in `options` ("NAME=VALUE ...")
+  // override them. False with one line in `error`, the filter's own if it wrote one;
+  // also false when an Interruption was requested. REQUIRES: a page was loaded.
   [[nodiscard]] bool print(const std::string& options, DotPage& dots, std::string& error);
 
  private:

@@ -65,7 +65,7 @@ class PageRun {
     gatherNotes();
     if (number != 0 && number >= request_.page) return true;
     error = facts_.name + ": has " + std::to_string(number) + (number == 1 ? " page" : " pages") +
-            ", no " + pageText(request_.page);
+            ", so there is no " + pageText(request_.page);
     return false;
   }
 
@@ -102,8 +102,7 @@ void addJobOptions(CLI::App& app, JobChoice& job) {
   auto* ppd = app.add_option("--ppd", job.ppdPath, "Driver file of the printer or queue")
                   ->type_name("FILE");
   app.add_option("--model", job.model,
-                 "One of our own driver files: " + modelList() + "; without, the first of them " +
-                     "that prints stencils")
+                 "Built-in driver file: " + modelList() + "; the default is " + defaultModel().name)
       ->type_name("NAME")
       ->excludes(ppd);
   app.add_option("-o", job.options, "Job option, as for lp; may be repeated")
@@ -116,11 +115,11 @@ void addPageOptions(CLI::App& app, PageRequest& request) {
                  "PDF, PNG, JPEG, PGM, text, CUPS or PWG raster; - is standard input")
       ->required();
   addJobOptions(app, request.job);
-  app.add_option("--page", request.page, "Take this page alone, counted from 1")
+  app.add_option("--page", request.page, "Show only this page, counted from 1")
       ->type_name("N")
       ->check(CLI::Range(1U, 1'000'000U));
-  app.add_flag("--approximate", request.approximate, "Do without CUPS's converters");
-  app.add_flag("-q,--quiet", request.quiet, "Say nothing but errors");
+  app.add_flag("--approximate", request.approximate, "Make the pages without CUPS's converters");
+  app.add_flag("-q,--quiet", request.quiet, "Print nothing but errors");
 }
 
 bool runPages(const PageRequest& request, const PageVisitor& visitor, PageFacts& facts,

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The way of every command that shows pages: input, grey pages, the filter.
+// What every command that shows pages does: it reads the input, makes grey pages of it,
+// and runs the filter on them.
 #ifndef TOOLS_DRAV_ENGINE_PAGE_RUN_H_
 #define TOOLS_DRAV_ENGINE_PAGE_RUN_H_
 
@@ -59,7 +60,8 @@ struct PageVisit {
 using PageVisitor = std::function<bool(const PageVisit& visit, std::string& error)>;
 
 // Runs the request. False with one line in `error`, which names what is to blame. A
-// signal ends the program from here, with nothing left behind: write results after it.
+// signal ends the program from here, with nothing left behind, so write results only after
+// this returns.
 [[nodiscard]] bool runPages(const PageRequest& request, const PageVisitor& visitor,
                             PageFacts& facts, std::string& error);
 

@@ -19,8 +19,8 @@ struct HtmlProof {
 
 // Pictures of a file together have about so many bytes at most.
 inline constexpr size_t kMostPictureBytes = 14'000'000;
-// Combinations besides those next to the job's are made when all have at most so many
-// dots together, so that nobody waits longer than for a page of A4.
+// All combinations, not only those next to the job's, are made if together they have at
+// most so many dots, so that nobody waits longer than for a page of A4.
 inline constexpr uint64_t kMostDotsForAll = 400'000'000;
 // Browsers draw no larger pictures well.
 inline constexpr uint64_t kMostHtmlDots = 40'000'000;

@@ -33,7 +33,7 @@ bool makeOriginal(const GreyPage& page, Original& original, std::string& error) 
   const uint32_t width = std::min(page.header.cupsWidth, page.header.cupsBytesPerLine);
   const uint32_t height = page.header.cupsHeight;
   if (width == 0 || height == 0 || page.header.cupsBitsPerPixel != 8) {
-    error = "the page is no 8-bit grey";
+    error = "the page is not 8-bit grey";
     return false;
   }
   original = {width, height, 1, {}};

@@ -42,13 +42,13 @@ Command addInspect(CLI::App& app) {
   inspect->add_option("JOB", arguments->job, "Job stream or command record; - is standard input")
       ->required();
   inspect->add_flag("--json", arguments->json, "Write one JSON document");
-  inspect->add_flag("--all", arguments->all, "List every command, no runs as one line");
+  inspect->add_flag("--all", arguments->all, "List every command on a line of its own");
   addPrinterOptions(*inspect, arguments->printer);
   inspect->footer(
       "Examples:\n"
       "  drav inspect job.bin\n"
       "  drav inspect --ppd stencil.ppd --json job.bin > job.json\n"
       "  nc -l -p 9100 | drav inspect -\n\n"
-      "Exit status: 0 clean, 1 warnings, 2 no job or failure.\n");
+      "Exit status: 0 no warnings, 1 warnings, 2 not a job, or failure.\n");
   return {inspect, [arguments] { return run(*arguments); }};
 }

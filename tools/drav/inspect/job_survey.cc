@@ -151,7 +151,7 @@ void Surveyor::checkInitialised(const JobCommand& command) {
   if (missesInitialise_)
     warn(WarningKind::kNoInitialise, command.offset,
          std::string(commandName(command.kind)) +
-             " without ESC @ before: the job meets the printer as the last one left it");
+             " comes before any ESC @: the job finds the printer as the last one left it");
 }
 
 void Surveyor::checkWidth(const JobCommand& command) {
@@ -204,7 +204,7 @@ void Surveyor::takeCut(const JobCommand& command) {
   endPage();
   if (printedSinceFeed_)
     warn(WarningKind::kCutWithoutFeed, command.offset,
-         "cut without a feed since the last print, through what was printed");
+         "no feed comes between print and cut: the cut goes through what was printed");
   printedSinceFeed_ = false;
 }
 
@@ -225,8 +225,8 @@ void Surveyor::takeDamage(const JobStreamItem& item) {
       break;
     case JobStreamFault::kUnfinishedBand:
       warn(WarningKind::kUnfinishedBand, offset_,
-           error.reason + "; the printer takes the next " + std::to_string(error.missing) +
-               " bytes that it is sent for dots");
+           error.reason + "; the printer will print the next " + std::to_string(error.missing) +
+               " bytes that it gets as dots");
       searchJobStart(item.bytes, offset_);
       break;
   }
@@ -289,7 +289,7 @@ Survey Surveyor::finish(size_t size) {
   std::stable_sort(survey_.warnings.begin(), survey_.warnings.end(),
                    [](const Warning& a, const Warning& b) { return a.offset < b.offset; });
   if (size == 0) {
-    survey_.unreadable = "empty, not a job";
+    survey_.unreadable = "empty, so it is not a job";
   } else if (totals.skippedBytes > size / 2) {
     survey_.unreadable =
         "not a job, " +

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a whole job stream or command record comes to: totals, pages, and what a
-// user should be warned of.
+// Sums up a whole job stream or command record: totals, pages, and warnings for the
+// user.
 #ifndef TOOLS_DRAV_INSPECT_JOB_SURVEY_H_
 #define TOOLS_DRAV_INSPECT_JOB_SURVEY_H_
 
@@ -21,7 +21,7 @@
 // stretch heats the head, slows the paper and wears the head down.
 inline constexpr double kHeavyBandPercent = 75;
 inline constexpr double kHeavyJobPercent = 40;
-// What has fewer rows is measured as if blank rows filled it up to these, so that a
+// A band or job with fewer rows is measured as if blank rows filled it up, so that a
 // line (1 mm of a frame, say) is not taken for an area. 2 mm at 300 dots per inch.
 inline constexpr uint32_t kSmallestAreaRows = 24;
 
@@ -48,7 +48,7 @@ struct Warning {
   std::string text;   // one line, without the offset
 };
 
-// So many warnings of a kind are kept; the rest is counted.
+// At most so many warnings of a kind are kept; the others are only counted.
 inline constexpr uint64_t kMaxKeptWarnings = 100;
 
 struct BandPlace {

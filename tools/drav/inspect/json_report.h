@@ -10,8 +10,8 @@
 #include "tools/drav/inspect/inspect.h"
 #include "tools/drav/inspect/job_survey.h"
 
-// Of the form of the document. Fields may be added under the same number; one that
-// goes or changes its meaning raises it.
+// The version of the document's form. Added fields leave it as it is; a field that goes
+// or changes its meaning raises it.
 inline constexpr int kJsonFormatVersion = 1;
 
 // Writes one JSON document. `survey` is that of `stream`.

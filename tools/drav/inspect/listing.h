@@ -52,7 +52,7 @@ std::string entryBytes(const ListingEntry& entry);
 // Whether entryBytes leaves some out.
 bool entryIsShortened(const ListingEntry& entry);
 
-// The entry in words; a run's length is not among them, its rows and feeds are.
+// The entry in words: a run's rows and feeds, but not the length of its bytes.
 std::string entryMeaning(const ListingEntry& entry, const PaperScale& scale);
 
 #endif  // TOOLS_DRAV_INSPECT_LISTING_H_

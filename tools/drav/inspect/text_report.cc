@@ -99,8 +99,7 @@ void writeWarnings(const Survey& survey, std::ostream& out) {
 void writeTextReport(std::span<const uint8_t> stream, const InspectOptions& options,
                      const Survey& survey, std::ostream& out) {
   out << printablePath(options.name) << ": "
-      << (survey.isRecord ? "command record (raster bands alone, as a job's record has them), "
-                          : "job stream, ")
+      << (survey.isRecord ? "command record (raster bands alone), " : "job stream, ")
       << stream.size() << " bytes\n\n"
       << listingLine("offset", "command", "bytes", "meaning");
   ListingReader reader(stream, {.equalCommands = !options.all, .bands = !options.all});

@@ -23,7 +23,7 @@ struct ChildCommand {
   std::string folder;            // where it runs; empty for where we are
   std::string input;             // what it reads on standard input; empty for /dev/null
   bool joinsErrors = false;      // its standard error goes where its standard output goes
-  // Whose place it takes when this process is root's; both or none.
+  // The user and group that it runs as if this process is root's; both or none.
   std::optional<uid_t> uid;
   std::optional<gid_t> gid;
 
@@ -77,13 +77,13 @@ class ChildProcess {
   void kill();
 
   // Why it was killed or how it ended: one line, such as "ended with status 3". Empty
-  // when it did well, or runs.
+  // while it runs and when it ended with status 0.
   const std::string& failure() const { return failure_; }
   ChildEnd end() const { return end_; }
   int code() const { return code_; }
 
-  // What it wrote to standard error of its own; the first and the last of it when
-  // that was much.
+  // What it wrote to its standard error; if that was much, only the beginning and
+  // the end of it.
   const std::string& messages() const { return messages_; }
 
  private:
@@ -111,9 +111,9 @@ class ChildProcess {
   std::function<void()> idle_;
 };
 
-// Path of a program: what the environment variable `variable`, if one is named, says,
-// which may be the empty text for none; else the first executable `name` in PATH or in
-// the folders of the system's own programs. Empty when there is none.
+// Path of a program; empty when there is none. If the caller names an environment
+// variable and it is set, its value counts, and an empty value means no program. Otherwise
+// it is the first executable `name` in PATH or in the folders of the system's own programs.
 std::string findProgram(const std::string& name, const char* variable = nullptr);
 
 #endif  // TOOLS_DRAV_IO_CHILD_PROCESS_H_

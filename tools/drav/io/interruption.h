@@ -3,9 +3,9 @@
 #ifndef TOOLS_DRAV_IO_INTERRUPTION_H_
 #define TOOLS_DRAV_IO_INTERRUPTION_H_
 
-// While one lives, SIGINT, SIGTERM and SIGHUP set a flag instead of ending the
-// program, and interrupt slow system calls, so that child processes can be ended and
-// scratch files removed. Its destructor gives the signals back and, when one has
+// While an Interruption lives, SIGINT, SIGTERM and SIGHUP do not end the program. They
+// set a flag and interrupt slow system calls, so that the program can end its child
+// processes and remove its scratch files. Its destructor gives the signals back and, when one has
 // arrived, raises it again: the program then ends as its sender meant it to. Signals
 // that the caller ignores stay ignored. Declare it before what must be tidied up,
 // and close its scope before an OutputFile is opened. One at a time.

@@ -7,8 +7,8 @@
 #include <string>
 
 // Everything is written to a temporary file in the folder of the output, which
-// commit() renames. Without a commit the temporary file is removed and an older
-// output stays as it was; also when SIGINT, SIGTERM or SIGHUP ends the program. Several
+// commit() renames. Without a commit, and also when SIGINT, SIGTERM or SIGHUP ends the
+// program, the temporary file is removed and an older output stays as it was. Several
 // may be open at a time, from one thread.
 class OutputFile {
  public:

@@ -25,10 +25,10 @@ class Progress {
   // `done` of `total` steps, and what is going on. A total of 0: nobody knows.
   void show(uint64_t done, uint64_t total, const std::string& what);
 
-  // Draws again what is there, for work that cannot say more: a mark moves.
+  // Draws the line again with its mark moved on, for work that cannot tell how far it is.
   void tick();
 
-  // Takes the line away, for other output.
+  // Removes the line, so that other output can follow.
   void clear();
 
  private:

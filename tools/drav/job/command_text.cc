@@ -86,7 +86,8 @@ std::string commandMeaning(const JobCommand& command, const PaperScale& scale) {
   const std::span<const uint8_t> parameters = command.parameters;
   switch (command.kind) {
     case CommandKind::kPadding:
-      return plural(command.bytes.size(), "zero byte") + ", for what an earlier job left open";
+      return plural(command.bytes.size(), "zero byte") +
+             " to complete what an earlier job left unfinished";
     case CommandKind::kInitialise:
       return "initialise, a job begins";
     case CommandKind::kDensity:

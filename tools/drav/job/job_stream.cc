@@ -57,7 +57,7 @@ uint32_t littleEndian16(std::span<const uint8_t> bytes) {
 
 std::string truncatedText(const char* name, uint64_t needed, size_t left) {
   return std::string("the stream ends inside ") + name + ", which takes " + std::to_string(needed) +
-         " bytes of which " + std::to_string(left) + " are there";
+         " bytes; only " + std::to_string(left) + " are there";
 }
 
 bool beginsWith(std::span<const uint8_t> bytes, std::string_view beginning) {
@@ -117,7 +117,7 @@ std::optional<JobCommand> JobStreamReader::readPadding(std::span<const uint8_t> 
   if (!beginsWith(rest.subspan(run), kInitialise))
     return fail(
         JobStreamFault::kUnknownBytes,
-        std::to_string(run) + (run == 1 ? " zero byte" : " zero bytes") + " without ESC @ after");
+        std::to_string(run) + (run == 1 ? " zero byte" : " zero bytes") + " not followed by ESC @");
   JobCommand command;
   command.kind = CommandKind::kPadding;
   advance(command, rest.first(run));

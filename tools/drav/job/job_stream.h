@@ -89,7 +89,7 @@ class JobStreamReader {
   // Why next() gave nothing: empty at the end of the stream.
   const std::optional<JobStreamError>& error() const { return error_; }
 
-  // Whether the stream ends before the command that it ends with does.
+  // Whether the stream ends inside its last command.
   bool isCut() const { return error_ && error_->fault != JobStreamFault::kUnknownBytes; }
   // The whole rows of the band that the stream ends inside, as a band of that many;
   // nothing where it ends otherwise or no row is whole.

@@ -24,7 +24,7 @@ struct PaperScale {
   double linesPerInch = 6;    // of LF and ESC d
 };
 
-// What is known of the printer besides.
+// The scale, and what else is known of the printer.
 struct PrinterFacts {
   PaperScale scale;
   std::optional<uint32_t> headBytes;  // bytes of the widest row that the head prints

@@ -64,7 +64,8 @@ bool openPpd(const PrinterArguments& arguments, PpdHandle& ppd, std::string& err
   if (ppd) return true;
   int line = 0;
   const ppd_status_t status = ppdLastError(&line);
-  error = printablePath(arguments.ppd) + ": no readable driver file: " + ppdErrorString(status) +
+  error = printablePath(arguments.ppd) +
+          ": cannot be read as a driver file: " + ppdErrorString(status) +
           (line > 0 ? " in line " + std::to_string(line) : "");
   return false;
 }
@@ -96,18 +97,20 @@ bool readDriver(const PrinterArguments& arguments, PrinterFacts& facts, std::str
 }  // namespace
 
 void addPrinterOptions(CLI::App& app, PrinterArguments& arguments) {
-  auto* ppd = app.add_option("--ppd", arguments.ppd, "Driver file: resolution, width of the head");
-  app.add_option("--model", arguments.model, "One of our own driver files: " + modelList())
+  auto* ppd = app.add_option("--ppd", arguments.ppd,
+                             "Driver file that tells the resolution and the width of the head");
+  app.add_option("--model", arguments.model, "Built-in driver file: " + modelList())
       ->type_name("NAME")
       ->excludes(ppd);
-  app.add_option("--dpi", arguments.dpi,
-                 "Dots per inch; else the driver file's, else assumed from the width of the rows")
+  app.add_option(
+         "--dpi", arguments.dpi,
+         "Dots per inch (default: the driver file's, or else assumed from the width of the rows)")
       ->check(CLI::Range(1U, kMaxRate));
   app.add_option("--units-per-inch", arguments.unitsPerInch,
-                 "What ESC J counts in, by the printer's manual; else one dot")
+                 "Units of ESC J, as the printer's manual tells (default: one dot each)")
       ->check(CLI::Range(1U, kMaxRate));
   app.add_option("--lines-per-inch", arguments.linesPerInch,
-                 "Lines of LF and ESC d, by the printer's manual; else 6")
+                 "Lines of LF and ESC d, as the printer's manual tells (default: 6)")
       ->check(CLI::Range(1.0, 600.0));
 }
 
@@ -173,5 +176,5 @@ std::string assumptionText(const PrinterFacts& facts) {
          (facts.assumedFrom.empty()
               ? std::string()
               : ", since the rows are as wide as the head of " + facts.assumedFrom) +
-         "; --dpi, --model or --ppd says it";
+         "; --dpi, --model or --ppd sets it";
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The options by which a command is told of the printer that a job is for.
+// The options that tell a command about the printer that a job is for.
 #ifndef TOOLS_DRAV_JOB_PRINTER_OPTIONS_H_
 #define TOOLS_DRAV_JOB_PRINTER_OPTIONS_H_
 
@@ -32,8 +32,8 @@ void addPrinterOptions(CLI::App& app, PrinterArguments& arguments);
 [[nodiscard]] bool resolvePrinter(const PrinterArguments& arguments, PrinterFacts& facts,
                                   std::string& error);
 
-// Fills in the resolution that nobody told: that of our own models whose head is as wide
-// as the widest row, when they have one, else that of PaperScale.
+// Fills in a resolution that neither option nor driver file told. If a model of our own
+// has a head as wide as the widest row, takes that model's, else that of PaperScale.
 void assumeResolution(uint32_t widestRowBytes, PrinterFacts& facts);
 
 // "300 dpi assumed, ...". REQUIRES: `facts` are assumed.

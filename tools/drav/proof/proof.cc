@@ -38,7 +38,7 @@ bool collectDots(const PageVisit& visit, Collection& all, std::string& error) {
   all.bytes += page.dots.dots.size();
   if (all.bytes > kMaxDotBytes) {
     error = "the pictures so far have " + std::to_string(kMaxDotBytes >> 20U) +
-            " MiB, the most that is drawn; choose one with --page";
+            " MiB, the most that is drawn; choose one page with --page";
     return false;
   }
   all.pages.push_back(std::move(page));

@@ -46,8 +46,8 @@ struct ProofReport {
 // Pictures are one PNG a page, one pixel a dot, with its resolution and with texts that
 // tell where it comes from: the name itself for one page or a page that was asked for,
 // "name-1.png" and so on for several, "name-01.png" for ten or more. With no output at all the name
-// is made from the input's, in the current folder. A page that is only near to what a queue would
-// send has a strip above it that says so.
+// is made from the input's, in the current folder. If a queue might send other dots, a strip above
+// the page says so.
 //
 // The HTML file is as tools/drav/html/html_proof.h says, of the page that was asked for,
 // else of the first.

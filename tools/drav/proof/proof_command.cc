@@ -61,14 +61,14 @@ Command addProof(CLI::App& app) {
   addPageOptions(*proof, arguments->request);
   proof
       ->add_option("-O,--output", arguments->outputs.picture,
-                   "Picture to write: PNG, one pixel a dot; several pages become OUT-1.png ..., or "
-                   "OUT-01.png ... of ten and more; "
-                   "without, INPUT-proof.png in the current folder")
+                   "PNG file to write, one pixel a dot (default: INPUT-proof.png in the current "
+                   "folder). Several pages become OUT-1.png and so on, ten or more OUT-01.png and "
+                   "so on")
       ->type_name("OUT.png");
   proof
       ->add_option("--html", arguments->outputs.html,
-                   "Page to write: one file, to look at in a browser, before and after, with "
-                   "every halftone; of --page or of the first page. No PNG then without -O")
+                   "HTML file to write: the page of --page, or the first one, before and after the "
+                   "filter, in every halftone. A PNG is then written only if -O is given")
       ->type_name("OUT.html");
   proof->footer(
       "Examples:\n"
@@ -76,7 +76,7 @@ Command addProof(CLI::App& app) {
       "  drav proof drawing.png -o HalftoneType=Tattoo_X8 -O stencil.png\n"
       "  drav proof drawing.pdf --html drawing.html\n"
       "  drav proof receipts.pdf --page 2 --ppd /etc/cups/ppd/counter.ppd\n\n"
-      "DRAV_CUPSFILTER and DRAV_PDFTOPPM name the converters where they are not found by\n"
-      "themselves; empty, they are not used.\n");
+      "DRAV_CUPSFILTER and DRAV_PDFTOPPM name the converters if drav does not find them.\n"
+      "If such a variable is set but empty, drav does without that converter.\n");
   return {proof, [arguments] { return run(*arguments); }};
 }

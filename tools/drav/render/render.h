@@ -31,8 +31,8 @@ struct RenderExtent {
   std::string cut;     // what is missing where the job is cut off; else empty
 };
 
-// Adds up the raster bands of a job stream, of one that is cut off all whole rows. False
-// with one line in `error` when the stream is damaged.
+// Adds up the raster bands of a job stream; if it is cut off, up to its last whole row.
+// False with one line in `error` when the stream is damaged.
 [[nodiscard]] bool measureRaster(std::span<const uint8_t> stream, RenderExtent& extent,
                                  std::string& error);
 

@@ -34,7 +34,7 @@ int run(const RenderArguments& arguments) {
   std::cout << '\n';
   if (options.paper && options.printer.isAssumed) printNote(assumptionText(options.printer));
   if (extent.cut.empty()) return kExitDone;
-  printNote("the job is cut off, and its whole rows are drawn: " + extent.cut);
+  printNote("the job is cut off, and only its whole rows are drawn: " + extent.cut);
   return kExitFindings;
 }
 

@@ -7,10 +7,10 @@
 
 #include "tools/drav/job/job_stream.h"
 
-// Hands every command of `stream` to `take`: bool(const JobCommand&), false of which
-// ends the reading. Of a band that the stream ends inside, that is its whole rows; what
-// is missing then stands in `cut`. False when `take` was, or with one line in `error`
-// for bytes that are no command.
+// Hands every command of `stream` to `take`: bool(const JobCommand&); false ends the
+// reading. If the stream ends inside a band, `take` gets the band's whole rows, and `cut`
+// tells what is missing. Returns false when `take` did, or, with one line in `error`, at
+// bytes that are not a command.
 template <typename Take>
 bool eachCommand(std::span<const uint8_t> stream, Take take, std::string& cut, std::string& error) {
   JobStreamReader reader(stream);

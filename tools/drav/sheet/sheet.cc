@@ -120,7 +120,7 @@ class SheetMaker {
     crop_ = busiestPart(visit_.page, dots.width(), kSheetCropWidth, kSheetCropHeight);
     if (!request_.crop) return true;
     if (dots.dotsPerInchX == 0 || dots.dotsPerInchY == 0) {
-      error = "--crop counts in mm, and the page does not tell its dots per inch";
+      error = "--crop is in mm, and the page does not tell its dots per inch";
       return false;
     }
     const double acrossDots = dots.dotsPerInchX / kMillimetresPerInch;
@@ -130,9 +130,9 @@ class SheetMaker {
     const auto [x, y] = *request_.crop;
     // Written so that not-a-number is refused.
     if (!(x >= 0 && y >= 0 && x * acrossDots < dots.width() && y * alongDots < dots.rows)) {
-      error = lengthsText("--crop lies outside of the page, which is ", dots.width() / acrossDots,
+      error = lengthsText("--crop begins outside of the page, which is ", dots.width() / acrossDots,
                           dots.rows / alongDots) +
-              lengthsText("; a whole part of it begins at most at ", lastX / acrossDots,
+              lengthsText("; for a part of full size it begins at most at ", lastX / acrossDots,
                           lastY / alongDots);
       return false;
     }
@@ -218,7 +218,7 @@ bool makeSheets(const SheetRequest& request, std::vector<std::string>& written, 
       request.out.empty() ? defaultOutputName(request.pages.input, "-sheet.png") : request.out;
   const std::string ending = endingOf(path);
   if (ending != ".png" && ending != ".pdf") {
-    error = printablePath(path) + ": a sheet is a PNG or a PDF, by its ending";
+    error = printablePath(path) + ": the name of a sheet ends in .png or .pdf";
     return false;
   }
   if (!checkNotInput(path, request.pages.input, error)) return false;

@@ -14,17 +14,17 @@ struct SheetRequest {
   PageRequest pages;  // page 0 means the first
   std::string out;    // ".png" or ".pdf"; empty: made from the input's name
   std::vector<std::string> options = {"HalftoneType", "Brightness"};  // a sheet for each
-  // Top left corner of the part that is shown dot by dot, in millimetres; without, the
-  // part with the most going on.
+  // Top left corner of the part that is shown dot by dot, in millimetres; if it is not
+  // given, the part with the most detail is shown.
   std::optional<std::pair<double, double>> crop;
 };
 
 // Prints the page once for each choice that the driver has, in the driver's order and
-// under its labels, which say what runs, and draws for each the whole page reduced, every
-// pixel the mean of the dots below it, and a part of it dot by dot. A PDF has a page for
-// each option; as PNG the first is `out` itself, the others "out-brightness.png" and so
-// on. `written` gets their names. False with one line in `error`; no file is then new
-// or changed.
+// under its labels, which name the method that runs. Draws each result twice: the whole
+// page reduced, every pixel the mean of the dots below it, and a part of it dot by dot. A
+// PDF has a page for each option. As PNG the first option's sheet is `out` itself, the
+// others are "out-brightness.png" and so on. `written` gets their names. False with one line in
+// `error`; no file is then new or changed.
 [[nodiscard]] bool makeSheets(const SheetRequest& request, std::vector<std::string>& written,
                               PageFacts& facts, std::string& error);
 

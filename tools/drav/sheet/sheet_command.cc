@@ -38,18 +38,19 @@ Command addSheet(CLI::App& app) {
   CLI::App* sheet =
       app.add_subcommand("sheet", "Show a page in every halftone and in every brightness");
   addPageOptions(*sheet, arguments->request.pages);
-  sheet->add_option("--over", arguments->over, "One sheet alone: halftone or brightness")
+  sheet->add_option("--over", arguments->over, "Only this sheet: halftone or brightness")
       ->check(CLI::IsMember({"halftone", "brightness"}));
   const CLI::Option* crop =
       sheet
           ->add_option("--crop", arguments->crop,
-                       "Top left corner of the part shown dot by dot, in mm; without, the part "
-                       "with the most going on")
+                       "Top left corner of the part shown dot by dot, in mm (default: the part "
+                       "with the most detail)")
           ->type_name("X Y");
   sheet
       ->add_option("-O,--output", arguments->request.out,
-                   "PNG (the brightness goes to OUT-brightness.png) or PDF (two pages), by its "
-                   "ending; without, INPUT-sheet.png in the current folder")
+                   "File to write: .pdf gets two pages; .png gets the halftones, and the "
+                   "brightness goes to OUT-brightness.png (default: INPUT-sheet.png in the "
+                   "current folder)")
       ->type_name("OUT");
   sheet->footer(
       "Examples:\n"

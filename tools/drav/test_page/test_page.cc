@@ -95,8 +95,8 @@ bool writePdf(OutputFile& file, const std::string& path, const Finished& page, s
 bool makeTestPage(const TestPageRequest& request, TestPageFacts& facts, std::string& error) {
   const std::string ending = endingOf(request.out);
   if (ending != ".pdf" && ending != ".ras") {
-    error =
-        printablePath(request.out) + ": a test page is a PDF or CUPS raster (.ras), by its ending";
+    error = printablePath(request.out) +
+            ": the name of a test page ends in .pdf or, for CUPS raster, in .ras";
     return false;
   }
   Finished page;

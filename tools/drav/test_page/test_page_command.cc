@@ -28,11 +28,12 @@ Command addTestPage(CLI::App& app) {
   const auto request = std::make_shared<TestPageRequest>();
   CLI::App* page = app.add_subcommand("test-page", "Write a page to set a printer up by");
   page->add_option("OUT", request->out,
-                   "PDF, or CUPS raster (.ras), by its ending; without, drav-test-page.pdf");
+                   "File to write: .pdf, or .ras for CUPS raster (default: drav-test-page.pdf)");
   addJobOptions(*page, request->job);
-  page->add_flag("-q,--quiet", request->quiet, "Say nothing but errors");
+  page->add_flag("-q,--quiet", request->quiet, "Print nothing but errors");
   page->footer(
-      "Rulers, the right edge, a wedge in each halftone, the finest lines, the density.\n\n"
+      "The page shows rulers, the right edge, a grey wedge in each halftone, the finest\n"
+      "lines and a patch for the density.\n\n"
       "Examples:\n"
       "  drav test-page\n"
       "  drav test-page page.ras --ppd /etc/cups/ppd/counter.ppd\n");

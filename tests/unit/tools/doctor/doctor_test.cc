@@ -111,7 +111,7 @@ TEST_F(DoctorTest, AQueueThatIsNotThereFails) {
   EXPECT_EQ(error_, "there is no queue \"three\"; there are: one, two");
   queues_.states.clear();
   EXPECT_FALSE(run("three"));
-  EXPECT_EQ(error_, "there is no queue \"three\"; there is none at all");
+  EXPECT_EQ(error_, "there is no queue \"three\"; this system has none");
   queues_.listError = "no rights";
   EXPECT_FALSE(run());
   EXPECT_EQ(error_, "no rights");

@@ -125,7 +125,8 @@ TEST(ClearPictures, AFolderThatIsNotThereIsNoFailure) {
   std::string error;
   EXPECT_TRUE(clearPictures(request, outcome, error));
   EXPECT_TRUE(outcome.folderMissing);
-  EXPECT_EQ(clearingText(request, outcome), folder.file("none") + " is not there: no pictures");
+  EXPECT_EQ(clearingText(request, outcome),
+            "there is no folder " + folder.file("none") + ", so there are no pictures");
 }
 
 }  // namespace
