@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
-# Shorter builds from nothing. Builds without these options (dev, clang-libcxx, tidy) show
-# that every source includes what it uses.
+# Shorter builds from nothing. The presets dev, clang-libcxx and tidy switch both options
+# off, and show that every source includes what it uses.
 #
 # DRAV_QUICK_TESTS leaves what ships as it is: the test framework's header is compiled
 # once a program, and the unit tests' own code is optimized little.
 option(DRAV_QUICK_TESTS "Compile the tests quickly" OFF)
-# DRAV_JOIN_SOURCES compiles sources that spend their time on one large header as one.
-option(DRAV_JOIN_SOURCES "Compile some sources of the product as one" OFF)
+# DRAV_JOIN_SOURCES compiles sources that spend their time on one large header as one, also
+# in what ships.
+option(DRAV_JOIN_SOURCES "Compile some sources of the product as one" ON)
 
 # The sources of a target that are compiled as one.
 function(drav_join_sources target group)
