@@ -13,7 +13,7 @@ constexpr std::array<const char*, 6> sLogLevelTexts = {
     "DEBUG:", "DEBUG:", "WARN:", "ERROR:", "CRIT:", "INVALID:"};
 
 // Null stands for standard error, which is no constant.
-std::FILE* logStream = nullptr;
+thread_local std::FILE* logStream = nullptr;
 
 }  // namespace
 

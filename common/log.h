@@ -23,10 +23,25 @@ enum LogLevel : int32_t {
 // out. A level outside 0 to 5 prints as kLogInvalid.
 __attribute__((format(printf, 2, 3))) void dravLogCommon(int32_t level, const char* format, ...);
 
-// Sends the lines to `stream` from now on, or to standard error if it is null. The
-// caller owns the stream and must set another one before closing it. Returns the
+// Sends the calling thread's lines to `stream` from now on, or to standard error if it is
+// null. The caller owns the stream and must set another one before closing it. Returns the
 // previous stream, null for standard error.
 std::FILE* setLogStream(std::FILE* stream);
+
+// While it lives, the calling thread's lines go to `stream`. If that is null, they go where
+// they went before.
+class LogScope {
+ public:
+  explicit LogScope(std::FILE* stream) : before_(setLogStream(stream)) {
+    if (stream == nullptr) setLogStream(before_);
+  }
+  ~LogScope() { setLogStream(before_); }
+  LogScope(const LogScope&) = delete;
+  LogScope& operator=(const LogScope&) = delete;
+
+ private:
+  std::FILE* before_;
+};
 
 // From now on writes each line in one piece, for the rest of the process. All
 // programs of a job share the scheduler's log pipe. If a line went out in pieces,

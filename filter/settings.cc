@@ -3,10 +3,13 @@
 
 #include <cups/cups.h>
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <system_error>
 
 #include "common/local_time.h"
 #include "common/log.h"
@@ -52,6 +55,29 @@ void fillOptions(ppd_file_t* ppd, Settings* out) {
   out->docBottomLogoMode = getOptionChoiceIndex("DocBottomLogoMode", ppd);
   out->docTopLogoPosition = getOptionChoiceIndex("DocTopLogoPosition", ppd);
   out->docBottomLogoPosition = getOptionChoiceIndex("DocBottomLogoPosition", ppd);
+}
+
+// A choice from 0 to `most`; 0 for any other.
+int32_t smallNumber(ppd_file_t* ppd, const char* keyword, int32_t most) {
+  const std::string_view choice = dravPpdGetChoiceAsStrDefault(ppd, keyword, "");
+  int32_t number = 0;
+  const auto [end, error] = std::from_chars(choice.data(), choice.data() + choice.size(), number);
+  const bool whole = error == std::errc() && end == choice.data() + choice.size();
+  return whole && number >= 0 && number <= most ? number : 0;
+}
+
+void fillOwnOptions(ppd_file_t* ppd, Settings* out) {
+  const auto isMarked = [ppd](const char* keyword, std::string_view choice) {
+    return dravPpdGetChoiceAsStrDefault(ppd, keyword, "") == choice;
+  };
+  out->stencilMirror = isMarked("StencilMirror", "True");
+  out->halfTurn = isMarked("HalfTurn", "True");
+  out->invertPage = isMarked("InvertPage", "True");
+  out->contrast = smallNumber(ppd, "Contrast", 50);
+  out->paperFrame = smallNumber(ppd, "PaperFrame", 5);
+  if (isMarked("TrimPaper", "End")) out->trimPaper = TrimPaper::End;
+  if (isMarked("TrimPaper", "Both")) out->trimPaper = TrimPaper::Both;
+  out->keepPictures = !isMarked("KeepPictures", "False");
 }
 
 // The record's name: the PPD's prefix and the local time.
@@ -100,15 +126,18 @@ bool scanPageSizeName(const char* name, PageDimensions& out) {
 std::time_t systemClock() { return std::time(nullptr); }
 
 bool initializeSettings(const char* optionsText, Settings* out, const Clock& clock) {
-  const char* path = std::getenv("PPD");
-  const PpdFile ppd = openMarkedPpd(path, optionsText);
+  return readSettings(std::getenv("PPD"), optionsText, out, clock);
+}
+
+bool readSettings(const char* ppdPath, const char* optionsText, Settings* out, const Clock& clock) {
+  const PpdFile ppd = openMarkedPpd(ppdPath, optionsText);
   *out = Settings{};
   if (!ppd) {
-    dravLogCommon(kLogError, "Unable to open PPD file \"%s\"!", path != nullptr ? path : "");
+    dravLogCommon(kLogError, "Unable to open PPD file \"%s\"!", ppdPath != nullptr ? ppdPath : "");
     return false;
   }
   if (ppdFindOption(ppd.get(), "PageSize") == nullptr) {
-    dravLogCommon(kLogError, "PPD file \"%s\" has no PageSize!", path);
+    dravLogCommon(kLogError, "PPD file \"%s\" has no PageSize!", ppdPath);
     return false;
   }
   out->maxMediaWidth = dravPpdGetAttrAsFloatDefault(ppd.get(), "MaxMediaWidth", nullptr, 0.0);
@@ -119,6 +148,7 @@ bool initializeSettings(const char* optionsText, Settings* out, const Clock& clo
       dravHalftoneTypeFromStr(dravPpdGetChoiceAsStrDefault(ppd.get(), "HalftoneType", ""));
   out->brightness = dravPpdGetChoiceAsIntDefault(ppd.get(), "Brightness", 0);
   out->printDensity = dravPpdGetChoiceAsIntDefault(ppd.get(), "PrintDensity", 0);
+  fillOwnOptions(ppd.get(), out);
   nameRecordFile(ppd.get(), clock, out);
   return true;
 }

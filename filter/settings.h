@@ -11,6 +11,7 @@
 #include <functional>
 
 #include "common/halftone_names.h"
+#include "printer/page_settings.h"
 
 // Filled once, before any output, and read-only afterwards. Options are numbers
 // carried in PPD choice names. Unless a field says otherwise, an option that
@@ -41,6 +42,15 @@ struct Settings {
   int32_t brightness = 0;             // -100 to 100; 0 when missing
   int32_t printDensity = 0;           // low 8 bits are sent; 0 when missing
   DitherType halftoneType = DitherType::None;
+  // Options of our own: where a PPD lacks one, or has a choice that is not known here,
+  // it is off and leaves no trace.
+  bool stencilMirror = false;
+  bool halfTurn = false;
+  bool invertPage = false;
+  int32_t contrast = 0;    // 0 to 50
+  int32_t paperFrame = 0;  // 0 none, else 1 to 5 millimetres at the sides
+  TrimPaper trimPaper = TrimPaper::None;
+  bool keepPictures = true;
   std::array<char, 1024> recordFileName = {};  // command record; empty for none
 };
 
@@ -55,6 +65,10 @@ std::time_t systemClock();
 // "PageSize".
 [[nodiscard]] bool initializeSettings(const char* optionsText, Settings* out,
                                       const Clock& clock = systemClock);
+
+// The same with the PPD file of that path, which may be null.
+[[nodiscard]] bool readSettings(const char* ppdPath, const char* optionsText, Settings* out,
+                                const Clock& clock);
 
 // Number of the option's current choice, which is logged; -1 when the option or
 // its default choice does not exist. A choice name that is no number gives 0.

@@ -19,4 +19,7 @@ uint64_t dravImageCountBlankLinesFromFront(const uint8_t* pixels, uint64_t rowBy
 uint64_t dravImageCountBlankLinesFromBack(const uint8_t* pixels, uint64_t rowBytes, uint64_t height,
                                           uint64_t skipRight, uint64_t stride);
 
+// Whether all `bytes` of a row are 0.
+bool isBlankRow(const uint8_t* row, uint64_t bytes);
+
 #endif  // PRINTER_BLANK_LINES_H_

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "printer/page_path.h"
+
 namespace {
 
 int clampPercent(int value) { return std::clamp(value, -100, 100); }
@@ -16,7 +18,7 @@ bool takesBytes(std::FILE* stream) { return stream != nullptr && std::ferror(str
 
 }  // namespace
 
-DravPrinter::DravPrinter() : outputStreams_{stdout}, clock_([] { return std::time(nullptr); }) {}
+DravPrinter::DravPrinter() : outputStreams_{stdout} {}
 
 DravPrinter::~DravPrinter() {
   paletteImage_.Destroy();
@@ -34,7 +36,7 @@ DravPrinter& DravPrinter::setPageHeader(cups_page_header2_s* header) {
 }
 
 DravPrinter& DravPrinter::setAntiWrinkle(int level) {
-  antiWrinkle_ = level;
+  settings_.antiWrinkle = level;
   return *this;
 }
 
@@ -54,12 +56,12 @@ DravPrinter& DravPrinter::setVBarcodeOpt(int option) {
 }
 
 DravPrinter& DravPrinter::setBrightness(int brightness) {
-  brightness_ = clampPercent(brightness);
+  settings_.brightness = clampPercent(brightness);
   return *this;
 }
 
 DravPrinter& DravPrinter::setContrast(int contrast) {
-  contrast_ = clampPercent(contrast);
+  settings_.contrast = clampPercent(contrast);
   return *this;
 }
 
@@ -74,32 +76,32 @@ DravPrinter& DravPrinter::setPrintDensity(int density) {
 }
 
 DravPrinter& DravPrinter::setHalftoneType(DitherType type) {
-  halftoneType_ = type;
+  settings_.halftoneType = type;
   return *this;
 }
 
 DravPrinter& DravPrinter::setNegativePrint(bool negative) {
-  negativePrint_ = negative;
+  settings_.negativePrint = negative;
   return *this;
 }
 
 DravPrinter& DravPrinter::setRotate180Print(bool rotate) {
-  rotate180Print_ = rotate;
+  settings_.rotate180Print = rotate;
   return *this;
 }
 
 DravPrinter& DravPrinter::setMirrorPrint(bool mirror) {
-  mirrorPrint_ = mirror;
+  settings_.mirrorPrint = mirror;
   return *this;
 }
 
 DravPrinter& DravPrinter::setRemoveBlankEdges(unsigned char edges) {
-  removeBlankEdges_ = edges;
+  settings_.removeBlankEdges = edges;
   return *this;
 }
 
 DravPrinter& DravPrinter::setSkipRightPixels(unsigned long pixels) {
-  skipRightPixels_ = pixels;
+  settings_.skipRightPixels = pixels;
   return *this;
 }
 
@@ -108,16 +110,31 @@ DravPrinter& DravPrinter::setUserData(UserData* data) {
   return *this;
 }
 
+DravPrinter& DravPrinter::setInvertPage(bool invert) {
+  settings_.invertPage = invert;
+  return *this;
+}
+
+DravPrinter& DravPrinter::setTrimPaper(TrimPaper trim) {
+  settings_.trimPaper = trim;
+  return *this;
+}
+
+DravPrinter& DravPrinter::setKeepPictures(bool keep) {
+  settings_.keepPictures = keep;
+  return *this;
+}
+
 const char* DravPrinter::getCopyRight() { return "MFT:44726176"; }
 
 DravPrinter& DravPrinter::setClock(std::function<std::time_t()> clock) {
-  clock_ = std::move(clock);
+  pictures_.setClock(std::move(clock));
   return *this;
 }
 
 DravPrinter& DravPrinter::setDumpFolder(const std::string& folder) {
-  dumpFolder_ = folder;
-  pictureKind_ = "prnimg";
+  pictures_.setFolder(folder);
+  pictures_.setKind("prnimg");
   return *this;
 }
 
@@ -133,6 +150,29 @@ bool DravPrinter::shouldStopRaster() {
 
 void DravPrinter::doPrintPacked(uint8_t* /*packed*/, uint32_t /*packedLength*/,
                                 uint64_t /*height*/) {}
+
+void DravPrinter::printImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
+                             uint64_t width) {
+  rasterInterrupted_ = false;
+  useQZDithering_ = settings_.isTattoo();
+  pimage_ = nullptr;
+  PageReceiver receiver;
+  if (takesPackedRows()) {
+    receiver.packed = [this](uint8_t* rows, uint32_t bytes, uint64_t rowCount) {
+      doPrintPacked(rows, bytes, rowCount);
+    };
+  } else {
+    receiver.image = [this](uint8_t* rows, uint64_t rowBytes, uint64_t rowCount, uint64_t columns) {
+      doPrintImage(rows, rowBytes, rowCount, columns);
+    };
+  }
+  printPage({settings_, pageHdr_, pictures_, receiver}, pixels, bytesPerLine, height, width);
+}
+
+void DravPrinter::saveImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
+                            uint64_t width, uint16_t bitsPerPixel) {
+  pictures_.save(pixels, bytesPerLine, height, width, bitsPerPixel);
+}
 
 void DravPrinter::printBytes(const unsigned char* data, unsigned long size) {
   if (size == 0) return;  // `data` may be null

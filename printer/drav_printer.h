@@ -14,9 +14,10 @@
 
 #include "common/halftone_names.h"
 #include "image/palette_image.h"
+#include "printer/page_picture.h"
+#include "printer/page_settings.h"
 
 struct cups_page_header2_s;  // CUPS raster format, cups/raster.h
-class ByteBuffer;
 
 // Abstract: a concrete printer turns the finished page into its own commands in
 // doPrintImage. Used by one thread.
@@ -48,7 +49,7 @@ class DravPrinter {
   cups_page_header2_s* getPageHeader() const { return pageHdr_; }
   // Thickness of the anti-wrinkle frame's sides in millimetres; 0 is no frame.
   DravPrinter& setAntiWrinkle(int level);
-  int getAntiWrinkle() const { return antiWrinkle_; }
+  int getAntiWrinkle() const { return settings_.antiWrinkle; }
   // Overwritten on each page by what the halftone type asks for.
   DravPrinter& setUseQZDithering(bool use);
   bool getUseQZDithering() const { return useQZDithering_; }
@@ -58,10 +59,10 @@ class DravPrinter {
   int getVBarcodeOpt() const { return vBarcodeOpt_; }
   // -100 to 100, clamped. Positive values print more ink.
   DravPrinter& setBrightness(int brightness);
-  int getBrightness() const { return brightness_; }
+  int getBrightness() const { return settings_.brightness; }
   // -100 to 100, clamped.
   DravPrinter& setContrast(int contrast);
-  int getContrast() const { return contrast_; }
+  int getContrast() const { return settings_.contrast; }
   // Number as text, 1 to 15, clamped; a text that is no number gives 1.
   DravPrinter& setPrintSpeed(const char* speed);
   int getPrintSpeed() const { return printSpeed_; }
@@ -69,26 +70,40 @@ class DravPrinter {
   DravPrinter& setPrintDensity(int density);
   int getPrintDensity() const { return printDensity_; }
   DravPrinter& setHalftoneType(DitherType type);
-  DitherType getHalftoneType() const { return halftoneType_; }
+  DitherType getHalftoneType() const { return settings_.halftoneType; }
   DravPrinter& setNegativePrint(bool negative);
-  bool isNegativePrint() const { return negativePrint_; }
+  bool isNegativePrint() const { return settings_.negativePrint; }
   DravPrinter& setRotate180Print(bool rotate);
-  bool isRotate180Print() const { return rotate180Print_; }
+  bool isRotate180Print() const { return settings_.rotate180Print; }
   DravPrinter& setMirrorPrint(bool mirror);
-  bool isMirrorPrint() const { return mirrorPrint_; }
+  bool isMirrorPrint() const { return settings_.mirrorPrint; }
   // Bit 2: measure blank rows at the top; bit 8: at the bottom. Reported in the
   // log only; nothing is trimmed.
   DravPrinter& setRemoveBlankEdges(unsigned char edges);
-  unsigned char getRemoveBlankEdges() const { return removeBlankEdges_; }
+  unsigned char getRemoveBlankEdges() const { return settings_.removeBlankEdges; }
   // Pixels at the right end of each row that are neither measured nor printed.
   DravPrinter& setSkipRightPixels(unsigned long pixels);
-  unsigned long getSkipRightPixels() const { return skipRightPixels_; }
+  unsigned long getSkipRightPixels() const { return settings_.skipRightPixels; }
   DravPrinter& setUserData(UserData* data);
   UserData* getUserData() const { return userData_; }
   // Dots per inch; fixed.
-  int getResolution() const { return resolution_; }
+  int getResolution() const { return settings_.resolution; }
   // Manufacturer text: "MFT:" and hexadecimal byte pairs. Static.
   static const char* getCopyRight();
+
+  // ---- Options of our own: printImage alone heeds them --------------------------
+
+  // Prints the page's dots as paper and its paper as dots, between the negative and
+  // the frame. Padding, skipped pixels and pages without a dot stay as they are.
+  DravPrinter& setInvertPage(bool invert);
+  bool isInvertPage() const { return settings_.invertPage; }
+  // Leaves out blank rows, but for 8 mm; a page without a dot sends nothing. Has no
+  // effect on a page with a frame.
+  DravPrinter& setTrimPaper(TrimPaper trim);
+  TrimPaper getTrimPaper() const { return settings_.trimPaper; }
+  // Whether printImage saves its two diagnostic pictures.
+  DravPrinter& setKeepPictures(bool keep);
+  bool getKeepPictures() const { return settings_.keepPictures; }
 
   // ---- Seams ----------------------------------------------------------------
 
@@ -125,9 +140,9 @@ class DravPrinter {
   // Prints one page: `height` rows of `bytesPerLine` bytes, a grey byte a pixel,
   // 0 is no ink, of which `width` are the picture. Measures and logs blank
   // edges, saves the page and its halftone as diagnostic pictures, processes and
-  // sends it. Failures are logged and leave the page out.
-  // REQUIRES: width <= bytesPerLine. Throws std::bad_alloc from the tattoo
-  // halftones.
+  // sends it. Failures are logged and leave the page out, and so is a frame that
+  // does not fit what prints.
+  // REQUIRES: width <= bytesPerLine. Throws std::bad_alloc.
   void printImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
                   uint64_t width);
 
@@ -163,78 +178,33 @@ class DravPrinter {
  protected:
   // For the concrete printer's bands: asks whether to stop, and counts.
   bool shouldStopRaster();
-  // A concrete printer that takes rows packed as GrayToMono packs them gets most
-  // pages that way, without doPrintImage. `packed` holds `height` rows.
+  // A concrete printer that takes rows packed as GrayToMono packs them gets pages
+  // that way, without doPrintImage. `packed` holds `height` rows.
   virtual bool takesPackedRows() const { return false; }
   virtual void doPrintPacked(uint8_t* packed, uint32_t packedLength, uint64_t height);
   void countBand() { ++bandsSent_; }
 
  private:
-  // Rows [top, end) hold the page's content.
-  struct BlankEdges {
-    uint64_t top = 0;
-    uint64_t end = 0;
-  };
-  BlankEdges measureBlankEdges(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
-                               uint64_t width) const;
-  static void reportEdges(const BlankEdges& edges, const uint8_t* result, uint64_t bytesPerLine,
-                          uint64_t height, uint64_t width);
-  void printPage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
-                 uint64_t width, ByteBuffer& result);
-  void sendFinishedPage();
-  // A picture with its header written, or null after the report; the caller
-  // closes it.
-  std::FILE* openPicture(uint64_t height, uint64_t width, uint16_t bitsPerPixel);
-  // Pixels of a row that are packed, and their report.
-  size_t packedRowPixels(size_t rowBytes) const;
-  void reportPacking(int32_t bytesPerLine, int32_t height) const;
-
   void chooseHalftone();
-  bool adjustsTone() const { return brightness_ != 0 || contrast_ != 0; }
-  int scaledBrightness() const { return brightness_ * 5; }  // -500 to 500 levels
-  int scaledContrast() const { return contrast_ * 2; }      // -200 to 200 per cent
-
-  // The short way of a page whose images nobody looks at (page_stream.cc).
-  struct PageSize {
-    uint32_t width;
-    uint32_t height;
-  };
-  bool canStream(uint64_t bytesPerLine, uint64_t height, uint64_t width) const;
-  void streamPage(const unsigned char* pixels, const BlankEdges& edges, uint64_t bytesPerLine,
-                  uint64_t height, uint64_t width, const ByteBuffer& result);
-  void reportStreamedProcessing(PageSize size, uint32_t rowBytes);
-  void halftoneRowsTo(const unsigned char* pixels, PageSize size,
-                      const std::function<void(uint32_t, const uint8_t*)>& sink);
   void adjustPage();
   bool halftoneClassic(DitherType type);
   bool halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, int32_t height, size_t capacity);
 
-  PaletteImage paletteImage_;           // the page, and its classic halftone
-  PaletteImage qzPaletteImage_;         // the page's tattoo halftone
-  PaletteImage* pimage_ = nullptr;      // whichever holds the finished page
-  const char* pictureKind_ = "prnimg";  // the next picture's name begins so
+  PaletteImage paletteImage_;       // the page, and its classic halftone
+  PaletteImage qzPaletteImage_;     // the page's tattoo halftone
+  PaletteImage* pimage_ = nullptr;  // whichever holds PageProcess's finished page
+  PageSettings settings_;
+  PageBitmaps pictures_;
   std::vector<std::FILE*> outputStreams_;
   cups_page_header2_s* pageHdr_ = nullptr;
   int maxMediaWidth_ = 0;
   long printWidth_ = 0;
-  int brightness_ = 0;
   int vBarcodeOpt_ = 0;
-  int contrast_ = 0;
   int printSpeed_ = 7;
   int printDensity_ = 8;
-  DitherType halftoneType_ = DitherType::None;
-  bool negativePrint_ = false;
-  bool mirrorPrint_ = false;
-  bool rotate180Print_ = false;
-  int antiWrinkle_ = 0;
   bool useQZDithering_ = false;
-  unsigned char removeBlankEdges_ = 0;
-  unsigned long skipRightPixels_ = 0;
   UserData* userData_ = nullptr;
-  int resolution_ = 300;
 
-  std::string dumpFolder_ = "/var/spool/cups/tmp";
-  std::function<std::time_t()> clock_;
   std::function<bool()> stopRequested_;
   uint64_t bandsSent_ = 0;
   bool rasterInterrupted_ = false;

@@ -13,4 +13,8 @@
 // before `row` in the same buffer.
 size_t packMonoRow(std::span<const uint8_t> row, uint8_t* out);
 
+// Pixels of a row that are packed; a skip of a whole row or more is ignored.
+size_t packedRowPixels(size_t rowBytes, unsigned long skipRightPixels);
+void reportPacking(int32_t bytesPerLine, int32_t height, unsigned long skipRightPixels);
+
 #endif  // PRINTER_MONO_PACK_H_

@@ -19,6 +19,10 @@ void toneAdjusted(int brightness, int contrast) {
                 contrast);
 }
 
+void rotated() { dravLogCommon(kLogDebug, "PageProcess: Rotated the image 180 degrees"); }
+
+void mirrored() { dravLogCommon(kLogDebug, "PageProcess: Mirrored the image"); }
+
 void ditheredClassic() {
   dravLogCommon(kLogDebug, "PageProcess: Applied default dithering and increased bit depth");
 }
@@ -42,6 +46,18 @@ void tattooImageCreated() {
 
 void negative(bool negative) {
   dravLogCommon(kLogDebug, "PageProcess: negativePrint_ %d", negative ? 1 : 0);
+  if (negative) {
+    dravLogCommon(kLogDebug, "PageProcess: Inverting the image for negative print");
+  }
+}
+
+void inverting() {
+  dravLogCommon(kLogWarning,
+                "The page is printed white on black, its solid areas heat the print head!");
+}
+
+void creationFailed() {
+  dravLogCommon(kLogCritical, "paletteImage.CreateFromArray with grey failed!");
 }
 
 void outputFilled(int32_t length) {
@@ -49,9 +65,19 @@ void outputFilled(int32_t length) {
                 "PageProcess: Filled the output buffer with processed pixels, length: %d", length);
 }
 
+void savingOriginal() {
+  dravLogCommon(kLogDebug,
+                "printImage: Saving original image, file path will be generated based on time");
+}
+
 void savingProcessed() {
   dravLogCommon(kLogDebug,
                 "printImage: Saving processed image, file path will be generated based on time");
+}
+
+void trimmed(uint32_t begin, uint32_t end, uint32_t height) {
+  dravLogCommon(kLogDebug, "printImage: Trimmed the page to the rows %u to %u of %u", begin, end,
+                height);
 }
 
 void printingProcessed() {

@@ -39,7 +39,7 @@ void copyIndices(const PaletteImage& image, uint8_t* dst, int32_t width, int32_t
 }  // namespace
 
 void DravPrinter::chooseHalftone() {
-  useQZDithering_ = halftoneType_ == DitherType::Tattoo || halftoneType_ == DitherType::Tattoo_X8;
+  useQZDithering_ = settings_.isTattoo();
   page_log::halftoneChoice(useQZDithering_);
 }
 
@@ -51,7 +51,7 @@ int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t st
   if (!sane || !paletteImage_.CreateFromArray(src, static_cast<uint32_t>(width),
                                               static_cast<uint32_t>(height), 8,
                                               static_cast<uint32_t>(stride), false)) {
-    dravLogCommon(kLogCritical, "paletteImage.CreateFromArray with grey failed!");
+    page_log::creationFailed();
     return 0;
   }
   page_log::pageCreated(stride);
@@ -62,12 +62,9 @@ int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t st
                                     : halftoneClassic(type);
   if (!done) return 0;
 
-  page_log::negative(negativePrint_);
-  if (negativePrint_) {
-    dravLogCommon(kLogDebug, "PageProcess: Inverting the image for negative print");
-    pimage_->Negative();
-  }
-  if (antiWrinkle_ != 0) EnableAntiWrink(*pimage_);
+  page_log::negative(settings_.negativePrint);
+  if (settings_.negativePrint) pimage_->Negative();
+  if (settings_.antiWrinkle != 0) EnableAntiWrink(*pimage_);
 
   const auto rowBytes = static_cast<int32_t>(pimage_->GetEffWidth());
   copyProcessedPixels(pimage_, dst, static_cast<int32_t>(pimage_->GetWidth()),
@@ -79,17 +76,17 @@ int32_t DravPrinter::PageProcess(DitherType type, const uint8_t* src, int32_t st
 }
 
 void DravPrinter::adjustPage() {
-  if (adjustsTone()) {
-    paletteImage_.Light(scaledBrightness(), scaledContrast());
-    page_log::toneAdjusted(scaledBrightness(), scaledContrast());
+  if (settings_.adjustsTone()) {
+    paletteImage_.Light(settings_.scaledBrightness(), settings_.scaledContrast());
+    page_log::toneAdjusted(settings_.scaledBrightness(), settings_.scaledContrast());
   }
-  if (rotate180Print_) {
+  if (settings_.rotate180Print) {
     paletteImage_.Rotate180();
-    dravLogCommon(kLogDebug, "PageProcess: Rotated the image 180 degrees");
+    page_log::rotated();
   }
-  if (mirrorPrint_) {
+  if (settings_.mirrorPrint) {
     paletteImage_.Mirror();
-    dravLogCommon(kLogDebug, "PageProcess: Mirrored the image");
+    page_log::mirrored();
   }
 }
 
@@ -116,8 +113,9 @@ bool DravPrinter::halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, in
   copyPixels(paletteImage_, dst, width, height, stride, capacity);
   page_log::copiedForTattoo(stride, paletteImage_.GetEffWidth());
   const QZImage page = greyRecord(dst, width, height, capacity);
-  const QZImage stencil =
-      halftoneType_ == DitherType::Tattoo_X8 ? qzTattooDitheringX8(page) : qzTattooDithering(page);
+  const QZImage stencil = settings_.halftoneType == DitherType::Tattoo_X8
+                              ? qzTattooDitheringX8(page)
+                              : qzTattooDithering(page);
   page_log::ditheredTattoo(stencil.width);
   if (!qzPaletteImage_.CreateFromArray(stencil.data, static_cast<uint32_t>(width),
                                        static_cast<uint32_t>(height), 8,
@@ -140,6 +138,6 @@ void DravPrinter::copyProcessedPixels(const PaletteImage* image, uint8_t* dst, i
                                       int32_t height, int32_t stride, size_t capacity) const {
   copyIndices(*image, dst, width, height, stride, capacity, [this](uint8_t index) {
     const uint8_t value = index == 1 ? uint8_t{0xFF} : index;
-    return negativePrint_ ? static_cast<uint8_t>(~value) : value;
+    return settings_.negativePrint ? static_cast<uint8_t>(~value) : value;
   });
 }

@@ -9,8 +9,8 @@ class ReceiptEpPrinter : public DravPrinter {
  public:
   ReceiptEpPrinter() = default;
 
-  // Packs the page in place (the pixels are written through) and sends it. Pages
-  // that need no image come packed already, past this function: hence final.
+  // Packs the page in place (the pixels are written through) and sends it.
+  // printImage's pages come packed already, past this function: hence final.
   void doPrintImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
                     uint64_t width) final;
 

@@ -657,7 +657,7 @@ class LogTest(DoctorCase):
         self.assertIn("fix: cupsctl --debug-logging", advice)
 
     def test_the_filters_own_warning_is_known(self):
-        source = pathlib.Path(ARGUMENTS.source) / "filter" / "run_filter.cc"
+        source = pathlib.Path(ARGUMENTS.source) / "filter" / "print_job.cc"
         self.assertIn("may print inverted", re.sub(r'"\s*"', "", source.read_text(encoding="utf-8")))
         self.write_log(staged_root.log_line('[Job 9] Queued on "stencil" by "x".', "I"),
                        staged_root.log_line("[Job 9] WARN:it may print inverted", "D"))

@@ -19,6 +19,8 @@ LITERAL = r'"(?:[^"\\]|\\.)*"'
 TEXT = rf"{LITERAL}(?:\s*{LITERAL})*"
 COMMENT_OR_LITERAL = re.compile(rf"//[^\n]*|/\*.*?\*/|({LITERAL})", re.DOTALL)
 CALL = re.compile(rf"\b(?:dravLogCommon\(\s*(\w+)|fprintf\(\s*stderr)\s*,\s*(?:({TEXT})|([^,)]+))")
+# The last of an entry's values, or one of a list of texts.
+IN_TABLE = re.compile(rf'(?<=[,({{=])\s*({TEXT})\s*(?:}}|,(?=\s*["}}]))')
 ROW = re.compile(r"^\| (?:`(\w+:)`|none) \| `([^`]+)` \| \S", re.MULTILINE)
 
 Line = tuple[str, str]  # level, or nothing, and text
@@ -35,7 +37,7 @@ def lines_of(source: str) -> Iterator[Line]:
     code = COMMENT_OR_LITERAL.sub(lambda match: match[1] or "", source)
     tables = CALL.sub("", code)
     for level, literals, name in CALL.findall(code):
-        texts = [literals] if literals else re.findall(rf"(?<=[,({{=])\s*({TEXT})\s*}}", tables)
+        texts = [literals] if literals else re.findall(IN_TABLE, tables)
         if not texts:
             raise ValueError(f"no texts for the format {name.strip()}")
         for text in texts:

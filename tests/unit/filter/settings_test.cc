@@ -417,4 +417,57 @@ TEST(SystemClockTest, RunsWithTheSystem) {
   EXPECT_LE(now, after);
 }
 
+TEST_F(SettingsTest, OwnOptionsAreReadWithoutALine) {
+  PpdBuilder ppd;
+  ppd.option("StencilMirror", {"False", "True"}, "False")
+      .option("HalfTurn", {"False", "True"}, "False")
+      .option("InvertPage", {"False", "True"}, "False")
+      .option("Contrast", {"0", "10", "20", "30", "40", "50"}, "0")
+      .option("PaperFrame", {"0", "1", "2", "3", "4", "5"}, "0")
+      .option("TrimPaper", {"None", "End", "Both"}, "None")
+      .option("KeepPictures", {"True", "False"}, "True");
+  ASSERT_TRUE(read(PpdBuilder()));
+  const std::vector<std::string> plainLog = log_;
+  const auto expectNeutral = [this] {
+    EXPECT_FALSE(settings_.stencilMirror || settings_.halfTurn || settings_.invertPage);
+    EXPECT_EQ(settings_.contrast, 0);
+    EXPECT_EQ(settings_.paperFrame, 0);
+    EXPECT_EQ(settings_.trimPaper, TrimPaper::None);
+    EXPECT_TRUE(settings_.keepPictures);
+  };
+  expectNeutral();
+  ASSERT_TRUE(read(ppd));
+  expectNeutral();
+  EXPECT_EQ(log_, plainLog);
+  ASSERT_TRUE(read(ppd,
+                   "StencilMirror=True HalfTurn=True InvertPage=True Contrast=50 PaperFrame=5 "
+                   "TrimPaper=Both KeepPictures=False"));
+  EXPECT_TRUE(settings_.stencilMirror && settings_.halfTurn && settings_.invertPage);
+  EXPECT_EQ(settings_.contrast, 50);
+  EXPECT_EQ(settings_.paperFrame, 5);
+  EXPECT_EQ(settings_.trimPaper, TrimPaper::Both);
+  EXPECT_FALSE(settings_.keepPictures);
+  EXPECT_EQ(log_, plainLog);
+  ASSERT_TRUE(read(ppd, "TrimPaper=End"));
+  EXPECT_EQ(settings_.trimPaper, TrimPaper::End);
+}
+
+TEST_F(SettingsTest, UnknownChoicesOfOwnOptionsAreOff) {
+  for (const char* choice : {"-10", "60", "6", "1x", "Yes", "99999999999"}) {
+    SCOPED_TRACE(choice);
+    PpdBuilder ppd;
+    for (const char* keyword : {"StencilMirror", "HalfTurn", "InvertPage", "TrimPaper"}) {
+      ppd.option(keyword, choice);
+    }
+    if (std::string(choice) != "6") ppd.option("Contrast", choice);
+    ppd.option("PaperFrame", choice).option("KeepPictures", choice);
+    ASSERT_TRUE(read(ppd));
+    EXPECT_FALSE(settings_.stencilMirror || settings_.halfTurn || settings_.invertPage);
+    EXPECT_EQ(settings_.contrast, 0);
+    EXPECT_EQ(settings_.paperFrame, 0);
+    EXPECT_EQ(settings_.trimPaper, TrimPaper::None);
+    EXPECT_TRUE(settings_.keepPictures);
+  }
+}
+
 }  // namespace

@@ -263,8 +263,7 @@ TEST_F(PagePipelineTest, WhatAKernelLeavesBehindARowIsNeitherPackedNorSaved) {
 }
 
 TEST_F(PagePipelineTest, FailedPageIsReportedAndNeverPrintsTheOneBefore) {
-  // Rows as long as the picture is wide, and longer ones, whose page is built as
-  // an image.
+  // Rows as long as the picture is wide, and longer ones.
   for (const uint64_t width : {uint64_t{16}, uint64_t{15}}) {
     for (const DitherType type : {DitherType::Burkes, DitherType::Tattoo}) {
       SCOPED_TRACE(std::to_string(width) + ", " + dravHalftoneTypeToStr(type));
@@ -517,10 +516,44 @@ TEST_F(PagePipelineTest, FramedPagesAgreeWithTheModel) {
     model::PrinterSettings settings;
     settings.halftoneType = type;
     settings.antiWrinkle = 3;
-    settings.pageSizeName = "Tattoo_A6";
+    settings.pageSizeName = "Tattoo_A6";  // a canvas of 1251 x 1418 dots
     settings.negative = type == 2;
     settings.removeBlankEdges = 10;
-    expectAsModel(settings, model::circlesPage(90, 120, 4).pixels, 90, 120, 90);
+    expectAsModel(settings, model::circlesPage(1253, 1421, 4).pixels, 1253, 1421, 1253);
+  }
+}
+
+TEST_F(PagePipelineTest, FrameThatDoesNotPrintWholeIsLeftOutWithOneWarning) {
+  struct Case {
+    uint32_t width;
+    uint32_t height;
+    unsigned long skip;
+  };
+  // One dot too narrow, too low, its right side among the skipped pixels.
+  for (const Case& page : {Case{1204, 1418, 0}, Case{1205, 1417, 0}, Case{1208, 1418, 3}}) {
+    SCOPED_TRACE(std::to_string(page.width) + " x " + std::to_string(page.height));
+    const Bytes pixels =
+        model::circlesPage(static_cast<int>(page.width), static_cast<int>(page.height), 4).pixels;
+    model::PrinterSettings settings;
+    settings.skipRightPixels = page.skip;
+    const model::PrintedPage plain =
+        model::printImage(settings, pixels, page.width, page.height, page.width);
+    settings.antiWrinkle = 1;
+    settings.pageSizeName = "Tattoo_A6";
+    configure(settings);
+    MemoryStream out;
+    const TempFolder pictures;
+    printer_.getOutputStreams() = {out.get()};
+    printer_.setDumpFolder(pictures.path());
+    std::vector<std::string> log = maskLog(print(pixels, page.width, page.height, page.width));
+    EXPECT_TRUE(sameBytes(plain.bands, out.bytes()));
+    EXPECT_TRUE(samePictures(plain.saved, savedPictures(pictures)));
+    const std::string warning =
+        "WARN:The frame of 1205 x 1418 dots does not fit the " +
+        std::to_string(page.skip != 0 ? page.width - page.skip : page.width) + " x " +
+        std::to_string(page.height) + " dots that print, it is left out!";
+    EXPECT_EQ(std::erase(log, warning), 1U);
+    EXPECT_THAT(log, ElementsAreArray(plain.log));
   }
 }
 

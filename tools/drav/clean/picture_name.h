@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-// Whether `name`, without a folder, is one that printer/debug_bmp.cc writes:
+// Whether `name`, without a folder, is one that printer/page_picture.cc writes:
 // "origin_" or "dithered_", then year-month-day_hour_minute_second_number as
 // "%d-%d-%d_%d_%d_%d_%ld" prints a date and time and a count (no sign, no padding),
 // then ".bmp". Any other name, however alike, is not.

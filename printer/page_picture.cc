@@ -1,26 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
-// Diagnostic pictures: Windows bitmaps (BITMAPFILEHEADER, BITMAPINFOHEADER) of
-// each page before and after its processing.
+#include "printer/page_picture.h"
+
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
-#include <string>
+#include <utility>
 #include <vector>
 
 #include "common/local_time.h"
 #include "common/private_file.h"
-#include "common/scope_guard.h"
-#include "printer/drav_printer.h"
 
 namespace {
 
 constexpr uint32_t kHeaderBytes = 54;
 constexpr uint32_t kInfoHeaderBytes = 40;
 constexpr uint32_t kGreyEntries = 256;
+constexpr size_t kStreamBuffer = size_t{1} << 16;
 
-// Pictures saved by this process, failed saves included; part of their names.
-uint64_t savedImages = 0;
+// Pictures saved by this process, failed saves included; part of their names. Jobs
+// on several threads share it.
+std::atomic<uint64_t> savedImages = 0;
 
 using BmpHeader = std::array<uint8_t, kHeaderBytes>;
 
@@ -99,38 +100,56 @@ void writeMonoRows(std::FILE* file, const uint8_t* pixels, uint64_t bytesPerLine
 
 }  // namespace
 
-std::FILE* DravPrinter::openPicture(uint64_t height, uint64_t width, uint16_t bitsPerPixel) {
-  if (dumpFolder_.empty()) return nullptr;
+PictureFile PageBitmaps::open(uint64_t height, uint64_t width, uint16_t bitsPerPixel) const {
+  if (folder_.empty()) return nullptr;
   const std::tm now = localTime(clock_());
   const auto number = static_cast<long>(savedImages++);
   std::array<char, 160> stamp = {};  // seven numbers of at most 20 characters
   std::snprintf(stamp.data(), stamp.size(), "%d-%d-%d_%d_%d_%d_%ld", now.tm_year + 1900,
                 now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec, number);
-  const std::string path = dumpFolder_ + "/" + pictureKind_ + "_" + stamp.data() + ".bmp";
+  const std::string path = folder_ + "/" + kind_ + "_" + stamp.data() + ".bmp";
 
-  std::FILE* file = openPrivateFile(path.c_str(), "wb+");
-  if (file == nullptr) {
+  PictureFile file(openPrivateFile(path.c_str(), "wb+"));
+  if (!file) {
     std::fprintf(stderr, "DravPrinter::saveImage: unable to open the file %s\n", path.c_str());
     return nullptr;
   }
   const BmpHeader header = makeHeader(width, height, bitsPerPixel == 8);
-  std::fwrite(header.data(), header.size(), 1, file);
-  if (bitsPerPixel == 8) writeGreyPalette(file);
-  if (bitsPerPixel == 1) writeMonoPalette(file);
+  std::fwrite(header.data(), header.size(), 1, file.get());
+  if (bitsPerPixel == 8) writeGreyPalette(file.get());
+  if (bitsPerPixel == 1) writeMonoPalette(file.get());
   return file;
 }
 
-void DravPrinter::saveImage(const unsigned char* pixels, uint64_t bytesPerLine, uint64_t height,
-                            uint64_t width, uint16_t bitsPerPixel) {
-  std::FILE* file = openPicture(height, width, bitsPerPixel);
-  if (file == nullptr) return;
-  const ScopeGuard closeFile([file] { std::fclose(file); });
-  if (pixels == nullptr) return;
+void PageBitmaps::save(const uint8_t* pixels, uint64_t bytesPerLine, uint64_t height,
+                       uint64_t width, uint16_t bitsPerPixel) const {
+  const PictureFile file = open(height, width, bitsPerPixel);
+  if (!file || pixels == nullptr) return;
   if (bitsPerPixel != 8) {
-    writeMonoRows(file, pixels, bytesPerLine, height, width);
+    writeMonoRows(file.get(), pixels, bytesPerLine, height, width);
     return;
   }
   // As the bytes lie in memory: no padding, first row first, no more than there are.
   const uint64_t bytes = std::min(width, bytesPerLine) * height;
-  if (bytes != 0) std::fwrite(pixels, bytes, 1, file);
+  if (bytes != 0) std::fwrite(pixels, bytes, 1, file.get());
+}
+
+PictureRows::PictureRows(PictureFile file, const PagePixels& page)
+    : file_(std::move(file)),
+      rowBytes_(page.imageRowBytes()),
+      left_(uint64_t{page.width} * page.height) {
+  if (file_) std::setvbuf(file_.get(), nullptr, _IOFBF, kStreamBuffer);
+}
+
+void PictureRows::add(const uint8_t* row, uint32_t count) {
+  static constexpr uint8_t kPadding[3] = {};
+  write(row, count);
+  write(kPadding, rowBytes_ - count);
+}
+
+void PictureRows::write(const uint8_t* bytes, uint32_t count) {
+  const uint64_t size = std::min<uint64_t>(count, left_);
+  if (!file_ || size == 0) return;
+  std::fwrite(bytes, static_cast<size_t>(size), 1, file_.get());
+  left_ -= size;
 }
