@@ -73,12 +73,32 @@ WORDS: dict[str, tuple[str, ...]] = {
     "paper": ("Paper", "Papier", "papel", "papier", "用紙", "纸张"),
     "log": ("the log", "Protokoll", "registro", "journal", "ログ", "日志"),
     "copy": ("Copy", "Kopie", "copia", "copie", "コピー", "副本"),
+    "mirror": ("Mirror", "spiegel", "Reflejar", "Miroir", "左右反転", "镜像"),
+    "turn": ("Turn", "drehen", "Girar", "Tourner", "回転", "旋转"),
+    "white on black": ("White on Black", "Weiß auf Schwarz", "Blanco sobre negro",
+                       "Blanc sur noir", "白黒反転", "黑白反转"),
+    "contrast": ("Contrast", "Kontrast", "Contraste", "Contraste", "コントラスト", "对比度"),
+    "stronger": ("^Stronger", "^Stärker", "^Más fuerte", "^Plus fort", "強く", "增强"),
+    "frame": ("[Ff]rame", "Rahmen", "[Mm]arco", "[Cc]adre", "枠", "边框"),
+    "wrinkles": ("Wrinkles", "Falten", "arrugas", "plis", "しわ", "皱"),
+    "at the sides": (r"\bmm at the sides", r"\bmm an den Seiten", r"\bmm a los lados",
+                     r"\bmm sur les côtés", r"^左右 \d+ mm", "^两侧.*毫米"),
+    "blank paper": ("Blank Paper", "Leeres Papier", "papel en blanco", "papier vierge", "余白",
+                    "空白纸张"),
+    "leave out": ("Trim", "weglassen", "Omitir", "Omettre", "省略", "省去"),
+    "whole page": ("^Whole page", "^Ganze Seite", "^Página entera", "^Page entière", "全体",
+                   "^整页"),
+    "at the end": ("the end", "Ende", "final", "fin", "末尾", "末尾"),
+    "at the start": ("the start", "Anfang", "principio", "début", "先頭", "开头"),
+    "diagnostic": ("Diagnostic", "Diagnose", "diagnóstico", "diagnostic", "診断", "诊断"),
+    "keep": ("Keep", "aufbewahren", "Conservar", "Conserver", "保存", "保留"),
 }
 CUTS = {"0": {"none"}, "1": {"partial cut"}, "2": {"full cut"}}
 DRAWER = {"0": {"closed"}, "1": {"job start"}, "2": {"job end"}}
 LOGO = {"0": {"none"}} | {str(number): {"stored"} for number in range(1, 6)}
 MODE = {"0": {"normal"}, "1": {"width"}, "2": {"height"}, "3": {"width", "height"}}
 POSITION = {"0": {"left"}, "1": {"centre"}, "2": {"right"}}
+SWITCH = {"False": {"off"}, "True": {"on"}}
 PART = {"False": {"missing"}, "True": {"installed"}}
 # Option -> choice -> what its label says; no label says what only another's does.
 CHOICES: dict[str, dict[str, set[str]]] = {
@@ -103,10 +123,15 @@ CHOICES: dict[str, dict[str, set[str]]] = {
     "DocTopLogoMode": MODE, "DocBottomLogoMode": MODE,
     "DocTopLogoPosition": POSITION, "DocBottomLogoPosition": POSITION,
     "RecordPrinterCommands": {"0": {"off"}, "1": {"on"}},
+    "StencilMirror": SWITCH, "HalfTurn": SWITCH, "InvertPage": SWITCH, "KeepPictures": SWITCH,
+    "Contrast": {"0": {"normal"}} | {str(n): {"stronger"} for n in range(10, 51, 10)},
+    "PaperFrame": {"0": {"none"}} | {str(number): {"at the sides"} for number in range(1, 6)},
+    "TrimPaper": {"None": {"whole page"}, "End": {"at the end"},
+                  "Both": {"at the start", "at the end"}},
     "OptionCutter": PART, "OptionDrawer1": PART, "OptionDrawer2": PART, "OptionLogos": PART,
 }
 # What is counted: the label has the choice's own number. All others have none.
-COUNTED = {"lines", "units", "times", "stored", "lighter", "darker"}
+COUNTED = {"lines", "units", "times", "stored", "lighter", "darker", "stronger", "at the sides"}
 # What the label of each option says.
 OPTION_LABELS = {
     "HalftoneType": {"halftone"}, "Brightness": {"brightness"}, "PrintDensity": {"density"},
@@ -120,6 +145,9 @@ OPTION_LABELS = {
     "DocBottomLogoID": {"logo", "below", "each page"},
     "DocBottomLogoMode": {"size", "logo", "below"},
     "DocBottomLogoPosition": {"position", "logo", "below"}, "RecordPrinterCommands": {"copy"},
+    "StencilMirror": {"mirror"}, "HalfTurn": {"turn"}, "InvertPage": {"white on black"},
+    "Contrast": {"contrast"}, "PaperFrame": {"frame", "wrinkles"},
+    "TrimPaper": {"leave out", "blank paper"}, "KeepPictures": {"keep", "diagnostic"},
     "OptionCutter": {"cut"}, "OptionDrawer1": {"drawer", "one"}, "OptionDrawer2": {"drawer", "two"},
     "OptionLogos": {"logo"},
 }

@@ -20,6 +20,10 @@ class Model:
     page_size: str
     named_sizes: frozenset[str] = frozenset()
 
+    @property
+    def stencil(self) -> bool:
+        return self.halftone == "Tattoo"
+
 
 NAMED_SIZES = {"A4": (210, 297), "Letter": (215.9, 279.4), "Tattoo_A5": (210, 148),
                "Tattoo_A6": (105, 148)}
@@ -33,6 +37,7 @@ MODELS = {
 ZERO_TO_TWO = {"0", "1", "2"}
 FROM_1_TO_9 = {str(number) for number in range(1, 10)}
 FROM_0_TO_5 = {str(number) for number in range(6)}
+SWITCH = {"False", "True"}
 # Every option that the filter reads: its choices and its default, None where the
 # default is the model's.
 OPTIONS: dict[str, tuple[set[str], str | None]] = {
@@ -59,7 +64,15 @@ OPTIONS: dict[str, tuple[set[str], str | None]] = {
     "DocBottomLogoMode": ({"0", "1", "2", "3"}, "0"),
     "DocBottomLogoPosition": (ZERO_TO_TWO, "1"),
     "RecordPrinterCommands": ({"0", "1"}, "0"),
+    "StencilMirror": (SWITCH, "False"),
+    "HalfTurn": (SWITCH, "False"),
+    "InvertPage": (SWITCH, "False"),
+    "Contrast": ({"0", "10", "20", "30", "40", "50"}, "0"),
+    "PaperFrame": (FROM_0_TO_5, "0"),
+    "TrimPaper": ({"None", "End", "Both"}, "None"),
+    "KeepPictures": (SWITCH, "True"),
 }
+STENCIL_ALONE = {"PaperFrame"}  # the other options are the same in all files
 # What the printer may have, and whether it has it; None where the model tells.
 INSTALLABLE: dict[str, str | None] = {
     "OptionCutter": None, "OptionDrawer1": "False", "OptionDrawer2": "False",
@@ -74,11 +87,17 @@ HALFTONES = {
 }
 
 
+def options_of(model: Model) -> dict[str, tuple[set[str], str | None]]:
+    """Every option that a model's file has: its choices and its default."""
+    return {option: row for option, row in OPTIONS.items()
+            if model.stencil or option not in STENCIL_ALONE}
+
+
 def defaults(model: Model) -> dict[str, str]:
     """The default choice of every option of a model, paper and colour aside."""
     of_model = {"HalftoneType": model.halftone, "docCutType": "1" if model.cutter else "0",
                 "OptionCutter": "True" if model.cutter else "False"}
-    found = {option: default for option, (_, default) in OPTIONS.items()} | INSTALLABLE
+    found = {option: default for option, (_, default) in options_of(model).items()} | INSTALLABLE
     return {option: of_model[option] if default is None else default
             for option, default in found.items()}
 
@@ -119,7 +138,7 @@ class PpdFile:
 
     def constraints(self) -> list[tuple[str, str, str, str]]:
         """(option, choice, option, choice) of each pair that cannot go together."""
-        lines = re.findall(r"^\*UIConstraints: (.*)$", self.text, re.M)
+        lines = re.findall(r"^\*(?:Non)?UIConstraints: (.*)$", self.text, re.M)
         pattern = re.compile(r"\*(\w+) (\S+) \*(\w+) (\S+)")
         found = []
         for line in lines:

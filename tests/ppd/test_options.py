@@ -17,7 +17,7 @@ import harness
 import label_words
 import libcups
 import options_document
-from ppd_file import HALFTONES, INSTALLABLE, MODELS, OPTIONS, PpdFile, defaults, read_folder
+from ppd_file import HALFTONES, INSTALLABLE, MODELS, OPTIONS, PpdFile, defaults, options_of, read_folder
 
 FOLDER = pathlib.Path(sys.argv[1])
 DOCUMENT = pathlib.Path(sys.argv[2])
@@ -29,6 +29,8 @@ NEEDS = {
     "OptionLogos": {"DocTopLogoID": ("1", "2", "3", "4", "5"),
                     "DocBottomLogoID": ("1", "2", "3", "4", "5")},
 }
+# The thicknesses of the frame that can print all four sides, on the sheets it knows.
+FRAME_LEVELS = {"A4": "1", "Tattoo_A5": "1", "Tattoo_A6": "12345"}
 ALL_INSTALLED = " ".join(f"{option}=True" for option in INSTALLABLE)
 
 
@@ -55,8 +57,8 @@ class OptionsTest(unittest.TestCase):
         offered = set(ppd.options())
         self.assertEqual(len(offered), ppd.text.count("*OpenUI "))
         self.assertEqual(offered - {"PageSize", "PageRegion", "Resolution", "ColorModel"},
-                         set(OPTIONS) | set(INSTALLABLE))
-        for option, (choices, _) in OPTIONS.items():
+                         set(options_of(MODELS[name])) | set(INSTALLABLE))
+        for option, (choices, _) in options_of(MODELS[name]).items():
             self.assertEqual(set(ppd.choices(option)), choices, option)
         for option in INSTALLABLE:
             self.assertEqual(set(ppd.choices(option)), {"True", "False"}, option)
@@ -78,7 +80,7 @@ class OptionsTest(unittest.TestCase):
 
     @every_model
     def test_labels_say_what_their_choices_do(self, _name: str, ppd: PpdFile) -> None:
-        faults = [fault for option, choices in label_words.CHOICES.items()
+        faults = [fault for option in label_words.CHOICES
                   for choice, (label, _) in ppd.choices(option).items()
                   for fault in label_words.choice_faults(option, choice, label, "en")]
         faults += [fault for option, label in ppd.options().items()
@@ -93,11 +95,13 @@ class OptionsTest(unittest.TestCase):
         self.assertEqual(set(label_words.OPTION_LABELS), set(label_words.CHOICES))
 
     @every_model
-    def test_labels_are_those_of_the_document(self, _name: str, ppd: PpdFile) -> None:
+    def test_labels_are_those_of_the_document(self, name: str, ppd: PpdFile) -> None:
         """Whose rows are held to the bytes and moments of real jobs by ppd_sent_bytes."""
         rows = options_document.table_rows(DOCUMENT.read_text(encoding="utf-8"))
         seen = set()
         for row in rows:
+            if row.option not in ppd.options():
+                continue
             label = ppd.choices(row.option)[row.choice][0]
             ideas = label_words.CHOICES[row.option][row.choice]
             moments = ideas & {"job start", "job end", "before each page", "after each page"}
@@ -111,7 +115,7 @@ class OptionsTest(unittest.TestCase):
             else:
                 self.assertEqual(heading(row.meaning).lower(), heading(label).lower(),
                                  f"{row.option} {row.choice}")
-        self.assertEqual(seen, set(OPTIONS) - {"PrintDensity", "BuzzerOnTime", "BuzzerRepeat"})
+        self.assertEqual(seen, set(options_of(MODELS[name])) - {"PrintDensity", "BuzzerOnTime", "BuzzerRepeat"})
 
     @every_model
     def test_halftone_labels_say_what_runs(self, _name: str, ppd: PpdFile) -> None:
@@ -169,13 +173,30 @@ class MarkedOptionsTest(unittest.TestCase):
             self.assertEqual(self.marked(name, options).conflicts() > 0, both, options)
 
     @every_model
-    def test_no_other_pair_is_forbidden(self, _name: str, ppd: PpdFile) -> None:
+    def test_the_frame_goes_with_the_sheets_it_fits(self, name: str, ppd: PpdFile) -> None:
+        if not MODELS[name].stencil:
+            self.assertNotIn("PaperFrame", ppd.options())
+            return
+        for size in (*ppd.choices("PageSize"), "Custom.100x150mm"):
+            for level in "012345":
+                job = f"PageSize={size} PaperFrame={level}"
+                fits = level == "0" or level in FRAME_LEVELS.get(size, "")
+                self.assertEqual(self.marked(name, job).conflicts() == 0, fits, job)
+
+    @every_model
+    def test_no_other_pair_is_forbidden(self, name: str, ppd: PpdFile) -> None:
         pairs = set()
         for part, options in NEEDS.items():
             for option, choices in options.items():
                 pairs |= {(part, "False", option, choice) for choice in choices}
         pairs |= {("pageCutType", page, "docCutType", job)
                   for page, job in itertools.product("12", repeat=2)}
+        if MODELS[name].stencil:
+            pairs |= {("PaperFrame", level, "CustomPageSize", "True") if size == "Custom" else
+                      ("PaperFrame", level, "PageSize", size)
+                      for level, size in itertools.product("12345", [*ppd.choices("PageSize"),
+                                                                     "Custom"])
+                      if level not in FRAME_LEVELS.get(size, "")}
         pairs |= {(*pair[2:], *pair[:2]) for pair in pairs}
         self.assertEqual(len(ppd.constraints()), len(pairs))
         self.assertEqual(set(ppd.constraints()), pairs)

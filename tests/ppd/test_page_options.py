@@ -1,0 +1,231 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The options that mirror, turn, invert, frame or trim a page, and that keep no pictures.
+
+Jobs of the filter with the built driver files, on small pages that are no image of
+themselves. DRAV_PPDS names the folder of the files; the whole-program tests are in
+PYTHONPATH.
+"""
+import os
+import pathlib
+import random
+import re
+
+import cups_raster
+import escpos_stream
+import filter_case
+from ppd_file import MODELS, read_folder
+
+FOLDER = pathlib.Path(os.environ["DRAV_PPDS"])
+RECEIPT, STENCIL = "dravr582.ppd", "dravsa43.ppd"
+NEUTRAL = {"StencilMirror": "False", "HalfTurn": "False", "InvertPage": "False", "Contrast": "0",
+           "PaperFrame": "0", "TrimPaper": "None", "KeepPictures": "True"}
+PLAIN = "HalftoneType=None docCutType=0"  # one pixel of full ink, one dot
+HEATS = "WARN:The page is printed white on black, its solid areas heat the print head!"
+
+# The frame at 300 dpi in dots: the area inside, top and bottom, and the sides by level.
+INSIDE = {"Tattoo_A6": (1181, 1394), "A4": (2362, 3248), "Tattoo_A5": (2362, 1394)}
+TOP = 12
+SIDES = {1: 12, 2: 24, 3: 35, 4: 47, 5: 59}
+
+Rows = list[str]  # a row's dots from left to right, "1" for a black one
+
+
+def raster_page(rows: Rows, **fields: cups_raster.Values) -> cups_raster.Page:
+    return cups_raster.grey([bytes(255 * int(dot) for dot in row) for row in rows], **fields)
+
+
+def blank(width: int, height: int) -> Rows:
+    return ["0" * width] * height
+
+
+def art(width: int, height: int, seed: int = 1) -> Rows:
+    """Rows of which no two are alike, nor any its own image."""
+    source = random.Random(seed)
+    return [f"1{source.getrandbits(width - 2):0{width - 2}b}0" for _ in range(height)]
+
+
+def mirrored(rows: Rows) -> Rows:
+    return [row[::-1] for row in rows]
+
+
+def inverted(rows: Rows) -> Rows:
+    return [row.translate(str.maketrans("01", "10")) for row in rows]
+
+
+def without_our_options(text: str) -> str:
+    """A driver file as it was before it had these options."""
+    for option in NEUTRAL:
+        text = re.sub(rf"(?ms)^\*OpenUI \*{option}/.*?^\*CloseUI: \*{option}\n", "", text)
+        text = re.sub(rf"(?m)^.*\*{option}\b.*\n|^\*\w+\.(?:Translation )?{option}\b.*\n", "", text)
+    return text
+
+
+class PageOptionsTest(filter_case.FilterCase):
+    def setUp(self) -> None:
+        super().setUp()
+        self.files = {name: ppd.text for name, ppd in read_folder(FOLDER).items()}
+        self.assertEqual(set(self.files), set(MODELS))
+
+    def run_rows(self, name: str, page: cups_raster.Page,
+                 options: str) -> tuple[filter_case.Outcome, Rows]:
+        """The rows that were sent, with their padding."""
+        outcome = self.run_pages(page, ppd=self.files[name], options=f"{PLAIN} {options}")
+        self.assertEqual((outcome.status, outcome.errors), (0, []), options)
+        (rows,) = escpos_stream.page_rows(escpos_stream.decode(outcome.stdout))
+        return outcome, [f"{int.from_bytes(row):0{len(row) * 8}b}" for row in rows]
+
+    def sent(self, name: str, rows: Rows, options: str) -> Rows:
+        """What became of the rows; the padding behind them must be blank."""
+        _, found = self.run_rows(name, raster_page(rows), options)
+        width = len(rows[0])
+        for row in found:
+            self.assertEqual(set(row[width:]) - {"0"}, set(), "padding")
+        return [row[:width] for row in found]
+
+    def test_neutral_choices_change_no_byte(self) -> None:
+        shades = [bytes((x * 7 + y * 3) % 256 for x in range(99)) for y in range(130)]
+        shades += [bytes(99)] * 40
+        chosen = " ".join(f"{option}={choice}" for option, choice in NEUTRAL.items())
+        for name, text in self.files.items():
+            before = without_our_options(text)
+            for option in NEUTRAL:
+                self.assertNotIn(option, before)
+            for halftone in ("Tattoo", "None", "Sierra"):
+                with self.subTest(f"{name} {halftone}"):
+                    jobs = [self.run_pages(cups_raster.grey(shades), ppd=ppd,
+                                           options=f"HalftoneType={halftone} {options}")
+                            for ppd, options in ((before, ""), (text, ""), (text, chosen))]
+                    self.assert_bytes(jobs[1].stdout, jobs[0].stdout)
+                    self.assert_bytes(jobs[2].stdout, jobs[0].stdout)
+                    self.assertEqual([job.status for job in jobs], [0] * 3)
+
+    def test_mirrored_and_turned(self) -> None:
+        rows = art(21, 100)
+        turned = mirrored(rows)[::-1]
+        for name in self.files:
+            with self.subTest(name):
+                self.assertEqual(self.sent(name, rows, ""), rows)
+                self.assertEqual(self.sent(name, rows, "StencilMirror=True"), mirrored(rows))
+                self.assertEqual(self.sent(name, rows, "HalfTurn=True"), turned)
+                self.assertEqual(self.sent(name, rows, "StencilMirror=True HalfTurn=True"),
+                                 rows[::-1])
+
+    def test_the_right_end_of_the_printed_row_is_lost(self) -> None:
+        rows = art(430, 3)
+        kept = slice(376)  # of the head's 384 dots; the last few are the row's rounding
+        for options, wanted in (("", rows), ("StencilMirror=True", mirrored(rows)),
+                                ("HalfTurn=True", mirrored(rows)[::-1]),
+                                ("StencilMirror=True HalfTurn=True", rows[::-1])):
+            with self.subTest(options):
+                page = raster_page(rows, HWResolution=(203, 203))
+                _, found = self.run_rows(RECEIPT, page, options)
+                self.assertEqual([row[kept] for row in found], [row[kept] for row in wanted])
+                self.assertEqual({len(row) for row in found}, {384})
+
+    def test_white_on_black(self) -> None:
+        rows = art(21, 100)
+        for name in self.files:
+            with self.subTest(name):
+                self.assertEqual(self.sent(name, rows, "InvertPage=True"), inverted(rows))
+                self.assertEqual(self.sent(name, blank(21, 100), "InvertPage=True"),
+                                 blank(21, 100))
+        outcome, _ = self.run_rows(RECEIPT, raster_page(rows), "InvertPage=True")
+        self.assertEqual(outcome.having("WARN:"), [HEATS])
+
+    def test_white_on_black_is_trimmed_by_its_ink(self) -> None:
+        rows = blank(21, 30) + art(21, 100) + blank(21, 40)
+        self.assertEqual(self.sent(STENCIL, rows, "InvertPage=True TrimPaper=Both"),
+                         inverted(rows[30:130]))
+
+    def test_contrast_changes_greys_alone(self) -> None:
+        greys = cups_raster.grey([bytes(range(256))] * 64)
+        for halftone in ("FloydSteinberg", "Tattoo"):
+            seen = []
+            for contrast in range(0, 51, 10):
+                options = f"HalftoneType={halftone} Contrast={contrast}"
+                _, rows = self.run_rows(STENCIL, greys, options)
+                seen.append("".join(rows))
+            self.assertEqual(len(set(seen)), 6, halftone)
+        rows = art(21, 100)
+        self.assertEqual(self.sent(STENCIL, rows, "Contrast=50"), rows)
+
+    def check_frame(self, size: str, width: int, height: int, level: int) -> None:
+        """All four sides, each dot of them, and nothing else on a page without ink."""
+        page = raster_page(blank(width, height), cupsPageSizeName=size)
+        outcome, rows = self.run_rows(STENCIL, page, f"PageSize={size} PaperFrame={level}")
+        self.assertEqual(outcome.having("WARN:"), [])
+        side, (across, down) = SIDES[level], INSIDE[size]
+        left = (width - across) // 2 - side
+        above = (height - down) // 2 - TOP
+        length = len(rows[0])
+        bare, solid, open_row = ("0" * length, f"{'0' * left}{'1' * (across + 2 * side)}",
+                                 f"{'0' * left}{'1' * side}{'0' * across}{'1' * side}")
+        wanted = [bare] * above + [solid.ljust(length, "0")] * TOP
+        wanted += [open_row.ljust(length, "0")] * down + [solid.ljust(length, "0")] * TOP
+        wanted += [bare] * (height - len(wanted))
+        self.assertEqual([y for y in range(height) if rows[y] != wanted[y]], [])
+        self.assertEqual(len(rows), height)
+
+    def test_frames_that_fit(self) -> None:
+        # The driver's own sheet of this name, and pages that are as wide as the canvas.
+        self.check_frame("Tattoo_A6", 1240, 1748, 1)
+        self.check_frame("Tattoo_A6", 1240, 1748, 2)
+        for level, side in SIDES.items():
+            self.check_frame("Tattoo_A6", 1181 + 2 * side, 1748, level)
+        for size in ("A4", "Tattoo_A5"):
+            self.check_frame(size, 2400, INSIDE[size][1] + 2 * TOP, 1)
+
+    def test_frames_that_do_not_fit_are_left_out(self) -> None:
+        for size, width, height, level in (("Tattoo_A6", 1240, 1748, 3), ("A4", 2480, 3508, 1),
+                                           ("Tattoo_A6", 1240, 1400, 1)):
+            page = raster_page(blank(width, height), cupsPageSizeName=size)
+            outcome, rows = self.run_rows(STENCIL, page, f"PageSize={size} PaperFrame={level}")
+            self.assertEqual(set("".join(rows)), {"0"})
+            (line,) = outcome.having("WARN:")
+            self.assertRegex(line, r"^WARN:The frame of \d+ x \d+ dots does not fit the ")
+
+    def test_trimmed(self) -> None:
+        rows = blank(21, 120) + art(21, 30) + blank(21, 150)
+        least = 95  # 8 mm at 300 dpi
+        for name in self.files:
+            with self.subTest(name):
+                self.assertEqual(self.sent(name, rows, "TrimPaper=None"), rows)
+                self.assertEqual(self.sent(name, rows, "TrimPaper=End"), rows[:150])
+                self.assertEqual(self.sent(name, rows, "TrimPaper=Both"), rows[120:120 + least])
+        self.assertEqual(self.sent(STENCIL, rows[100:160], "TrimPaper=Both"), rows[100:160])
+        coarse = raster_page(rows, HWResolution=(203, 203))
+        _, found = self.run_rows(RECEIPT, coarse, "TrimPaper=Both")
+        self.assertEqual([row[:21] for row in found], rows[120:120 + 64])
+        for trim in ("End", "Both"):
+            self.assertEqual(self.sent(STENCIL, blank(21, 300), f"TrimPaper={trim}"), [])
+
+    def test_a_framed_page_is_not_trimmed(self) -> None:
+        page = raster_page(blank(1240, 1748), cupsPageSizeName="Tattoo_A6")
+        _, framed = self.run_rows(STENCIL, page, "PaperFrame=1")
+        _, trimmed = self.run_rows(STENCIL, page, "PaperFrame=1 TrimPaper=Both")
+        self.assertEqual(trimmed, framed)
+
+    def test_trimming_leaves_the_commands(self) -> None:
+        pages = [raster_page(rows) for rows in (art(21, 96) + blank(21, 200), blank(21, 300),
+                                                blank(21, 104) + art(21, 96))]
+        options = "pageCutType=1 DocTopLogoID=1 DocBottomLogoID=2 FeedCutAfterJobEnd=3"
+        jobs = [escpos_stream.decode(self.run_pages(
+            *pages, ppd=self.files[STENCIL], options=f"{PLAIN} {options} TrimPaper={trim}").stdout)
+            for trim in ("None", "Both")]
+        whole, trimmed = ([item.data for item in job.items if item.name != "band"] for job in jobs)
+        self.assertEqual(trimmed, whole)
+        self.assertEqual([len(rows) for rows in escpos_stream.page_rows(jobs[1])], [96, 0, 96])
+
+    def test_no_picture_is_kept(self) -> None:
+        page = raster_page(art(21, 100))
+        for name in self.files:
+            for keep, count in (("False", 0), ("True", 2)):
+                self.clear_spool()
+                outcome, rows = self.run_rows(name, page, f"KeepPictures={keep}")
+                self.assertEqual(len(self.pictures()), count, f"{name} {keep}")
+                self.assertEqual([row[:21] for row in rows], art(21, 100))
+                self.assertEqual(len(outcome.having("DEBUG:printImage: Saving ")), count)
+
+
+if __name__ == "__main__":
+    filter_case.main()
