@@ -137,7 +137,7 @@ class PartedTable {
     return hn::TableLookupBytesOr0(hn::LoadDup128(d, parts_ + part), local);
   }
 
-  alignas(64) uint8_t parts_[256];
+  alignas(64) uint8_t parts_[256] = {};
 };
 
 void replace(const uint8_t* row, size_t width, const LevelTable& table, uint8_t* out) {

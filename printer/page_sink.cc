@@ -20,7 +20,8 @@ PageSink::PageSink(const PageSettings& settings, const PagePixels& page,
 
 void PageSink::add(uint32_t y, const uint8_t* row, uint32_t count) {
   picture_.add(row, count);
-  uint8_t* held = rows_.data() + size_t{y} * rowBytes_;
+  const size_t start = y * rowBytes_;
+  uint8_t* held = rows_.data() + start;
   if (receiver_.packed) {
     rowOps().pack(row, std::min<size_t>(rowPixels_, count), held);
   } else {

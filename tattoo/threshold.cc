@@ -22,7 +22,7 @@ void countLevels(const uint8_t* pixels, size_t size, LevelHistogram& histogram) 
   std::array<std::array<int32_t, kLevels>, 8> counts = {};
   const size_t whole = size - size % kGroup;
   for (size_t i = 0; i < whole; i += kGroup) {
-    std::array<uint64_t, kGroup / sizeof(uint64_t)> words;
+    std::array<uint64_t, kGroup / sizeof(uint64_t)> words = {};
     std::memcpy(words.data(), pixels + i, sizeof words);
     if (words[0] == words[1] && words[0] == std::rotl(words[0], 8)) {
       counts[0][words[0] & 0xFFU] += static_cast<int32_t>(kGroup);  // as most of a drawing is

@@ -124,7 +124,7 @@ std::string firstLine(const std::string& text) { return text.substr(0, text.find
 
 // Why the system does not start a file that is there and may be run.
 std::string refusalText(int code) {
-  const std::string text = std::strerror(code);
+  std::string text = std::strerror(code);
   if (code == ENOEXEC) return text + ": it is made for another kind of machine, or damaged";
   if (code == ENOENT) return text + ": the loader or interpreter that it asks for is missing";
   return text;

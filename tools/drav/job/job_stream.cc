@@ -179,7 +179,8 @@ std::optional<JobCommand> JobStreamReader::cutBand() const {
   band.bytesPerRow = littleEndian16(band.parameters);
   const std::span<const uint8_t> dots = band.bytes.subspan(kBandHeader);
   band.rows = static_cast<uint32_t>(dots.size() / band.bytesPerRow);
-  band.data = dots.first(size_t{band.rows} * band.bytesPerRow);
+  const size_t whole = size_t{band.rows} * band.bytesPerRow;
+  band.data = dots.first(whole);
   return band.rows != 0 ? std::optional(band) : std::nullopt;
 }
 
