@@ -296,10 +296,12 @@ class StencilWavefront {
       bits = hn::Or(bits, differs(lastAbove, hn::LoadU(d, errorAbove + s)));
       bits = hn::Or(bits, differs(black, hn::LoadU(d, reliefAbove + s)));
     }
-    // The last lane is in no record.
+    // The last lane is in no record. Its errors are compared by their bits, as the others:
+    // the sign of a zero counts.
     const float* lastError = errors_.data() + kFront + from - kDelay;
-    return hn::AllTrue(di, hn::Eq(bits, hn::Zero(di))) &&
-           std::memcmp(lastError - 3, lastError - 2, 2 * sizeof(float)) == 0;
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+    const int last = std::memcmp(lastError - 3, lastError - 2, 2 * sizeof(float));
+    return hn::AllTrue(di, hn::Eq(bits, hn::Zero(di))) && last == 0;
   }
 
   void skipRun(size_t from) {
@@ -323,8 +325,7 @@ class StencilWavefront {
 
   void diffuseBlock(const SharpenedRows& sharpened, bool borderRows) {
     Histories histories;
-    Records records;
-    std::memset(&records, 0, sizeof records);
+    Records records = {};
     for (size_t r = 0; r < kBack; ++r) {
       const size_t above = kFront + kLag + r - kBack;
       records.error[r * kLanes] = errors_[above];

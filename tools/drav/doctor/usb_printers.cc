@@ -48,6 +48,7 @@ std::vector<std::string> listUsbPrinters(const Installation& installation) {
       devices.insert(name.substr(0, colon));
   }
   std::vector<std::string> printers;
+  printers.reserve(devices.size());
   for (const std::string& device : devices) printers.push_back(describe(folder / device));
   std::sort(printers.begin(), printers.end());
   return printers;

@@ -22,7 +22,7 @@ struct InspectOptions {
 // nothing written, when the stream is no job at all. Reads the stream a fixed number
 // of times and takes no memory that grows with it. When `out` fails it stops early;
 // whoever owns `out` must look.
-int inspectStream(std::span<const uint8_t> stream, const InspectOptions& options, std::ostream& out,
+int inspectStream(std::span<const uint8_t> stream, const InspectOptions& given, std::ostream& out,
                   std::string& error);
 
 #endif  // TOOLS_DRAV_INSPECT_INSPECT_H_
