@@ -10,7 +10,7 @@
 #include <ctime>
 #include <functional>
 
-#include "common/halftone_names.h"
+#include "image/halftones.h"
 #include "printer/page_settings.h"
 
 // Filled once, before any output, and read-only afterwards. Options are numbers

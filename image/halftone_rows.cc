@@ -7,10 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "image/diffusion_kernels.h"
-#include "image/halftone_methods.h"
 #include "image/halftone_simd.h"
-#include "image/threshold_patterns.h"
+#include "image/halftones.h"
 
 namespace {
 
@@ -95,7 +93,7 @@ struct PlainKernels {
 
 void halftonePlain(long method, uint32_t width, uint32_t height, const RowSource& source,
                    const RowSink& sink) {
-  runHalftoneMethod<PlainKernels>(method, width, height, source, sink);
+  runHalftone<PlainKernels>(method, width, height, source, sink);
 }
 
 }  // namespace

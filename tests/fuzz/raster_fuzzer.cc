@@ -17,8 +17,8 @@
 #include <string>
 #include <vector>
 
-#include "common/halftone_names.h"
 #include "filter/run_filter.h"
+#include "image/halftones.h"
 #include "tests/fuzz/byte_feed.h"
 #include "tests/fuzz/log_in_memory.h"
 #include "tests/model/stream.h"

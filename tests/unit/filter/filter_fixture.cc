@@ -11,7 +11,7 @@
 #include <memory>
 #include <system_error>
 
-#include "common/halftone_names.h"
+#include "image/halftones.h"
 #include "tests/model/page_patterns.h"
 #include "tests/support/failing_allocations.h"
 #include "tests/support/job_options.h"

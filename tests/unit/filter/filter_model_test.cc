@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "common/halftone_names.h"
+#include "image/halftones.h"
 #include "tests/model/page_patterns.h"
 #include "tests/unit/filter/filter_fixture.h"
 
