@@ -59,6 +59,11 @@ void FilterFixture::describe(model::JobSettings& settings, bool records, bool as
     const int32_t value = settings.*option.field;
     if (value != missing.*option.field) add(option.keyword, std::to_string(value));
   }
+  const auto neutral = pageChoices(missing);
+  const auto chosen = pageChoices(settings);
+  for (size_t i = 0; i < chosen.size(); ++i) {
+    if (chosen[i] != neutral[i]) add(chosen[i].first, chosen[i].second);
+  }
   if (settings.halftoneType != 0) {
     add("HalftoneType", dravHalftoneTypeToStr(static_cast<DitherType>(settings.halftoneType)));
   }
