@@ -9,6 +9,7 @@
 
 #include "image/halftone_simd.h"
 #include "image/halftones.h"
+#include "simd/variant_list.h"
 
 namespace {
 
@@ -99,11 +100,8 @@ void halftonePlain(long method, uint32_t width, uint32_t height, const RowSource
 }  // namespace
 
 std::span<const HalftoneVariant> halftoneVariants() {
-  static const std::vector<HalftoneVariant> variants = [] {
-    std::vector<HalftoneVariant> list = {{"plain", halftonePlain}};
-    appendVectorHalftones(list);
-    return list;
-  }();
+  static const auto variants =
+      variantList(HalftoneVariant{"plain", halftonePlain}, appendVectorHalftones);
   return variants;
 }
 
