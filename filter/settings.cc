@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "common/local_time.h"
 #include "common/log.h"
@@ -38,52 +39,68 @@ PpdFile openMarkedPpd(const char* path, const char* optionsText) {
   return ppd;
 }
 
-void fillOptions(ppd_file_t* ppd, Settings* out) {
-  out->pageType = getOptionChoiceIndex("PageType", ppd);
-  out->pageCutType = getOptionChoiceIndex("pageCutType", ppd);
-  out->docCutType = getOptionChoiceIndex("docCutType", ppd);
-  out->feedCutAfterJobEnd = getOptionChoiceIndex("FeedCutAfterJobEnd", ppd);
-  out->cashDrawer1Setting = getOptionChoiceIndex("CashDrawer1Setting", ppd);
-  out->cashDrawer2Setting = getOptionChoiceIndex("CashDrawer2Setting", ppd);
-  out->documentBuzzerSetting = getOptionChoiceIndex("DocumentBuzzerSetting", ppd);
-  out->pageBuzzerSetting = getOptionChoiceIndex("PageBuzzerSetting", ppd);
-  out->buzzerOnTime = getOptionChoiceIndex("BuzzerOnTime", ppd);
-  out->buzzerRepeat = getOptionChoiceIndex("BuzzerRepeat", ppd);
-  out->docTopLogoID = getOptionChoiceIndex("DocTopLogoID", ppd);
-  out->docTopLogoMode = getOptionChoiceIndex("DocTopLogoMode", ppd);
-  out->docBottomLogoID = getOptionChoiceIndex("DocBottomLogoID", ppd);
-  out->docBottomLogoMode = getOptionChoiceIndex("DocBottomLogoMode", ppd);
-  out->docTopLogoPosition = getOptionChoiceIndex("DocTopLogoPosition", ppd);
-  out->docBottomLogoPosition = getOptionChoiceIndex("DocBottomLogoPosition", ppd);
+const char* choiceName(ppd_file_t* ppd, const char* keyword) {
+  return dravPpdGetChoiceAsStrDefault(ppd, keyword, nullptr);
 }
 
+// The name of an option's choice; null where there is none.
+using ChoiceOf = std::function<const char*(const char* keyword)>;
+
+constexpr std::pair<const char*, int32_t Settings::*> kNumbers[] = {
+    {"PageType", &Settings::pageType},
+    {"pageCutType", &Settings::pageCutType},
+    {"docCutType", &Settings::docCutType},
+    {"FeedCutAfterJobEnd", &Settings::feedCutAfterJobEnd},
+    {"CashDrawer1Setting", &Settings::cashDrawer1Setting},
+    {"CashDrawer2Setting", &Settings::cashDrawer2Setting},
+    {"DocumentBuzzerSetting", &Settings::documentBuzzerSetting},
+    {"PageBuzzerSetting", &Settings::pageBuzzerSetting},
+    {"BuzzerOnTime", &Settings::buzzerOnTime},
+    {"BuzzerRepeat", &Settings::buzzerRepeat},
+    {"DocTopLogoID", &Settings::docTopLogoID},
+    {"DocTopLogoMode", &Settings::docTopLogoMode},
+    {"DocBottomLogoID", &Settings::docBottomLogoID},
+    {"DocBottomLogoMode", &Settings::docBottomLogoMode},
+    {"DocTopLogoPosition", &Settings::docTopLogoPosition},
+    {"DocBottomLogoPosition", &Settings::docBottomLogoPosition},
+};
+
+// -1 where there is no choice.
+int32_t loggedNumber(const char* keyword, const char* choice) {
+  if (choice == nullptr) return -1;
+  const int32_t number = std::atoi(choice);
+  dravLogCommon(kLogDebug, "getOptionChoiceIndex: %s = %d", keyword, number);
+  return number;
+}
+
+int32_t numberOr0(const char* choice) { return choice != nullptr ? std::atoi(choice) : 0; }
+
 // A choice from 0 to `most`; 0 for any other.
-int32_t smallNumber(ppd_file_t* ppd, const char* keyword, int32_t most) {
-  const std::string_view choice = dravPpdGetChoiceAsStrDefault(ppd, keyword, "");
+int32_t smallNumber(const char* text, int32_t most) {
+  const std::string_view choice = text != nullptr ? text : "";
   int32_t number = 0;
   const auto [end, error] = std::from_chars(choice.data(), choice.data() + choice.size(), number);
   const bool whole = error == std::errc() && end == choice.data() + choice.size();
   return whole && number >= 0 && number <= most ? number : 0;
 }
 
-void fillOwnOptions(ppd_file_t* ppd, Settings* out) {
-  const auto isMarked = [ppd](const char* keyword, std::string_view choice) {
-    return dravPpdGetChoiceAsStrDefault(ppd, keyword, "") == choice;
+void fillOwnOptions(const ChoiceOf& choiceOf, Settings* out) {
+  const auto isMarked = [&choiceOf](const char* keyword, std::string_view wanted) {
+    const char* choice = choiceOf(keyword);
+    return choice != nullptr && choice == wanted;
   };
   out->stencilMirror = isMarked("StencilMirror", "True");
   out->halfTurn = isMarked("HalfTurn", "True");
   out->invertPage = isMarked("InvertPage", "True");
-  out->contrast = smallNumber(ppd, "Contrast", 50);
-  out->paperFrame = smallNumber(ppd, "PaperFrame", 5);
+  out->contrast = smallNumber(choiceOf("Contrast"), 50);
+  out->paperFrame = smallNumber(choiceOf("PaperFrame"), 5);
   if (isMarked("TrimPaper", "End")) out->trimPaper = TrimPaper::End;
   if (isMarked("TrimPaper", "Both")) out->trimPaper = TrimPaper::Both;
   out->keepPictures = !isMarked("KeepPictures", "False");
 }
 
-// The record's name: the PPD's prefix and the local time.
-void nameRecordFile(ppd_file_t* ppd, const Clock& clock, Settings* out) {
-  if (dravPpdGetChoiceAsIntDefault(ppd, "RecordPrinterCommands", 0) <= 0) return;
-  const char* prefix = dravPpdGetAttrAsStrDefault(ppd, "dravFilterOutputFile", nullptr, "");
+// The record's name: a prefix and the local time.
+void nameRecordFile(const char* prefix, const Clock& clock, Settings* out) {
   const std::tm local = localTime(clock());
   const int length =
       std::snprintf(out->recordFileName.data(), out->recordFileName.size(),
@@ -121,6 +138,29 @@ bool scanPageSizeName(const char* name, PageDimensions& out) {
   return false;
 }
 
+void setPageSize(const char* choice, Settings* out) {
+  out->pageWidth = 0.0F;
+  out->pageHeight = 0.0F;
+  PageDimensions size;
+  if (choice == nullptr || !scanPageSizeName(choice, size)) return;
+  out->pageWidth = static_cast<float>(std::atof(size.width.c_str()));
+  out->pageHeight = static_cast<float>(std::atof(size.height.c_str()));
+}
+
+// All that is told by choices.
+void fillFromChoices(const ChoiceOf& choiceOf, const char* recordPrefix, const Clock& clock,
+                     Settings* out) {
+  for (const auto& [keyword, number] : kNumbers) {
+    out->*number = loggedNumber(keyword, choiceOf(keyword));
+  }
+  setPageSize(choiceOf("PageSize"), out);
+  out->halftoneType = dravHalftoneTypeFromStr(choiceOf("HalftoneType"));
+  out->brightness = numberOr0(choiceOf("Brightness"));
+  out->printDensity = numberOr0(choiceOf("PrintDensity"));
+  fillOwnOptions(choiceOf, out);
+  if (numberOr0(choiceOf("RecordPrinterCommands")) > 0) nameRecordFile(recordPrefix, clock, out);
+}
+
 }  // namespace
 
 std::time_t systemClock() { return std::time(nullptr); }
@@ -142,30 +182,26 @@ bool readSettings(const char* ppdPath, const char* optionsText, Settings* out, c
   }
   out->maxMediaWidth = dravPpdGetAttrAsFloatDefault(ppd.get(), "MaxMediaWidth", nullptr, 0.0);
   out->modelNumber = ppd->model_number;
-  fillOptions(ppd.get(), out);
-  getPageWidthPageHeight(ppd.get(), out);
-  out->halftoneType =
-      dravHalftoneTypeFromStr(dravPpdGetChoiceAsStrDefault(ppd.get(), "HalftoneType", ""));
-  out->brightness = dravPpdGetChoiceAsIntDefault(ppd.get(), "Brightness", 0);
-  out->printDensity = dravPpdGetChoiceAsIntDefault(ppd.get(), "PrintDensity", 0);
-  fillOwnOptions(ppd.get(), out);
-  nameRecordFile(ppd.get(), clock, out);
+  fillFromChoices([&ppd](const char* keyword) { return choiceName(ppd.get(), keyword); },
+                  dravPpdGetAttrAsStrDefault(ppd.get(), "dravFilterOutputFile", nullptr, ""), clock,
+                  out);
   return true;
 }
 
+Settings settingsFromChoices(const PrinterModel& model, std::span<const ChosenOption> choices,
+                             const Clock& clock) {
+  Settings out;
+  out.maxMediaWidth = model.maxMediaWidth;
+  out.modelNumber = model.number;
+  fillFromChoices([&](const char* keyword) { return chosenOrStandard(model, choices, keyword); },
+                  kRecordFilePrefix, clock, &out);
+  return out;
+}
+
 int32_t getOptionChoiceIndex(const char* keyword, ppd_file_t* ppd) {
-  const ppd_choice_t* choice = dravPpdGetChoice(ppd, keyword);
-  if (choice == nullptr) return -1;
-  const int32_t number = std::atoi(choice->choice);
-  dravLogCommon(kLogDebug, "getOptionChoiceIndex: %s = %d", keyword, number);
-  return number;
+  return loggedNumber(keyword, choiceName(ppd, keyword));
 }
 
 void getPageWidthPageHeight(ppd_file_t* ppd, Settings* out) {
-  out->pageWidth = 0.0F;
-  out->pageHeight = 0.0F;
-  PageDimensions size;
-  if (!scanPageSizeName(dravPpdGetChoiceAsStrDefault(ppd, "PageSize", ""), size)) return;
-  out->pageWidth = static_cast<float>(std::atof(size.width.c_str()));
-  out->pageHeight = static_cast<float>(std::atof(size.height.c_str()));
+  setPageSize(choiceName(ppd, "PageSize"), out);
 }

@@ -9,8 +9,10 @@
 #include <cstdint>
 #include <ctime>
 #include <functional>
+#include <span>
 
-#include "common/halftone_names.h"
+#include "filter/driver_table.h"
+#include "image/halftones.h"
 #include "printer/page_settings.h"
 
 // Filled once, before any output, and read-only afterwards. Options are numbers
@@ -52,6 +54,8 @@ struct Settings {
   TrimPaper trimPaper = TrimPaper::None;
   bool keepPictures = true;
   std::array<char, 1024> recordFileName = {};  // command record; empty for none
+
+  bool operator==(const Settings&) const = default;
 };
 
 using Clock = std::function<std::time_t()>;
@@ -69,6 +73,11 @@ std::time_t systemClock();
 // The same with the PPD file of that path, which may be null.
 [[nodiscard]] bool readSettings(const char* ppdPath, const char* optionsText, Settings* out,
                                 const Clock& clock);
+
+// The settings that the model's driver file gives with these choices marked, without
+// such a file; see chosenOrStandard.
+Settings settingsFromChoices(const PrinterModel& model, std::span<const ChosenOption> choices,
+                             const Clock& clock = systemClock);
 
 // Number of the option's current choice, which is logged; -1 when the option or
 // its default choice does not exist. A choice name that is no number gives 0.

@@ -7,10 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "image/diffusion_kernels.h"
-#include "image/halftone_methods.h"
 #include "image/halftone_simd.h"
-#include "image/threshold_patterns.h"
+#include "image/halftones.h"
+#include "simd/variant_list.h"
 
 namespace {
 
@@ -95,17 +94,14 @@ struct PlainKernels {
 
 void halftonePlain(long method, uint32_t width, uint32_t height, const RowSource& source,
                    const RowSink& sink) {
-  runHalftoneMethod<PlainKernels>(method, width, height, source, sink);
+  runHalftone<PlainKernels>(method, width, height, source, sink);
 }
 
 }  // namespace
 
 std::span<const HalftoneVariant> halftoneVariants() {
-  static const std::vector<HalftoneVariant> variants = [] {
-    std::vector<HalftoneVariant> list = {{"plain", halftonePlain}};
-    appendVectorHalftones(list);
-    return list;
-  }();
+  static const auto variants =
+      variantList(HalftoneVariant{"plain", halftonePlain}, appendVectorHalftones);
   return variants;
 }
 

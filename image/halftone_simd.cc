@@ -12,9 +12,8 @@
 #include <vector>
 
 #include "image/diffusion_wavefront-inl.h"
-#include "image/halftone_methods.h"
 #include "image/halftone_simd.h"
-#include "image/threshold_patterns.h"
+#include "image/halftones.h"
 #include "simd/variants.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -59,7 +58,7 @@ struct VectorKernels {
 
 void halftone(long method, uint32_t width, uint32_t height, const RowSource& source,
               const RowSink& sink) {
-  runHalftoneMethod<VectorKernels>(method, width, height, source, sink);
+  runHalftone<VectorKernels>(method, width, height, source, sink);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR

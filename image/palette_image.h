@@ -149,16 +149,9 @@ class PaletteImage {
 
   // ---- Halftones (palette_image_dither.cc) -------------------------------
 
-  // Turns the image into 1 bit per pixel, palette black and white, by method
-  //   0 fixed threshold (level above 128 is white)
-  //   1 ordered 4 x 4 (Bayer's matrix; IEEE ICC 1973)
-  //   2 Burkes (1988)
-  //   3 Stucki (IBM RZ1060, 1981)
-  //   4 Jarvis, Judice and Ninke (CGIP 5, 1976)
-  //   5 Sierra (1989)
-  //   6 Stevenson and Arce (JOSA A 2(7), 1985)
-  //   7 Bayer table
-  //   any other: Floyd and Steinberg (Proc. SID 17(2), 1976).
+  // Turns the image into 1 bit per pixel, palette black and white, by the
+  // row of image/halftones.h with that number. The stencils' numbers and all others
+  // run Floyd and Steinberg.
   // Reads palette indices as grey levels, so it is meant for 8-bit grey images.
   // An image that is 1 bit already stays as it is. False without a block or
   // when memory is short.

@@ -6,12 +6,10 @@
 #include <cstring>
 #include <new>
 
-#include "image/diffusion_kernels.h"
-#include "image/halftone_methods.h"
 #include "image/halftone_rows.h"
+#include "image/halftones.h"
 #include "image/palette_image.h"
 #include "image/row_ops.h"
-#include "image/threshold_patterns.h"
 
 namespace {
 
@@ -84,7 +82,7 @@ bool PaletteImage::Dither(long method) {
     return false;
   }
   if (head.biBitCount != 8) {
-    runHalftoneMethod<IndexedKernels>(method, *this, halftone);
+    runHalftone<IndexedKernels>(method, *this, halftone);
   } else if (!halftoneGrey(method, *this, halftone)) {
     halftone.Destroy();
     SetLastError("PaletteImage::Create can't allocate memory");

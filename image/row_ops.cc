@@ -2,9 +2,9 @@
 #include "image/row_ops.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "image/row_ops_simd.h"
+#include "simd/variant_list.h"
 
 namespace {
 
@@ -30,11 +30,8 @@ void reversePlain(uint8_t* row, size_t width) { std::reverse(row, row + width); 
 }  // namespace
 
 std::span<const RowOpsVariant> rowOpsVariants() {
-  static const std::vector<RowOpsVariant> variants = [] {
-    std::vector<RowOpsVariant> list = {{"plain", packPlain, replacePlain, reversePlain}};
-    appendVectorRowOps(list);
-    return list;
-  }();
+  static const auto variants = variantList(
+      RowOpsVariant{"plain", packPlain, replacePlain, reversePlain}, appendVectorRowOps);
   return variants;
 }
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "common/halftone_names.h"
+#include "image/halftones.h"
 #include "image/palette_image.h"
 #include "printer/page_picture.h"
 #include "printer/page_settings.h"

@@ -85,6 +85,7 @@ bool PageFinish::noteInk(uint32_t y) {
 void PageFinish::invert(uint8_t* row) const {
   const uint32_t columns = std::min(width_, printedColumns_);
   for (uint32_t x = 0; x < columns; ++x) row[x] = row[x] == 0 ? dot_ : uint8_t{0};
+  std::fill(row + columns, row + width_, uint8_t{0});  // as in the rows that waited
 }
 
 // Hands on the waiting rows, which lie before row `end`.

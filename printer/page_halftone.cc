@@ -57,8 +57,9 @@ void PageHalftone::runStencil(const RowSink& sink) const {
   const PagePixels& page = source_.page();
   const int32_t threshold =
       momentThreshold(tonedLevels(source_), static_cast<int32_t>(size_t{page.width} * page.height));
-  const StencilCurve curve =
-      type_ == DitherType::Tattoo_X8 ? StencilCurve::aroundThreshold : StencilCurve::lifted;
+  const StencilCurve curve = halftonePipeline(type_) == HalftonePipeline::tattooX8
+                                 ? StencilCurve::aroundThreshold
+                                 : StencilCurve::lifted;
   const LevelTable curved = stencilCurveTable(curve, threshold);
   LevelTable tonedAndCurved = source_.tone();
   for (uint8_t& level : tonedAndCurved) level = curved[level];

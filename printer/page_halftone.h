@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-#include "common/halftone_names.h"
 #include "image/halftone_rows.h"
+#include "image/halftones.h"
 #include "printer/page_source.h"
 
 // Writes the log lines of its step when it is made.

@@ -38,17 +38,19 @@ struct BlankEdges {
 
 BlankEdges measureBlankEdges(const RawPage& page, const PageSettings& settings) {
   BlankEdges edges;
+  const auto count = [&](const auto& blankLines) {
+    return blankLines(page.pixels, page.bytesPerLine, page.height, settings.skipRightPixels,
+                      page.width);
+  };
   if ((settings.removeBlankEdges & kMeasureBottom) != 0) {
-    edges.end = dravImageCountBlankLinesFromBack(page.pixels, page.bytesPerLine, page.height,
-                                                 settings.skipRightPixels, page.width);
+    edges.end = count(dravImageCountBlankLinesFromBack);
     dravLogCommon(kLogDebug,
                   "printImage: Removal of bottom blank edges detected, number of bottom blank "
                   "lines: %zu",
                   static_cast<size_t>(edges.end));
   }
   if ((settings.removeBlankEdges & kMeasureTop) != 0) {
-    edges.top = dravImageCountBlankLinesFromFront(page.pixels, page.bytesPerLine, page.height,
-                                                  settings.skipRightPixels, page.width);
+    edges.top = count(dravImageCountBlankLinesFromFront);
     dravLogCommon(kLogDebug,
                   "printImage: Removal of top blank edges detected, number of top blank lines: "
                   "%zu",

@@ -113,7 +113,7 @@ bool DravPrinter::halftoneTattoo(uint8_t* dst, int32_t stride, int32_t width, in
   copyPixels(paletteImage_, dst, width, height, stride, capacity);
   page_log::copiedForTattoo(stride, paletteImage_.GetEffWidth());
   const QZImage page = greyRecord(dst, width, height, capacity);
-  const QZImage stencil = settings_.halftoneType == DitherType::Tattoo_X8
+  const QZImage stencil = halftonePipeline(settings_.halftoneType) == HalftonePipeline::tattooX8
                               ? qzTattooDitheringX8(page)
                               : qzTattooDithering(page);
   page_log::ditheredTattoo(stencil.width);

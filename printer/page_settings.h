@@ -3,7 +3,7 @@
 #ifndef PRINTER_PAGE_SETTINGS_H_
 #define PRINTER_PAGE_SETTINGS_H_
 
-#include "common/halftone_names.h"
+#include "image/halftones.h"
 
 // Blank rows that are left out.
 enum class TrimPaper {
@@ -27,9 +27,7 @@ struct PageSettings {
   bool keepPictures = true;
   int resolution = 300;  // dots per inch
 
-  bool isTattoo() const {
-    return halftoneType == DitherType::Tattoo || halftoneType == DitherType::Tattoo_X8;
-  }
+  bool isTattoo() const { return halftonePipeline(halftoneType) != HalftonePipeline::rows; }
   bool adjustsTone() const { return brightness != 0 || contrast != 0; }
   int scaledBrightness() const { return brightness * 5; }  // -500 to 500 levels
   int scaledContrast() const { return contrast * 2; }      // -200 to 200 per cent

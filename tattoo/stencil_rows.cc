@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tattoo/stencil_rows.h"
 
-#include <vector>
-
+#include "simd/variant_list.h"
 #include "tattoo/error_diffusion.h"
 #include "tattoo/stencil_simd.h"
 #include "tattoo/unsharp.h"
@@ -21,11 +20,8 @@ void stencilPlain(int32_t threshold, uint32_t width, uint32_t height, const RowS
 }  // namespace
 
 std::span<const StencilVariant> stencilVariants() {
-  static const std::vector<StencilVariant> variants = [] {
-    std::vector<StencilVariant> list = {{"plain", stencilPlain}};
-    appendVectorStencils(list);
-    return list;
-  }();
+  static const auto variants =
+      variantList(StencilVariant{"plain", stencilPlain}, appendVectorStencils);
   return variants;
 }
 

@@ -29,8 +29,6 @@
 HWY_BEFORE_NAMESPACE();
 namespace drav_stencil {
 namespace HWY_NAMESPACE {
-namespace hn = hwy::HWY_NAMESPACE;
-namespace simd = drav_simd::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 

@@ -26,9 +26,8 @@ for neighbour in ("e2e", "e2e_tools"):
 import cups_raster  # noqa: E402
 import harness  # noqa: E402
 import pictures  # noqa: E402
+from ppd_text import HALFTONES  # noqa: E402
 
-HALFTONES = ("None", "FloydSteinberg", "Ordered", "Burkes", "Stucki", "JarvisJudiceNinke",
-             "Sierra", "StevensonArce", "Tattoo", "Tattoo_X8")
 BRIGHTNESSES = ("-20", "10")
 NO_NETWORK = ("ENOTFOUND", "EAI_AGAIN", "ECONNREFUSED", "ECONNRESET", "ETIMEDOUT", "ENETUNREACH",
               "EHOSTUNREACH", "ERR_SOCKET_TIMEOUT", "ENOTCACHED")

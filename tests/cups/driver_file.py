@@ -14,7 +14,8 @@ OPTIONS = (
     "CashDrawer1Setting", "CashDrawer2Setting", "DocumentBuzzerSetting", "PageBuzzerSetting",
     "BuzzerOnTime", "BuzzerRepeat", "DocTopLogoID", "DocTopLogoMode", "DocTopLogoPosition",
     "DocBottomLogoID", "DocBottomLogoMode", "DocBottomLogoPosition", "HalftoneType",
-    "Brightness", "PrintDensity", "RecordPrinterCommands",
+    "Brightness", "PrintDensity", "RecordPrinterCommands", "StencilMirror", "HalfTurn",
+    "InvertPage", "Contrast", "PaperFrame", "TrimPaper", "KeepPictures",
 )
 
 SMALL = "X40MMY20MM"  # a page of our own, for jobs in great number

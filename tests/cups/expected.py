@@ -38,7 +38,7 @@ def stream(chosen: Mapping[str, str], pages: Sequence[raster_file.RasterPage]) -
             resolution = page.header["HWResolution"]
             assert isinstance(resolution, tuple)
             words = [*(page.number(field) for field in ("cupsWidth", "cupsBytesPerLine",
-                                                        "cupsHeight")), resolution[0],
+                                                        "cupsHeight")), *resolution,
                      *(page.number(field) for field in ("cupsBitsPerPixel", "NumCopies",
                                                         "cupsColorSpace")),
                      page.header["cupsPageSizeName"] or "-", f"page{number}"]

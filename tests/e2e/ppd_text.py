@@ -33,6 +33,13 @@ ALL_OPTIONS: dict[str, Choices] = {
     "Brightness": ("0", "-20", "20"),
     "PrintDensity": ("0", "3", "15"),
     "RecordPrinterCommands": ("0", "1"),
+    "StencilMirror": ("False", "True"),
+    "HalfTurn": ("False", "True"),
+    "InvertPage": ("False", "True"),
+    "Contrast": ("0", "10", "50"),
+    "PaperFrame": ("0", "1", "5"),
+    "TrimPaper": ("None", "End", "Both"),
+    "KeepPictures": ("True", "False"),
 }
 
 _HEAD = """\

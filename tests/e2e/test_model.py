@@ -27,6 +27,16 @@ OPTIONS = {
     "docBottomLogoPosition": "DocBottomLogoPosition", "brightness": "Brightness",
     "printDensity": "PrintDensity", "halftoneName": "HalftoneType",
 }
+# Likewise those of our own, and their choices, the neutral one first.
+PAGE_OPTIONS = {
+    name: (name[0].upper() + name[1:], choices)
+    for name, choices in (
+        ("stencilMirror", ("False", "True")), ("halfTurn", ("False", "True")),
+        ("invertPage", ("False", "True")), ("contrast", ("0", "10", "20", "30", "40", "50")),
+        ("paperFrame", ("0", "1", "2", "3", "4", "5")), ("trimPaper", ("None", "End", "Both")),
+        ("keepPictures", ("True", "False")))
+}
+KEYWORDS = OPTIONS | {name: keyword for name, (keyword, _) in PAGE_OPTIONS.items()}
 ATTRIBUTES = {"maxMediaWidth": "MaxMediaWidth"}
 
 PLACEHOLDERS = {"<pointer>": "(?:0x)?[0-9a-f]+", "<null>": r"(?:\(nil\)|0x0)", "<path>": r"\S+",
@@ -46,7 +56,8 @@ class Expected:
 
 @unittest.skipUnless(MODEL, "DRAV_MODEL_STREAM does not name the model")
 class ModelTest(FilterCase):
-    def model(self, settings: Mapping[str, str], pages: list[cups_raster.Page]) -> Expected:
+    def model(self, settings: Mapping[str, str], pages: list[cups_raster.Page],
+              version: int) -> Expected:
         folder = self.folder / "job"
         folder.mkdir(exist_ok=True)
         for old in folder.iterdir():
@@ -58,8 +69,9 @@ class ModelTest(FilterCase):
             resolution = header["HWResolution"]
             assert isinstance(resolution, tuple)
             words = [header["cupsWidth"], header["cupsBytesPerLine"], header["cupsHeight"],
-                     resolution[0], header["cupsBitsPerPixel"], header["NumCopies"],
-                     header["cupsColorSpace"], header["cupsPageSizeName"], f"page{number}"]
+                     *resolution, header["cupsBitsPerPixel"], header["NumCopies"],
+                     header["cupsColorSpace"],
+                     header["cupsPageSizeName"] if version > 1 else "-", f"page{number}"]
             lines.append("page " + " ".join(str(word) for word in words))
         (folder / "job.txt").write_text("\n".join(lines) + "\n", "utf-8")
         subprocess.run([MODEL, str(folder)], check=True, timeout=filter_case.TIMEOUT)
@@ -76,7 +88,7 @@ class ModelTest(FilterCase):
 
     def filter(self, settings: Mapping[str, str], pages: list[cups_raster.Page],
                version: int) -> Outcome:
-        options = {OPTIONS[name]: value for name, value in settings.items() if name in OPTIONS}
+        options = {KEYWORDS[name]: value for name, value in settings.items() if name in KEYWORDS}
         attributes = {ATTRIBUTES[name]: value for name, value in settings.items()
                       if name in ATTRIBUTES}
         if "recordFileName" in settings:
@@ -99,7 +111,7 @@ class ModelTest(FilterCase):
     def assert_as_modelled(self, settings: Mapping[str, str], pages: list[cups_raster.Page],
                            version: int = 3) -> Expected:
         self.clear_spool()
-        want = self.model(settings, pages)
+        want = self.model(settings, pages, version)
         got = self.filter(settings, pages, version)
         self.assertEqual(got.status, want.status, got.stderr)
         self.assertTrue(got.stdout == want.stdout, "the stream differs from the model's")
@@ -181,6 +193,19 @@ class ModelTest(FilterCase):
             with self.subTest(name):
                 self.assert_as_modelled({"docCutType": "2", "pageBuzzerSetting": "1"}, pages)
 
+    def test_options_of_our_own(self) -> None:
+        rng = random.Random(15)
+        ink = [rng.randbytes(99) for _ in range(30)]
+        blank = [bytes(99)] * 70
+        pages = [cups_raster.grey(blank + ink + blank), cups_raster.grey(blank),
+                 cups_raster.grey([row + bytes(2) for row in ink * 4], HWResolution=(203, 203))]
+        for halftone in ("None", "Sierra", "Tattoo_X8"):
+            for name, (_, choices) in PAGE_OPTIONS.items():
+                for choice in choices:
+                    with self.subTest(halftone, option=name, choice=choice):
+                        self.assert_as_modelled({"halftoneName": halftone, "maxMediaWidth": "20",
+                                                 name: choice}, pages)
+
     def test_random_settings(self) -> None:
         rng = random.Random(14)
         for number in range(40):
@@ -189,11 +214,14 @@ class ModelTest(FilterCase):
             settings["halftoneName"] = rng.choice(ppd_text.HALFTONES)
             settings["brightness"] = str(rng.choice((0, 0, 5, -20, 40)))
             settings["maxMediaWidth"] = str(rng.choice((0, 6, 20.5)))
+            settings |= {name: rng.choice(choices) for name, (_, choices) in PAGE_OPTIONS.items()
+                         if rng.random() < 0.4}
             if number % 2:
                 settings["recordFileName"] = "cmds-*.bin"
             pages = [cups_raster.grey([rng.randbytes(width) for _ in range(height)],
                                       NumCopies=rng.randrange(3),
-                                      HWResolution=(rng.choice((203, 300)), 300))
+                                      cupsPageSizeName=rng.choice(("A4", "X80MMY200MM")),
+                                      HWResolution=(rng.choice((203, 300)), rng.choice((180, 300))))
                      for width, height in ((rng.randrange(1, 120), rng.randrange(1, 110))
                                            for _ in range(rng.randrange(1, 4)))]
             with self.subTest(number=number, settings=settings):

@@ -21,12 +21,12 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "e2e"))
 import escpos_stream  # noqa: E402
 import harness  # noqa: E402
 import pictures  # noqa: E402
+import ppd_text  # noqa: E402
 import private_spool  # noqa: E402
 
 DRAV = FILTER = PPD = VERSION = ""
 TIMEOUT = 300
-HALFTONES = ("None", "FloydSteinberg", "Ordered", "Burkes", "Stucki", "JarvisJudiceNinke",
-             "Sierra", "StevensonArce", "Tattoo", "Tattoo_X8")
+HALFTONES = ppd_text.HALFTONES
 PAGE_FEED = bytes.fromhex("1b4aa0")
 
 

@@ -17,8 +17,8 @@
 #include <string>
 #include <vector>
 
-#include "common/halftone_names.h"
 #include "filter/run_filter.h"
+#include "image/halftones.h"
 #include "tests/fuzz/byte_feed.h"
 #include "tests/fuzz/log_in_memory.h"
 #include "tests/model/stream.h"
@@ -83,6 +83,9 @@ std::string driverFile(size_t width) {
                         : std::vector<std::string>(kNumbers.begin(), kNumbers.end()),
                    "0");
       }
+      for (const PageOption& own : pageOptions()) {
+        ppd.option(own.keyword, own.choices, own.choices.front());
+      }
       std::vector<std::string> halftones;
       halftones.reserve(kHalftoneTypeCount);
       for (int32_t i = 0; i < kHalftoneTypeCount; ++i) {
@@ -129,6 +132,12 @@ FuzzJob drawJob(ByteFeed& feed) {
     }
     job.settings.*option.field = std::stoi(choice);
     if (choice != "0") add(option.keyword, choice);
+  }
+  if ((flags & 128U) == 0) return job;
+  for (const PageOption& own : pageOptions()) {
+    const std::string& choice = own.choices[feed.below(static_cast<uint32_t>(own.choices.size()))];
+    require(model::setJobField(job.settings, own.field, choice), "a field of the model");
+    add(own.keyword, choice);
   }
   return job;
 }

@@ -9,11 +9,14 @@
 //       cashDrawer1Setting, cashDrawer2Setting, documentBuzzerSetting, pageBuzzerSetting,
 //       buzzerOnTime, buzzerRepeat, docTopLogoID, docTopLogoMode, docTopLogoPosition,
 //       docBottomLogoID, docBottomLogoMode, docBottomLogoPosition, brightness, printDensity,
-//       halftoneType, maxMediaWidth, recordFileName), "halftoneName" with a halftone name, or
+//       halftoneType, maxMediaWidth, recordFileName, contrast, paperFrame; stencilMirror, halfTurn,
+//       invertPage and keepPictures with True or False; trimPaper with None, End or Both),
+//       "halftoneName" with a halftone name, or
 //       "savesFail" with 1 when the folder of the picture files cannot be written. Options that
 //       are not given keep the value of a driver file that lacks them. recordFileName is the
 //       name as the log shows it; any name switches the record on.
-//   page WIDTH BYTES_PER_LINE HEIGHT RES_X BITS_PER_PIXEL COPIES COLOR_SPACE SIZE_NAME PIXEL_FILE
+//   page WIDTH BYTES_PER_LINE HEIGHT RES_X RES_Y BITS_PER_PIXEL COPIES COLOR_SPACE SIZE_NAME
+//        PIXEL_FILE
 //       a page, in the order of printing. SIZE_NAME "-" is the empty name. PIXEL_FILE is taken
 //       from JOBDIR and holds BYTES_PER_LINE * HEIGHT bytes, fewer for a stream that was cut
 //       off; "-" stands for no bytes at all.
@@ -67,7 +70,8 @@ bool readPage(std::istringstream& words, const std::string& folder, model::Raste
   std::string sizeName;
   std::string pixelFile;
   if (!(words >> page.cupsWidth >> page.bytesPerLine >> page.height >> page.hwResolution >>
-        page.bitsPerPixel >> page.numCopies >> page.colorSpace >> sizeName >> pixelFile)) {
+        page.hwResolutionY >> page.bitsPerPixel >> page.numCopies >> page.colorSpace >> sizeName >>
+        pixelFile)) {
     return false;
   }
   if (sizeName != "-") page.pageSizeName = sizeName;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/model/pages.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "tests/model/tattoo.h"
@@ -31,6 +32,79 @@ struct Band {
 
 void appendLittleEndian(std::vector<uint8_t>& out, uint64_t value, int bytes) {
   for (int k = 0; k < bytes; ++k) out.push_back(static_cast<uint8_t>(value >> (8 * k)));
+}
+
+// The bytes of a row that are packed for the printer.
+uint64_t packedColumns(uint64_t rowLength, uint64_t skipRight) {
+  return skipRight < rowLength ? rowLength - skipRight : rowLength;
+}
+
+// Notes which rows have a dot that reaches the printer.
+void findInk(const PaletteImage& image, uint64_t columns, FinishedPage& page) {
+  const uint64_t rowLength = image.GetEffWidth();
+  for (uint64_t y = 0; y < image.GetHeight(); ++y) {
+    bool ink = false;
+    for (uint64_t x = 0; x < columns; ++x) ink |= image.rows()[y * rowLength + x] != 0;
+    if (!ink) continue;
+    if (page.inkEnd == 0) page.inkBegin = y;
+    page.inkEnd = y + 1;
+  }
+}
+
+// Turns the dots of these columns into their opposites if the page has ink; there is nothing in
+// the skipped columns.
+void invertDots(PaletteImage& image, uint64_t columns, uint8_t dot, bool hasInk) {
+  for (uint64_t y = 0; y < image.GetHeight(); ++y) {
+    for (uint64_t x = 0; x < image.GetWidth(); ++x) {
+      const auto column = static_cast<long>(x);
+      const auto row = static_cast<long>(y);
+      const bool bare = image.GetPixelIndex(column, row) == 0;
+      if (x >= columns) {
+        image.SetPixelIndex(column, row, 0);
+      } else if (hasInk) {
+        image.SetPixelIndex(column, row, bare ? dot : 0);
+      }
+    }
+  }
+}
+
+// The frame of a page that is printed, if all four sides of it lie where dots print.
+void framePrinted(const PrinterSettings& settings, PaletteImage& image, uint64_t columns,
+                  FinishedPage& page) {
+  const Canvas canvas =
+      frameCanvas(settings.resolution, settings.antiWrinkle, settings.pageSizeName);
+  const bool hasFrame = settings.hasPageHeader && canvas.width != 0;
+  const uint64_t width = image.GetWidth();
+  const uint64_t height = image.GetHeight();
+  if (hasFrame && (canvas.width > width || canvas.height > height ||
+                   (width - canvas.width) / 2 + canvas.width > columns)) {
+    page.log.push_back(logLine(2, "The frame of " + sizeText(canvas.width) + " x " +
+                                      sizeText(canvas.height) + " dots does not fit the " +
+                                      sizeText(columns) + " x " + sizeText(height) +
+                                      " dots that print, it is left out!"));
+    return;
+  }
+  enableAntiWrinkle(settings, image, page.log);
+  page.framed = hasFrame;
+}
+
+// The rows of a page that are sent. Those that make up for a short content come behind it, and
+// before it where the page ends.
+std::pair<uint64_t, uint64_t> rowsSent(const PrinterSettings& settings, const FinishedPage& page,
+                                       uint64_t height) {
+  if (settings.trim == Trim::nothing || page.framed) return {0, height};
+  if (page.inkEnd == 0) return {0, 0};
+  const uint64_t resolution = settings.hasPageHeader && settings.verticalResolution != 0
+                                  ? settings.verticalResolution
+                                  : static_cast<uint64_t>(settings.resolution);
+  uint64_t least = resolution * 80 / 254;  // 8 mm
+  if (resolution * 80 % 254 != 0) ++least;
+  least = std::min(least, height);
+  uint64_t begin = settings.trim == Trim::both ? page.inkBegin : 0;
+  uint64_t end = page.inkEnd;
+  while (end - begin < least && end < height) ++end;
+  while (end - begin < least) --begin;
+  return {begin, end};
 }
 
 uint8_t byteOr0(const std::vector<uint8_t>& bytes, uint64_t position) {
@@ -186,7 +260,7 @@ void enableAntiWrinkle(const PrinterSettings& settings, PaletteImage& image,
 // --- Page processing --------------------------------------------------------------------------
 
 FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint8_t>& src,
-                         int32_t stride, int32_t width, int32_t height) {
+                         int32_t stride, int32_t width, int32_t height, bool printed) {
   FinishedPage page;
   page.dst.assign(2 * static_cast<size_t>(stride) * static_cast<size_t>(height), 0);
   std::vector<std::string>& log = page.log;
@@ -259,7 +333,19 @@ FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint
     log.push_back(logLine(0, "PageProcess: Inverting the image for negative print"));
     image.Negative();
   }
-  if (settings.antiWrinkle != 0) enableAntiWrinkle(settings, image, log);
+  const uint64_t packed = packedColumns(image.GetEffWidth(), settings.skipRightPixels);
+  const uint64_t columns = std::min<uint64_t>(image.GetWidth(), packed);
+  if (printed) findInk(image, packed, page);
+  if (printed && settings.invert) {
+    log.push_back(
+        logLine(2, "The page is printed white on black, its solid areas heat the print head!"));
+    invertDots(image, columns, tattoo ? 255 : 1, page.inkEnd != 0);
+  }
+  if (settings.antiWrinkle != 0 && printed) {
+    framePrinted(settings, image, columns, page);
+  } else if (settings.antiWrinkle != 0) {
+    enableAntiWrinkle(settings, image, log);
+  }
 
   const int64_t rowLength = image.GetEffWidth();
   for (int64_t y = 0; y < int64_t{image.GetHeight()}; ++y) {
@@ -283,10 +369,10 @@ FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint
 PackedPage packMono(const std::vector<uint8_t>& pixels, int32_t bytesPerLine, int32_t height,
                     uint64_t skipRight) {
   PackedPage page;
-  int64_t packedWidth = bytesPerLine;
-  if (skipRight != 0 && bytesPerLine > 0 && skipRight < static_cast<uint64_t>(bytesPerLine)) {
-    packedWidth = bytesPerLine - static_cast<int64_t>(skipRight);
-  }
+  const int64_t packedWidth =
+      bytesPerLine > 0
+          ? static_cast<int64_t>(packedColumns(static_cast<uint64_t>(bytesPerLine), skipRight))
+          : bytesPerLine;
   page.log = logLine(0, "GrayToMono, bpl(" + text(bytesPerLine) + "), h(" + text(height) +
                             "), skipPixels(" + asInt(static_cast<uint32_t>(skipRight)) + "), wb(" +
                             text(packedWidth) + ")");
@@ -424,13 +510,16 @@ PrintedPage printImage(const PrinterSettings& settings, const std::vector<uint8_
           sizeText(top));
   }
 
-  debug("printImage: Saving original image, file path will be generated based on time");
-  save("origin", pixels, bytesPerLine, height, width);
+  if (settings.keepPictures) {
+    debug("printImage: Saving original image, file path will be generated based on time");
+    save("origin", pixels, bytesPerLine, height, width);
+  }
   debug("printImage: Memory for processing result allocated successfully, size: " + sizeText(size) +
         " bytes");
 
-  FinishedPage finished = processPage(settings, pixels, static_cast<int32_t>(bytesPerLine),
-                                      static_cast<int32_t>(width), static_cast<int32_t>(height));
+  FinishedPage finished =
+      processPage(settings, pixels, static_cast<int32_t>(bytesPerLine), static_cast<int32_t>(width),
+                  static_cast<int32_t>(height), true);
   log.insert(log.end(), finished.log.begin(), finished.log.end());
 
   // The measured edges only appear in the log; the page is printed whole.
@@ -446,18 +535,29 @@ PrintedPage printImage(const PrinterSettings& settings, const std::vector<uint8_
         ", number of bottom blank lines: " + sizeText(end) +
         ", adjusted height: " + sizeText(adjusted));
 
-  debug("printImage: Saving processed image, file path will be generated based on time");
   const PaletteImage& image = finished.image;
-  if (finished.valid) {
-    save("dithered", image.rows(), image.GetEffWidth(), image.GetHeight(), image.GetWidth());
+  if (settings.keepPictures) {
+    debug("printImage: Saving processed image, file path will be generated based on time");
+    if (finished.valid) {
+      save("dithered", image.rows(), image.GetEffWidth(), image.GetHeight(), image.GetWidth());
+    }
+  }
+  const auto [firstRow, endRow] = rowsSent(settings, finished, image.GetHeight());
+  if (finished.valid && settings.trim != Trim::nothing && !finished.framed) {
+    debug("printImage: Trimmed the page to the rows " + sizeText(firstRow) + " to " +
+          sizeText(endRow) + " of " + sizeText(image.GetHeight()));
   }
   debug("printImage: Starting to print the processed image");
   if (finished.valid) {
-    const PackedPage packed = packMono(image.rows(), static_cast<int32_t>(image.GetEffWidth()),
-                                       static_cast<int32_t>(image.GetHeight()), skip);
+    const uint64_t rowLength = image.GetEffWidth();
+    const std::vector<uint8_t> sent(
+        image.rows().begin() + static_cast<std::ptrdiff_t>(firstRow * rowLength),
+        image.rows().begin() + static_cast<std::ptrdiff_t>(endRow * rowLength));
+    const PackedPage packed = packMono(sent, static_cast<int32_t>(rowLength),
+                                       static_cast<int32_t>(endRow - firstRow), skip);
     log.push_back(packed.log);
     page.bands =
-        rasterBands(packed.bytes, static_cast<uint32_t>(packed.bytes.size()), image.GetHeight());
+        rasterBands(packed.bytes, static_cast<uint32_t>(packed.bytes.size()), endRow - firstRow);
   } else {
     log.push_back(logLine(3, "printImage: pimage is NULL, unable to print the image"));
   }

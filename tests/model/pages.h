@@ -20,6 +20,8 @@ inline const char* const kPointerText = "<pointer>";
 // Stands where it prints the null pointer with %p, which looks different on each system.
 inline const char* const kNullPointerText = "<null>";
 
+enum class Trim { nothing, end, both };
+
 // What the printer object holds for a page.
 struct PrinterSettings {
   int32_t halftoneType = 0;  // 0 to 7 and others: method number; 8 and 9: tattoo
@@ -34,6 +36,11 @@ struct PrinterSettings {
   int resolution = 300;  // dots per inch
   bool hasPageHeader = true;
   std::string pageSizeName;
+  // Of printImage alone.
+  bool invert = false;                // white on black
+  Trim trim = Trim::nothing;          // blank rows that are left out
+  bool keepPictures = true;           // saves the two pictures
+  uint32_t verticalResolution = 300;  // the page header's; 0 counts as `resolution`
 };
 
 int clampTone(int value);            // to -100..100
@@ -61,11 +68,16 @@ struct FinishedPage {
   std::vector<uint8_t> dst;  // the caller's buffer of 2 * stride * height bytes
   int32_t filled = 0;        // the result of the page processing, 0 on failure
   std::vector<std::string> log;
+  // Of pages that are printed:
+  uint64_t inkBegin = 0;  // the rows from the first to behind the last one with a dot that
+  uint64_t inkEnd = 0;    // reaches the printer, before the page is inverted; 0 for none
+  bool framed = false;    // a frame was drawn
 };
 
-// `src` holds `height` rows of `stride` bytes, `width` of them being pixels.
+// `src` holds `height` rows of `stride` bytes, `width` of them being pixels. With `printed`, a
+// page is inverted if the settings say so, and a frame that does not print whole is left out.
 FinishedPage processPage(const PrinterSettings& settings, const std::vector<uint8_t>& src,
-                         int32_t stride, int32_t width, int32_t height);
+                         int32_t stride, int32_t width, int32_t height, bool printed = false);
 
 struct PackedPage {
   std::vector<uint8_t> bytes;

@@ -56,6 +56,23 @@ bool setJobField(JobSettings& s, const std::string& name, const std::string& val
     s.halftoneType = halftoneTypeFromName(value);
     return true;
   }
+  struct Switch {
+    const char* name;
+    bool JobSettings::*member;
+  };
+  static const Switch switches[] = {{"stencilMirror", &JobSettings::stencilMirror},
+                                    {"halfTurn", &JobSettings::halfTurn},
+                                    {"invertPage", &JobSettings::invertPage},
+                                    {"keepPictures", &JobSettings::keepPictures}};
+  for (const Switch& one : switches) {
+    if (name != one.name) continue;
+    s.*(one.member) = value == "True";
+    return value == "True" || value == "False";
+  }
+  if (name == "trimPaper") {
+    s.trimPaper = value == "End" ? Trim::end : value == "Both" ? Trim::both : Trim::nothing;
+    return value == "None" || value == "End" || value == "Both";
+  }
   struct Field {
     const char* name;
     int32_t JobSettings::*member;
@@ -79,6 +96,8 @@ bool setJobField(JobSettings& s, const std::string& name, const std::string& val
       {"brightness", &JobSettings::brightness},
       {"printDensity", &JobSettings::printDensity},
       {"halftoneType", &JobSettings::halftoneType},
+      {"contrast", &JobSettings::contrast},
+      {"paperFrame", &JobSettings::paperFrame},
   };
   for (const Field& field : fields) {
     if (name == field.name) {
@@ -203,6 +222,14 @@ JobResult runJob(const JobSettings& settings, const std::vector<RasterPage>& pag
     printer.skipRightPixels =
         skipPixels(settings.maxMediaWidth, page.hwResolution, page.bytesPerLine);
     printer.pageSizeName = page.pageSizeName;
+    printer.mirror = settings.stencilMirror;
+    printer.rotate180 = settings.halfTurn;
+    printer.invert = settings.invertPage;
+    printer.contrast = settings.contrast;
+    printer.antiWrinkle = settings.paperFrame;
+    printer.trim = settings.trimPaper;
+    printer.keepPictures = settings.keepPictures;
+    printer.verticalResolution = page.hwResolutionY;
     const PrintedPage printed = printImage(printer, page.pixels, page.bytesPerLine, page.height,
                                            page.cupsWidth, settings.savesFail);
     append(job.stdoutBytes, printed.bands);

@@ -32,6 +32,13 @@ struct JobSettings {
   int32_t brightness = 0;
   int32_t printDensity = 0;
   int32_t halftoneType = 0;
+  bool stencilMirror = false;
+  bool halfTurn = false;
+  bool invertPage = false;
+  int32_t contrast = 0;    // 0 to 50
+  int32_t paperFrame = 0;  // 0 none, 1 to 5
+  Trim trimPaper = Trim::nothing;
+  bool keepPictures = true;
   std::string recordFileName;  // empty = no record file
   bool savesFail = false;      // the folder of the picture files cannot be written
 };
@@ -42,6 +49,7 @@ struct RasterPage {
   uint32_t bytesPerLine = 0;
   uint32_t height = 0;
   uint32_t hwResolution = 300;  // horizontal, dots per inch
+  uint32_t hwResolutionY = 300;
   uint32_t bitsPerPixel = 8;
   uint32_t numCopies = 1;
   uint32_t colorSpace = 3;

@@ -34,6 +34,14 @@ MODELS = {
     "dravsa43.ppd": Model(2400, 300, False, "Tattoo", "A4", frozenset(NAMED_SIZES)),
 }
 
+# The choice name of each halftone and the beginning of its label: what it runs.
+HALFTONES = {
+    "None": "Threshold", "FloydSteinberg": "Ordered 4x4", "Ordered": "Burkes", "Burkes": "Stucki",
+    "Stucki": "Jarvis, Judice and Ninke", "JarvisJudiceNinke": "Sierra",
+    "Sierra": "Stevenson and Arce", "StevensonArce": "Bayer",
+    "Tattoo": "Tattoo stencil (", "Tattoo_X8": "Tattoo stencil X8",
+}
+
 ZERO_TO_TWO = {"0", "1", "2"}
 FROM_1_TO_9 = {str(number) for number in range(1, 10)}
 FROM_0_TO_5 = {str(number) for number in range(6)}
@@ -41,9 +49,7 @@ SWITCH = {"False", "True"}
 # Every option that the filter reads: its choices and its default, None where the
 # default is the model's.
 OPTIONS: dict[str, tuple[set[str], str | None]] = {
-    "HalftoneType": ({"None", "FloydSteinberg", "Ordered", "Burkes", "Stucki",
-                      "JarvisJudiceNinke", "Sierra", "StevensonArce", "Tattoo", "Tattoo_X8"},
-                     None),
+    "HalftoneType": (set(HALFTONES), None),
     "Brightness": ({"-40", "-35", "-30", "-25", "-20", "-15", "-10", "-5", "0", "2", "5", "10",
                     "15"}, "0"),
     "PrintDensity": ({str(level) for level in range(16)}, "8"),
@@ -77,13 +83,6 @@ STENCIL_ALONE = {"PaperFrame"}  # the other options are the same in all files
 INSTALLABLE: dict[str, str | None] = {
     "OptionCutter": None, "OptionDrawer1": "False", "OptionDrawer2": "False",
     "OptionLogos": "False",
-}
-# The choice name of each halftone and the beginning of its label: what it runs.
-HALFTONES = {
-    "None": "Threshold", "FloydSteinberg": "Ordered 4x4", "Ordered": "Burkes", "Burkes": "Stucki",
-    "Stucki": "Jarvis, Judice and Ninke", "JarvisJudiceNinke": "Sierra",
-    "Sierra": "Stevenson and Arce", "StevensonArce": "Bayer",
-    "Tattoo": "Tattoo stencil (", "Tattoo_X8": "Tattoo stencil X8",
 }
 
 

@@ -16,6 +16,7 @@ import filter_case
 from ppd_file import MODELS, read_folder
 
 FOLDER = pathlib.Path(os.environ["DRAV_PPDS"])
+DOCUMENT = pathlib.Path(os.environ["DRAV_OPTIONS_DOCUMENT"])
 RECEIPT, STENCIL = "dravr582.ppd", "dravsa43.ppd"
 NEUTRAL = {"StencilMirror": "False", "HalfTurn": "False", "InvertPage": "False", "Contrast": "0",
            "PaperFrame": "0", "TrimPaper": "None", "KeepPictures": "True"}
@@ -31,7 +32,8 @@ Rows = list[str]  # a row's dots from left to right, "1" for a black one
 
 
 def raster_page(rows: Rows, **fields: cups_raster.Values) -> cups_raster.Page:
-    return cups_raster.grey([bytes(255 * int(dot) for dot in row) for row in rows], **fields)
+    levels = bytes.maketrans(b"01", b"\x00\xff")
+    return cups_raster.grey([row.encode().translate(levels) for row in rows], **fields)
 
 
 def blank(width: int, height: int) -> Rows:
@@ -149,6 +151,13 @@ class PageOptionsTest(filter_case.FilterCase):
         rows = art(21, 100)
         self.assertEqual(self.sent(STENCIL, rows, "Contrast=50"), rows)
 
+    def allowed_frames(self) -> set[tuple[str, int]]:
+        """The papers and thicknesses that the driver file lets together."""
+        ppd = read_folder(FOLDER)[STENCIL]
+        pairs = {(size, level) for size in ppd.choices("PageSize") for level in SIDES}
+        return pairs - {(size, int(level)) for option, level, paper, size in ppd.constraints()
+                        if (option, paper) == ("PaperFrame", "PageSize")}
+
     def check_frame(self, size: str, width: int, height: int, level: int) -> None:
         """All four sides, each dot of them, and nothing else on a page without ink."""
         page = raster_page(blank(width, height), cupsPageSizeName=size)
@@ -166,23 +175,51 @@ class PageOptionsTest(filter_case.FilterCase):
         self.assertEqual([y for y in range(height) if rows[y] != wanted[y]], [])
         self.assertEqual(len(rows), height)
 
-    def test_frames_that_fit(self) -> None:
-        # The driver's own sheet of this name, and pages that are as wide as the canvas.
-        self.check_frame("Tattoo_A6", 1240, 1748, 1)
-        self.check_frame("Tattoo_A6", 1240, 1748, 2)
-        for level, side in SIDES.items():
-            self.check_frame("Tattoo_A6", 1181 + 2 * side, 1748, level)
-        for size in ("A4", "Tattoo_A5"):
-            self.check_frame(size, 2400, INSIDE[size][1] + 2 * TOP, 1)
+    def check_no_frame(self, size: str, width: int, height: int, level: int) -> None:
+        """Not a dot of a frame, and one warning."""
+        page = raster_page(blank(width, height), cupsPageSizeName=size)
+        outcome, rows = self.run_rows(STENCIL, page, f"PageSize={size} PaperFrame={level}")
+        self.assertEqual(set("".join(rows)), {"0"}, f"{size} {level}")
+        (line,) = outcome.having("WARN:")
+        self.assertRegex(line, r"^WARN:The frame of \d+ x \d+ dots does not fit the ")
 
-    def test_frames_that_do_not_fit_are_left_out(self) -> None:
-        for size, width, height, level in (("Tattoo_A6", 1240, 1748, 3), ("A4", 2480, 3508, 1),
-                                           ("Tattoo_A6", 1240, 1400, 1)):
-            page = raster_page(blank(width, height), cupsPageSizeName=size)
-            outcome, rows = self.run_rows(STENCIL, page, f"PageSize={size} PaperFrame={level}")
-            self.assertEqual(set("".join(rows)), {"0"})
-            (line,) = outcome.having("WARN:")
-            self.assertRegex(line, r"^WARN:The frame of \d+ x \d+ dots does not fit the ")
+    def test_allowed_frames_print_whole_on_pages_with_room(self) -> None:
+        """The narrowest page and the widest that the guide names, as low as the frame."""
+        allowed = self.allowed_frames()
+        self.assertEqual(allowed, {("A4", 1), ("Tattoo_A5", 1),
+                                   *(("Tattoo_A6", level) for level in SIDES)})
+        guide = DOCUMENT.read_text(encoding="utf-8")
+        told = {}
+        for row in re.findall(r"^\| (`(?:A4|Tattoo_A\d).*) \| 1.* \| (\d.*?) columns(.*) \|$", guide,
+                              re.M):
+            for size in re.findall(r"`(\w+)`", row[0]):
+                told[size] = [int(number) for number in re.findall(r"\d+", row[1])]
+        for size, level in sorted(allowed):
+            across, down = INSIDE[size]
+            narrowest = across + 2 * SIDES[level]
+            self.assertEqual(told[size][level - 1], narrowest, size)
+            height = down + 2 * TOP
+            self.check_frame(size, narrowest, height, level)
+            self.check_frame(size, 2400, height, level)
+            self.check_no_frame(size, narrowest - 1, height, level)
+            self.check_no_frame(size, narrowest, height - 1, level)
+
+    def test_allowed_frames_on_the_sheets_of_the_driver(self) -> None:
+        sheets = {"A4": (2480, 3508), "Tattoo_A5": (2480, 1748), "Tattoo_A6": (1240, 1748)}
+        for size, level in sorted(self.allowed_frames()):
+            whole = size == "Tattoo_A6" and level <= 2
+            (self.check_frame if whole else self.check_no_frame)(size, *sheets[size], level)
+
+    def test_other_pairs_draw_no_frame(self) -> None:
+        """What the driver file excludes, `lp` sends all the same."""
+        for size, width, height, level in (("A4", 2480, 3508, 2), ("A4", 2400, 3508, 2),
+                                           ("Tattoo_A5", 2480, 1748, 5),
+                                           ("Letter", 2550, 3300, 1), ("Letter", 2400, 3300, 1)):
+            self.check_no_frame(size, width, height, level)
+        for size in ("X203MMY297MM", "Custom"):
+            page = raster_page(blank(300, 200), cupsPageSizeName=size)
+            outcome, rows = self.run_rows(STENCIL, page, "PaperFrame=3")
+            self.assertEqual((set("".join(rows)), outcome.having("WARN:")), ({"0"}, []), size)
 
     def test_trimmed(self) -> None:
         rows = blank(21, 120) + art(21, 30) + blank(21, 150)

@@ -180,6 +180,14 @@ class Soak:
         clear_spool()
         return run
 
+    def page_options(self) -> dict[str, str]:
+        """Options that leave every row there."""
+        return {"StencilMirror": self.rng.choice(("False", "True")),
+                "HalfTurn": self.rng.choice(("False", "True")),
+                "InvertPage": self.rng.choice(("False", "True")),
+                "Contrast": self.rng.choice(("0", "10", "50")),
+                "KeepPictures": self.rng.choice(("True", "False"))}
+
     def small_jobs(self) -> Row:
         count = 100 if self.quick else 2000
         start = time.monotonic()
@@ -190,7 +198,7 @@ class Soak:
             pages = [cups_raster.grey([self.rng.randbytes(width)] * height)
                      for width, height in sizes]
             run = self.run(pages, HalftoneType=self.rng.choice(ppd_text.HALFTONES),
-                           docCutType=self.rng.choice("012"))
+                           docCutType=self.rng.choice("012"), **self.page_options())
             check(run, sizes)
             peaks.append(run.peak_kib)
         spread = max(peaks) - min(peaks)
@@ -303,7 +311,7 @@ class Soak:
             check(run, [size])
             (self.folder / "pixels").write_bytes(pixels)
             (self.folder / "job.txt").write_text(
-                f"halftoneName {halftone}\npage {width} {width} {height} 300 8 1 3 - pixels\n",
+                f"halftoneName {halftone}\npage {width} {width} {height} 300 300 8 1 3 - pixels\n",
                 "ascii")
             subprocess.run([os.environ["DRAV_MODEL_STREAM"], str(self.folder)], check=True)
             expect((self.folder / "expected.stdout").read_bytes() == run.stdout,

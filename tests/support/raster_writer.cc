@@ -31,7 +31,7 @@ void swapWords(uint8_t* begin, const uint8_t* end) {
 cups_page_header2_t rasterHeader(const model::RasterPage& page) {
   cups_page_header2_t header = {};
   header.HWResolution[0] = page.hwResolution;
-  header.HWResolution[1] = page.hwResolution;
+  header.HWResolution[1] = page.hwResolutionY;
   header.NumCopies = page.numCopies;
   header.PageSize[0] = 227;
   header.PageSize[1] = 567;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/model/dither.h"
@@ -209,6 +210,72 @@ TEST(ModelPage, Packing) {
   EXPECT_EQ(static_cast<int64_t>(rasterBands(Bytes(7, 1), 7, 3).size()), 8 + 6)
       << "a remainder is lost";
   EXPECT_TRUE(rasterBands(Bytes(7, 1), 7, 0).empty()) << "no rows";
+}
+
+// Pages of 3 columns of full ink in the given rows, one pixel one dot.
+PrintedPage printedPage(const PrinterSettings& settings, int height, std::vector<int> inked) {
+  Grey page = makeGrey(12, height, 0);
+  for (const int y : inked) {
+    for (int x = 0; x < 3; ++x) page.set(x, y, 255);
+  }
+  return printImage(settings, page.pixels, 12, static_cast<uint64_t>(height), 12);
+}
+
+TEST(ModelPage, WhiteOnBlack) {
+  PrinterSettings settings;
+  settings.invert = true;
+  settings.skipRightPixels = 2;
+  const PrintedPage page = printedPage(settings, 2, {1});
+  EXPECT_EQ(hexOf(page.bands), "1D 76 30 00 02 00 02 00 FF C0 1F C0") << "ten columns print";
+  EXPECT_EQ(page.saved[1].bytes[1078], 1) << "a dot of the first row in the picture";
+  EXPECT_EQ(page.saved[1].bytes[1078 + 10], 0) << "a skipped column stays bare";
+  EXPECT_EQ(page.saved[1].bytes[1078 + 12], 0) << "ink in the picture";
+  EXPECT_EQ(hexOf(printedPage(settings, 2, {}).bands), "1D 76 30 00 02 00 02 00 00 00 00 00")
+      << "a page without ink";
+}
+
+TEST(ModelPage, TrimmedRows) {
+  const auto rows = [](Trim trim, uint32_t resolution, int height, std::vector<int> inked) {
+    PrinterSettings settings;
+    settings.trim = trim;
+    settings.verticalResolution = resolution;
+    const PrintedPage page = printedPage(settings, height, std::move(inked));
+    for (const std::string& line : page.log) {
+      if (line.rfind("DEBUG:printImage: Trimmed", 0) == 0) return line.substr(42);
+    }
+    return std::string("whole");
+  };
+  EXPECT_EQ(rows(Trim::nothing, 300, 300, {7}), "whole");
+  EXPECT_EQ(rows(Trim::end, 300, 300, {200}), "rows 0 to 201 of 300");
+  EXPECT_EQ(rows(Trim::both, 300, 300, {100, 250}), "rows 100 to 251 of 300");
+  EXPECT_EQ(rows(Trim::both, 300, 300, {100}), "rows 100 to 195 of 300") << "95 rows are 8 mm";
+  EXPECT_EQ(rows(Trim::both, 203, 300, {100}), "rows 100 to 164 of 300") << "64 rows are 8 mm";
+  EXPECT_EQ(rows(Trim::both, 0, 300, {290}), "rows 205 to 300 of 300") << "up to the end";
+  EXPECT_EQ(rows(Trim::both, 300, 40, {3}), "rows 0 to 40 of 40") << "all it had";
+  EXPECT_EQ(rows(Trim::end, 300, 300, {}), "rows 0 to 0 of 300") << "no ink";
+}
+
+TEST(ModelPage, NoPictures) {
+  PrinterSettings settings;
+  settings.keepPictures = false;
+  const PrintedPage page = printedPage(settings, 4, {1});
+  EXPECT_TRUE(page.saved.empty());
+  for (const std::string& line : page.log) EXPECT_EQ(line.find("Saving"), std::string::npos);
+}
+
+TEST(ModelPage, FrameThatDoesNotPrintWhole) {
+  PrinterSettings settings;
+  settings.antiWrinkle = 1;
+  settings.pageSizeName = "Tattoo_A6";
+  const PrintedPage page = printedPage(settings, 2, {1});
+  EXPECT_EQ(hexOf(page.bands), "1D 76 30 00 02 00 02 00 00 00 E0 00");
+  bool warned = false;
+  for (const std::string& line : page.log) {
+    warned |= line ==
+              "WARN:The frame of 1205 x 1418 dots does not fit the 12 x 2 dots that print, it is "
+              "left out!";
+  }
+  EXPECT_TRUE(warned);
 }
 
 TEST(ModelPage, Bmp) {

@@ -11,7 +11,7 @@
 #include <memory>
 #include <system_error>
 
-#include "common/halftone_names.h"
+#include "image/halftones.h"
 #include "tests/model/page_patterns.h"
 #include "tests/support/failing_allocations.h"
 #include "tests/support/job_options.h"
@@ -58,6 +58,11 @@ void FilterFixture::describe(model::JobSettings& settings, bool records, bool as
   for (const NumberOption& option : kNumberOptions) {
     const int32_t value = settings.*option.field;
     if (value != missing.*option.field) add(option.keyword, std::to_string(value));
+  }
+  const auto neutral = pageChoices(missing);
+  const auto chosen = pageChoices(settings);
+  for (size_t i = 0; i < chosen.size(); ++i) {
+    if (chosen[i] != neutral[i]) add(chosen[i].first, chosen[i].second);
   }
   if (settings.halftoneType != 0) {
     add("HalftoneType", dravHalftoneTypeToStr(static_cast<DitherType>(settings.halftoneType)));

@@ -3,11 +3,14 @@
 // log lines and exit status.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "common/halftone_names.h"
+#include "image/halftones.h"
 #include "tests/model/page_patterns.h"
+#include "tests/support/job_options.h"
 #include "tests/unit/filter/filter_fixture.h"
 
 namespace {
@@ -44,6 +47,11 @@ model::JobSettings randomSettings(model::Random& random) {
   settings.printDensity = option(15);
   if (random.below(2) == 0) settings.brightness = static_cast<int32_t>(random.below(240)) - 120;
   if (random.below(2) == 0) settings.maxMediaWidth = static_cast<double>(random.below(300)) / 10.0;
+  for (const PageOption& own : pageOptions()) {
+    if (random.below(3) != 0) continue;
+    const auto count = static_cast<uint32_t>(own.choices.size());
+    EXPECT_TRUE(model::setJobField(settings, own.field, own.choices[random.below(count)]));
+  }
   settings.savesFail = random.below(8) == 0;
   return settings;
 }
@@ -57,6 +65,8 @@ model::RasterPage randomPage(model::Random& random) {
   model::RasterPage page =
       patternPage(pattern, width, height, random.next(), static_cast<uint32_t>(width) + padding);
   page.hwResolution = random.below(2) == 0 ? 300 : 203;
+  page.hwResolutionY = random.below(2) == 0 ? 300 : 180;
+  if (random.below(4) == 0) page.pageSizeName = "Tattoo_A6";
   page.numCopies = random.below(4);
   if (random.below(6) == 0) page.colorSpace = random.below(20);
   return page;
@@ -96,6 +106,41 @@ TEST_P(FilterModelTest, EveryBrightness) {
         settings,
         {patternPage("photo", 31, 22, 7), patternPage("blank", 9, 9), patternPage("full", 9, 9)},
         false, brightness > 0);
+  }
+}
+
+// A frame that fits and one that does not; over the halftones every thickness, and
+// pages that are turned, mirrored, inverted and trimmed besides.
+TEST_P(FilterModelTest, FramedPages) {
+  const int level = 1 + GetParam() % 5;
+  model::JobSettings settings = halftone();
+  settings.paperFrame = level;
+  settings.stencilMirror = level % 2 == 0;
+  settings.halfTurn = level % 3 == 0;
+  settings.invertPage = level == 4;
+  settings.trimPaper = level == 5 ? model::Trim::both : model::Trim::nothing;
+  settings.keepPictures = level < 4;
+  std::vector<model::RasterPage> pages = {patternPage("text", 1301, 1420, 8),
+                                          patternPage("text", 1301, 1417, 8)};
+  for (model::RasterPage& page : pages) page.pageSizeName = "Tattoo_A6";
+  expectAsModel(settings, pages);
+}
+
+TEST_P(FilterModelTest, TrimmedPages) {
+  for (const model::Trim trim : {model::Trim::end, model::Trim::both}) {
+    for (const bool inverted : {false, true}) {
+      model::JobSettings settings = halftone();
+      settings.trimPaper = trim;
+      settings.invertPage = inverted;
+      std::vector<model::RasterPage> pages;
+      for (const auto& [first, last] : {std::pair{0, 0}, {150, 152}, {20, 280}, {299, 299}}) {
+        model::RasterPage page = patternPage("blank", 40, 300);
+        std::fill(page.pixels.begin() + first * 40 + 3, page.pixels.begin() + last * 40 + 9, 255);
+        pages.push_back(page);
+      }
+      pages.push_back(patternPage("blank", 40, 300));
+      expectAsModel(settings, pages);
+    }
   }
 }
 

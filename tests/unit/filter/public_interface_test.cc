@@ -6,12 +6,12 @@
 
 #include <type_traits>
 
-#include "common/halftone_names.h"
 #include "common/log.h"
 #include "common/path.h"
 #include "common/ppd_lookup.h"
 #include "filter/commands.h"
 #include "filter/settings.h"
+#include "image/halftones.h"
 #include "image/palette_image.h"
 #include "printer/blank_lines.h"
 #include "printer/receipt_ep_printer.h"

@@ -10,8 +10,9 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "image/threshold_patterns.h"
+#include "image/halftones.h"
 #include "tests/model/dither.h"
 #include "tests/unit/image/image_support.h"
 
@@ -19,7 +20,13 @@ static void PrintTo(const HalftoneVariant& variant, std::ostream* out) { *out <<
 
 namespace {
 
-constexpr long kMethods[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, -1};
+// The numbers of the table and one at either side.
+std::vector<long> methods() {
+  std::vector<long> numbers = {-1, kHalftoneTypeCount};
+  for (const Halftone& halftone : halftones()) numbers.push_back(static_cast<long>(halftone.type));
+  return numbers;
+}
+const std::vector<long> kMethods = methods();
 
 // Runs a variant over a picture; the rows must come and go in order, each once.
 Bytes halftoned(const HalftoneVariant& variant, const model::Grey& picture, long method) {
@@ -213,8 +220,8 @@ TEST(HalftoneVariants, ThePlainOneIsFirstAndTheLastOneIsUsed) {
 }
 
 TEST(ThresholdPatterns, AreTheLeastWhiteLevels) {
-  for (const long method : {0L, 1L, 7L}) {
-    const ThresholdPattern& pattern = thresholdPattern(method);
+  for (const auto& [method, pattern] :
+       {std::pair{0L, kFixedPattern}, {1L, kOrderedPattern}, {7L, kBayerPattern}}) {
     for (int level = 0; level < 256; ++level) {
       const model::Grey flat = model::makeGrey(4, 4, static_cast<uint8_t>(level));
       const Bytes wanted = model::dither(flat, method);

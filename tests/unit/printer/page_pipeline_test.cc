@@ -488,6 +488,12 @@ TEST_F(PagePipelineTest, RandomPagesAgreeWithTheModel) {
     settings.mirror = random.below(3) == 0;
     settings.negative = random.below(4) == 0;
     settings.removeBlankEdges = static_cast<uint8_t>(random.below(16));
+    settings.invert = random.below(4) == 0;
+    settings.trim = static_cast<model::Trim>(random.below(3));
+    settings.keepPictures = random.below(3) != 0;
+    settings.verticalResolution = random.below(4) * 100;
+    settings.antiWrinkle = static_cast<int>(random.below(4));
+    settings.pageSizeName = random.below(2) == 0 ? "Tattoo_A6" : "X80MMY200MM";
     const int width = static_cast<int>(1 + random.below(70));
     const int height = static_cast<int>(1 + random.below(120));
     const uint32_t padding = random.below(3) == 0 ? random.below(6) : 0;

@@ -29,6 +29,7 @@ class PrinterFixture : public testing::Test {
     header_ = {};
     std::memcpy(header_.cupsPageSizeName, settings.pageSizeName.data(),
                 std::min(settings.pageSizeName.size(), sizeof header_.cupsPageSizeName));
+    header_.HWResolution[1] = settings.verticalResolution;
     printer_.setPageHeader(settings.hasPageHeader ? &header_ : nullptr)
         .setHalftoneType(static_cast<DitherType>(settings.halftoneType))
         .setBrightness(settings.brightness)
@@ -38,7 +39,10 @@ class PrinterFixture : public testing::Test {
         .setNegativePrint(settings.negative)
         .setAntiWrinkle(settings.antiWrinkle)
         .setRemoveBlankEdges(settings.removeBlankEdges)
-        .setSkipRightPixels(static_cast<unsigned long>(settings.skipRightPixels));
+        .setSkipRightPixels(static_cast<unsigned long>(settings.skipRightPixels))
+        .setInvertPage(settings.invert)
+        .setTrimPaper(static_cast<TrimPaper>(settings.trim))
+        .setKeepPictures(settings.keepPictures);
   }
 
   TempFolder folder_;

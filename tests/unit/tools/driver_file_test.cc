@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "common/halftone_names.h"
+#include "image/halftones.h"
 #include "tests/support/files.h"
 #include "tests/support/ppd_builder.h"
 #include "tests/support/sanitizers.h"

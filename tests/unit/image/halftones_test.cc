@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "common/halftone_names.h"
+#include "image/halftones.h"
 
 #include <gtest/gtest.h>
 
@@ -14,13 +14,13 @@ constexpr const char* kNames[] = {"None",   "FloydSteinberg",    "Ordered", "Bur
                                   "Stucki", "JarvisJudiceNinke", "Sierra",  "StevensonArce",
                                   "Tattoo", "Tattoo_X8"};
 
-TEST(HalftoneNamesTest, EveryTypeHasItsName) {
+TEST(HalftonesTest, EveryTypeHasItsName) {
   for (int32_t i = 0; i < 10; ++i) {
     EXPECT_STREQ(dravHalftoneTypeToStr(static_cast<DitherType>(i)), kNames[i]);
   }
 }
 
-TEST(HalftoneNamesTest, EnumeratorsCarryTheNumbersOfTheirNames) {
+TEST(HalftonesTest, EnumeratorsCarryTheNumbersOfTheirNames) {
   EXPECT_EQ(static_cast<int32_t>(DitherType::None), 0);
   EXPECT_EQ(static_cast<int32_t>(DitherType::FloydSteinberg), 1);
   EXPECT_EQ(static_cast<int32_t>(DitherType::Ordered), 2);
@@ -34,21 +34,21 @@ TEST(HalftoneNamesTest, EnumeratorsCarryTheNumbersOfTheirNames) {
   EXPECT_EQ(sizeof(DitherType), sizeof(int32_t));
 }
 
-TEST(HalftoneNamesTest, TypesOutsideTheTableAreCalledNone) {
+TEST(HalftonesTest, TypesOutsideTheTableAreCalledNone) {
   for (const int32_t value : {10, 11, 1000, std::numeric_limits<int32_t>::max(), -1, -2,
                               std::numeric_limits<int32_t>::min()}) {
     EXPECT_STREQ(dravHalftoneTypeToStr(static_cast<DitherType>(value)), "None") << value;
   }
 }
 
-TEST(HalftoneNamesTest, EveryNameGivesItsTypeAndAgreesWithTheModel) {
+TEST(HalftonesTest, EveryNameGivesItsTypeAndAgreesWithTheModel) {
   for (int32_t i = 0; i < 10; ++i) {
     EXPECT_EQ(dravHalftoneTypeFromStr(kNames[i]), static_cast<DitherType>(i)) << kNames[i];
     EXPECT_EQ(model::halftoneTypeFromName(kNames[i]), i) << kNames[i];
   }
 }
 
-TEST(HalftoneNamesTest, OtherTextsGiveNone) {
+TEST(HalftonesTest, OtherTextsGiveNone) {
   for (const char* text : {"", "tattoo", "TATTOO", "tattoo_x8", "Tattoo_X", "Tattoo_X80", " Tattoo",
                            "Tattoo ", "8", "9", "burkes", "ordered"}) {
     EXPECT_EQ(dravHalftoneTypeFromStr(text), DitherType::None) << text;
@@ -56,9 +56,23 @@ TEST(HalftoneNamesTest, OtherTextsGiveNone) {
   EXPECT_EQ(dravHalftoneTypeFromStr(nullptr), DitherType::None);
 }
 
-TEST(HalftoneNamesTest, PrefixesOfEachOtherAreToldApart) {
+TEST(HalftonesTest, PrefixesOfEachOtherAreToldApart) {
   EXPECT_EQ(dravHalftoneTypeFromStr("Tattoo"), DitherType::Tattoo);
   EXPECT_EQ(dravHalftoneTypeFromStr("Tattoo_X8"), DitherType::Tattoo_X8);
+}
+
+TEST(HalftonesTest, TheStencilsRunTheirPipelines) {
+  for (const Halftone& halftone : halftones()) {
+    const HalftonePipeline wanted = halftone.type == DitherType::Tattoo ? HalftonePipeline::tattoo
+                                    : halftone.type == DitherType::Tattoo_X8
+                                        ? HalftonePipeline::tattooX8
+                                        : HalftonePipeline::rows;
+    EXPECT_EQ(halftone.pipeline, wanted) << halftone.name;
+    EXPECT_EQ(halftonePipeline(halftone.type), wanted) << halftone.name;
+  }
+  for (const int32_t value : {10, 1000, -1, std::numeric_limits<int32_t>::min()}) {
+    EXPECT_EQ(halftonePipeline(static_cast<DitherType>(value)), HalftonePipeline::rows) << value;
+  }
 }
 
 }  // namespace
