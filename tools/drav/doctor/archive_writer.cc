@@ -40,7 +40,7 @@ class PrivateFiles {
 
 struct ArchiveWriter::State {
   struct ArchiveDeleter {
-    void operator()(archive* writer) const { (void)archive_write_free(writer); }
+    void operator()(archive* made) const { (void)archive_write_free(made); }
   };
 
   OutputFile file;
