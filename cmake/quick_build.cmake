@@ -1,13 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-# Shorter builds from nothing. The presets dev, clang-libcxx and tidy switch both options
-# off, and show that every source includes what it uses.
-#
-# DRAV_QUICK_TESTS leaves what ships as it is: the test framework's header is compiled
-# once a program, and the unit tests' own code is optimized little.
-option(DRAV_QUICK_TESTS "Compile the tests quickly" OFF)
-# DRAV_JOIN_SOURCES compiles sources that spend their time on one large header as one, also
-# in what ships.
-option(DRAV_JOIN_SOURCES "Compile some sources of the product as one" ON)
+# Shorter builds from nothing: most of a source's time goes into the headers that it
+# includes, so sources of one kind are compiled as one. The presets dev, clang-libcxx and
+# tidy switch both options off, and show that every source includes what it uses.
+option(DRAV_JOIN_SOURCES "Compile sources of the drav tool together, also in what ships" ON)
+option(DRAV_QUICK_TESTS "Compile the unit tests together, and optimize their code little" OFF)
 
 # The sources of a target that are compiled as one.
 function(drav_join_sources target group)
@@ -17,11 +13,22 @@ function(drav_join_sources target group)
   endif()
 endfunction()
 
-# A program of unit tests, the header of the test framework that they include, and how
-# far their own code is optimized: -O1 where they compute much, else -O0.
-function(drav_quick_tests target header level)
+# The sources of each folder of a target that are in no group yet.
+function(drav_join_folders target)
+  get_target_property(sources ${target} SOURCES)
+  foreach(source IN LISTS sources)
+    get_source_file_property(group ${source} UNITY_GROUP)
+    if(source MATCHES "^([a-z_]+)/.*[.]cc$" AND NOT group)
+      drav_join_sources(${target} ${CMAKE_MATCH_1} ${source})
+    endif()
+  endforeach()
+endfunction()
+
+# A program of unit tests, and how far their own code is optimized: -O1 where they
+# compute much, else -O0.
+function(drav_quick_tests target level)
   if(DRAV_QUICK_TESTS)
-    target_precompile_headers(${target} PRIVATE <${header}>)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
     target_compile_options(${target} PRIVATE ${level})
   endif()
 endfunction()

@@ -7,12 +7,23 @@ if(DRAV_SANITIZE)
   add_link_options(-fsanitize=${DRAV_SANITIZE})
 endif()
 
-# Sources that are compiled once for every vector target. Their checks go by trap and
-# by call there: in line they make such functions so long that one file takes the
-# compiler minutes.
-function(drav_short_checks)
-  if(DRAV_SANITIZE MATCHES "undefined" AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS
-      "-fsanitize-trap=undefined,float-cast-overflow;-fno-inline-functions;-mllvm;-asan-instrumentation-with-call-threshold=0")
+# Sources that are compiled once for every vector target; none can be joined with another.
+# Their checks of undefined behaviour trap: with messages they make such functions so long
+# that one file takes the compiler minutes.
+set(DRAV_SHORT_CHECKS "")
+if(DRAV_SANITIZE MATCHES "undefined" AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  set(DRAV_SHORT_CHECKS -fsanitize-trap=undefined,float-cast-overflow -fno-inline-functions)
+endif()
+function(drav_vector_sources)
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${DRAV_SHORT_CHECKS}"
+                                                 SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
+# The same where they run little: checks of addresses by call take the compiler less time,
+# and most of the time of a kernel that runs.
+function(drav_vector_sources_that_run_little)
+  drav_vector_sources(${ARGN})
+  if(DRAV_SHORT_CHECKS)
+    set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS
+                 -mllvm -asan-instrumentation-with-call-threshold=0)
   endif()
 endfunction()

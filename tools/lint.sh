@@ -1,15 +1,14 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # cppcheck and clang-tidy over the product (`--all`: clang-tidy over the tests and the
-# benchmarks too, each by the rules of its own folder).
+# benchmarks too, each by the rules of its own folder). clang-tidy spends its time on the
+# headers that a source includes, so it reads the sources of a folder as one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 product=(common simd image tattoo printer filter tools)
-folders=("${product[@]}")
 case "${*-}" in
-  "") ;;
-  --all) folders+=(tests bench) ;;
+  "" | --all) ;;
   *) echo "usage: tools/lint.sh [--all]" >&2 && exit 2 ;;
 esac
 
@@ -26,12 +25,30 @@ cppcheck --quiet -j "$(nproc)" --language=c++ --std=c++20 -I . \
   --suppressions-list=tools/cppcheck_suppressions.txt --error-exitcode=1 \
   --template='{file}:{line}: {severity}: {message} [{id}]' "${sources[@]}" || status=1
 
-build=build/tidy
-cmake --preset tidy -DCMAKE_CXX_CLANG_TIDY= -DDRAV_BUILD_TESTS=ON \
-  -DDRAV_BUILD_BENCH="$([ "${1-}" = --all ] && echo ON || echo OFF)" >/dev/null
-cmake --build "$build" --target generated/tools/drav/driver/models.inc \
-  generated/tools/drav/html/page.inc >/dev/null
-sources_in "${folders[@]}" |
-  xargs -P "$(nproc)" -n 1 clang-tidy-14 --quiet --warnings-as-errors='*' -p "$build" 2>/dev/null ||
-  status=1
+# Configures a build of joined or of single sources, and makes the headers that it includes.
+prepare() {
+  local build=$1
+  shift
+  cmake --preset tidy -B "$build" -DCMAKE_CXX_CLANG_TIDY= "$@" >/dev/null
+  cmake --build "$build" --target generated/tools/drav/driver/models.inc \
+    generated/tools/drav/html/page.inc >/dev/null
+}
+# Checks the sources named on standard input.
+tidy() {
+  xargs -P "$(nproc)" -n 1 clang-tidy-14 --quiet --warnings-as-errors='*' "$@" 2>/dev/null ||
+    status=1
+}
+
+prepare build/tidy -DDRAV_BUILD_TESTS=OFF -DDRAV_JOIN_SOURCES=ON -DCMAKE_UNITY_BUILD=ON \
+  -DCMAKE_UNITY_BUILD_BATCH_SIZE=0
+folders=$(IFS='|' && echo "${product[*]}")
+python3 -c 'import json, sys
+for entry in json.load(sys.stdin): print(entry["file"])' <build/tidy/compile_commands.json | sort -u |
+  tidy -p build/tidy --checks=-bugprone-suspicious-include \
+    --header-filter="/($folders)/(.+/)?[^/]*[.](h|cc)\$" \
+    --extra-arg=-Xclang --extra-arg=-analyzer-opt-analyze-headers
+if [ "${1-}" = --all ]; then
+  prepare build/tidy-all -DDRAV_BUILD_TESTS=ON -DDRAV_BUILD_BENCH=ON
+  sources_in tests bench | tidy -p build/tidy-all
+fi
 exit $status

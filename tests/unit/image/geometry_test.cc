@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr tagRGBQUAD kWhite = {255, 255, 255, 0};
+constexpr tagRGBQUAD kWhiteFill = {255, 255, 255, 0};
 
 // ---- Rotate180 -------------------------------------------------------------------
 
@@ -202,7 +202,7 @@ TEST(IncreaseBpp, EmptyImageFails) {
 TEST(Expand, AddsWhiteColumnsToAGreyImage) {
   OwnedImage image;
   fill(image, 2, 2, 8, {1, 2, 3, 4});
-  EXPECT_TRUE(image.Expand(2, 0, 2, 0, kWhite));
+  EXPECT_TRUE(image.Expand(2, 0, 2, 0, kWhiteFill));
   EXPECT_EQ(image.GetWidth(), 6U);
   EXPECT_EQ(image.GetHeight(), 2U);
   EXPECT_EQ(indicesOf(image), (Bytes{255, 255, 1, 2, 255, 255, 255, 255, 3, 4, 255, 255}));
@@ -214,7 +214,7 @@ TEST(Expand, BottomMarginComesFirstInMemory) {
     SCOPED_TRACE(bpp);
     OwnedImage image;
     fill(image, 1, 1, bpp, {0});
-    ASSERT_TRUE(image.Expand(1, 1, 0, 2, kWhite));
+    ASSERT_TRUE(image.Expand(1, 1, 0, 2, kWhiteFill));
     const auto top = static_cast<uint8_t>((1U << bpp) - 1);
     EXPECT_EQ(indicesOf(image), (Bytes{top, top, top, top, top, 0, top, top}));
   }
@@ -246,7 +246,7 @@ TEST(Expand, NoMarginsKeepThePicture) {
   for (const uint32_t bpp : {1U, 4U, 8U}) {
     OwnedImage image;
     fill(image, 5, 2, bpp, {1, 0, 0, 1, 1, 0, 1, 0, 1, 0});
-    ASSERT_TRUE(image.Expand(0, 0, 0, 0, kWhite));
+    ASSERT_TRUE(image.Expand(0, 0, 0, 0, kWhiteFill));
     EXPECT_EQ(indicesOf(image), (Bytes{1, 0, 0, 1, 1, 0, 1, 0, 1, 0})) << bpp;
   }
 }
@@ -256,11 +256,11 @@ TEST(Expand, NegativeMarginFailsAndChangesNothing) {
   fill(image, 2, 1, 8, {1, 2});
   const Bytes before = blockOf(image);
   for (const long margin : {-1L, LONG_MIN}) {
-    EXPECT_FALSE(image.Expand(margin, 0, 0, 0, kWhite));
-    EXPECT_FALSE(image.Expand(0, margin, 0, 0, kWhite));
-    EXPECT_FALSE(image.Expand(0, 0, margin, 0, kWhite));
-    EXPECT_FALSE(image.Expand(0, 0, 0, margin, kWhite));
-    EXPECT_FALSE(image.Expand(margin, LONG_MAX, LONG_MAX, LONG_MAX, kWhite));
+    EXPECT_FALSE(image.Expand(margin, 0, 0, 0, kWhiteFill));
+    EXPECT_FALSE(image.Expand(0, margin, 0, 0, kWhiteFill));
+    EXPECT_FALSE(image.Expand(0, 0, margin, 0, kWhiteFill));
+    EXPECT_FALSE(image.Expand(0, 0, 0, margin, kWhiteFill));
+    EXPECT_FALSE(image.Expand(margin, LONG_MAX, LONG_MAX, LONG_MAX, kWhiteFill));
   }
   EXPECT_TRUE(sameBytes(before, blockOf(image)));
   EXPECT_STREQ(image.GetLastError(), "");
@@ -272,14 +272,14 @@ TEST(Expand, MarginsThatDoNotFitFailWithTextAndChangeNothing) {
     ASSERT_NE(image.Create(3, 2, bpp, 0), nullptr);
     const Bytes before = blockOf(image);
     for (const long margin : {0x7FFFFFFFL, 0xFFFFFFFEL}) {
-      EXPECT_FALSE(image.Expand(margin, margin, 0, 0, kWhite)) << margin;
+      EXPECT_FALSE(image.Expand(margin, margin, 0, 0, kWhiteFill)) << margin;
       EXPECT_STREQ(image.GetLastError(), kTooLargeText);
     }
     // Beyond 32 bits the sides themselves wrap or overflow: no way to serve them.
     for (const long margin : {0xFFFFFFFFL, 1L << 32, (1L << 32) + 5, 1L << 62, LONG_MAX}) {
-      EXPECT_FALSE(image.Expand(margin, margin, margin, margin, kWhite)) << margin;
-      EXPECT_FALSE(image.Expand(margin, 0, margin, 0, kWhite)) << margin;
-      EXPECT_FALSE(image.Expand(0, margin, 0, margin, kWhite)) << margin;
+      EXPECT_FALSE(image.Expand(margin, margin, margin, margin, kWhiteFill)) << margin;
+      EXPECT_FALSE(image.Expand(margin, 0, margin, 0, kWhiteFill)) << margin;
+      EXPECT_FALSE(image.Expand(0, margin, 0, margin, kWhiteFill)) << margin;
     }
     EXPECT_TRUE(sameBytes(before, blockOf(image))) << bpp;
   }
@@ -287,7 +287,7 @@ TEST(Expand, MarginsThatDoNotFitFailWithTextAndChangeNothing) {
 
 TEST(Expand, EmptyImageFails) {
   OwnedImage image;
-  EXPECT_FALSE(image.Expand(1, 1, 1, 1, kWhite));
+  EXPECT_FALSE(image.Expand(1, 1, 1, 1, kWhiteFill));
 }
 
 // ---- DrawLine ----------------------------------------------------------------------

@@ -143,13 +143,13 @@ TEST_P(RowOps, ReverseTurnsTheRowAndNothingElse) {
   }
 }
 
-std::string variantName(const testing::TestParamInfo<RowOpsVariant>& variant) {
+std::string rowOpsVariantName(const testing::TestParamInfo<RowOpsVariant>& variant) {
   return variant.param.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Variants, RowOps,
                          testing::ValuesIn(rowOpsVariants().begin(), rowOpsVariants().end()),
-                         variantName);
+                         rowOpsVariantName);
 
 TEST(RowOpsVariants, ThePlainOneIsFirstAndTheLastOneIsUsed) {
   ASSERT_FALSE(rowOpsVariants().empty());

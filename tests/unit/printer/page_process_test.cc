@@ -20,7 +20,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr size_t kGuardBytes = 64;
-constexpr uint8_t kGuard = 0xA5;
+constexpr uint8_t kGuardByte = 0xA5;
 
 struct Processed {
   int32_t filled = 0;
@@ -50,13 +50,14 @@ class PageProcessTest : public PrinterFixture {
     const size_t capacity = 2 * static_cast<size_t>(stride) * static_cast<size_t>(height);
     Processed result;
     result.dst.assign(capacity + kGuardBytes, 0);
-    std::fill(result.dst.begin() + static_cast<std::ptrdiff_t>(capacity), result.dst.end(), kGuard);
+    std::fill(result.dst.begin() + static_cast<std::ptrdiff_t>(capacity), result.dst.end(),
+              kGuardByte);
     result.log = captureLog([&] {
       result.filled =
           printer_.PageProcess(type, src.data(), stride, width, height, result.dst.data());
     });
     for (size_t i = capacity; i < result.dst.size(); ++i) {
-      EXPECT_EQ(result.dst[i], kGuard) << "written " << i - capacity << " behind the buffer";
+      EXPECT_EQ(result.dst[i], kGuardByte) << "written " << i - capacity << " behind the buffer";
     }
     result.dst.resize(capacity);
     return result;
@@ -272,13 +273,13 @@ TEST_F(PageProcessTest, PageThatCannotBecomeAnImageFails) {
   EXPECT_THAT(noColumns.log, ElementsAre("DEBUG:PageProcess: QZ dithering is disabled",
                                          "CRIT:paletteImage.CreateFromArray with grey failed!"));
   EXPECT_EQ(process(DitherType::None, src, 4, 4, 0).filled, 0);
-  uint8_t dst = kGuard;
+  uint8_t dst = kGuardByte;
   captureLog([&] {
     EXPECT_EQ(printer_.PageProcess(DitherType::None, src.data(), -4, 4, 4, &dst), 0);
     EXPECT_EQ(printer_.PageProcess(DitherType::None, src.data(), 4, -4, 4, &dst), 0);
     EXPECT_EQ(printer_.PageProcess(DitherType::None, src.data(), 4, 4, -4, &dst), 0);
   });
-  EXPECT_EQ(dst, kGuard);
+  EXPECT_EQ(dst, kGuardByte);
 }
 
 TEST_F(PageProcessTest, FramedPageStaysInsideTheBuffer) {
@@ -307,15 +308,15 @@ TEST_F(PageProcessTest, CopiesStopAtTheCapacityAndKeepTheRestOfEachRow) {
   PaletteImage image;
   const Bytes levels = {0, 1, 255, 7, 1, 1};
   ASSERT_TRUE(image.CreateFromArray(levels.data(), 3, 2, 8, 3, false));
-  Bytes dst(16, kGuard);
+  Bytes dst(16, kGuardByte);
   printer_.copyPixels(image, dst.data(), 3, 2, 5);
   EXPECT_TRUE(sameBytes(hex("00 01 FF A5 A5 07 01 01 A5 A5 A5 A5 A5 A5 A5 A5"), dst));
-  dst.assign(16, kGuard);
+  dst.assign(16, kGuardByte);
   printer_.copyPixels(image, dst.data(), 3, 2, 5, 6);
   EXPECT_TRUE(sameBytes(hex("00 01 FF A5 A5 07 A5 A5 A5 A5 A5 A5 A5 A5 A5 A5"), dst));
-  dst.assign(16, kGuard);
+  dst.assign(16, kGuardByte);
   printer_.copyPixels(image, dst.data(), 3, 2, 5, 0);
-  EXPECT_TRUE(sameBytes(Bytes(16, kGuard), dst));
+  EXPECT_TRUE(sameBytes(Bytes(16, kGuardByte), dst));
   image.Destroy();
 }
 
@@ -323,13 +324,13 @@ TEST_F(PageProcessTest, ProcessedCopyMakesIndexOneSolidAndComplementsNegatives) 
   PaletteImage image;
   const Bytes levels = {0, 1, 255, 7};
   ASSERT_TRUE(image.CreateFromArray(levels.data(), 4, 1, 8, 4, false));
-  Bytes dst(8, kGuard);
+  Bytes dst(8, kGuardByte);
   printer_.copyProcessedPixels(&image, dst.data(), 4, 1, 4);
   EXPECT_TRUE(sameBytes(hex("00 FF FF 07 A5 A5 A5 A5"), dst));
   printer_.setNegativePrint(true);
   printer_.copyProcessedPixels(&image, dst.data(), 4, 1, 4);
   EXPECT_TRUE(sameBytes(hex("FF 00 00 F8 A5 A5 A5 A5"), dst));
-  dst.assign(8, kGuard);
+  dst.assign(8, kGuardByte);
   printer_.copyProcessedPixels(&image, dst.data(), 4, 1, 4, 2);
   EXPECT_TRUE(sameBytes(hex("FF 00 A5 A5 A5 A5 A5 A5"), dst));
   image.Destroy();

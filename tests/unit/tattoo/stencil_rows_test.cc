@@ -216,13 +216,13 @@ TEST_P(StencilRows, WhatTheCallbacksThrowReachesTheCaller) {
                std::runtime_error);
 }
 
-std::string variantName(const testing::TestParamInfo<StencilVariant>& variant) {
+std::string stencilVariantName(const testing::TestParamInfo<StencilVariant>& variant) {
   return variant.param.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Variants, StencilRows,
                          testing::ValuesIn(stencilVariants().begin(), stencilVariants().end()),
-                         variantName);
+                         stencilVariantName);
 
 // Rounding differences show themselves on large pages only. The model runs once
 // for all variants.

@@ -38,7 +38,7 @@ std::vector<std::string> warningsOf(const Bytes& stream, const PrinterFacts& pri
   return warningsOf(survey);
 }
 
-Bytes wholeJob() {
+Bytes surveyedJob() {
   return joined({jobStart(), band(2, 96, 0x03), band(2, 4, 0x01), hex("1B 4A A0"),
                  hex("1B 4A 78 1B 64 03 0A 0A 0A 0A 1D 56 01 1B 76")});
 }
@@ -61,7 +61,7 @@ TEST(Coverage, CountsTheBitsOfAllLengths) {
 }
 
 TEST(JobSurvey, AddsUpAJob) {
-  const Survey survey = surveyOf(wholeJob());
+  const Survey survey = surveyOf(surveyedJob());
   EXPECT_THAT(warningsOf(survey), IsEmpty());
   EXPECT_EQ(survey.unreadable, "");
   EXPECT_FALSE(survey.isRecord);

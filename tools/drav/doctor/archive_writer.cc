@@ -18,9 +18,6 @@ namespace {
 constexpr size_t kChunk = 256U << 10U;
 constexpr mode_t kEntryMode = 0600;
 
-struct ArchiveDeleter {
-  void operator()(archive* writer) const { (void)archive_write_free(writer); }
-};
 struct EntryDeleter {
   void operator()(archive_entry* entry) const { archive_entry_free(entry); }
 };
@@ -42,6 +39,10 @@ class PrivateFiles {
 }  // namespace
 
 struct ArchiveWriter::State {
+  struct ArchiveDeleter {
+    void operator()(archive* made) const { (void)archive_write_free(made); }
+  };
+
   OutputFile file;
   std::string path;
   // After the file: closing the archive writes to it.

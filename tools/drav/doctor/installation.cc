@@ -15,7 +15,7 @@
 namespace {
 
 constexpr const char* kFilterName = "rastertodrav";
-constexpr uint64_t kMaxConfBytes = 1U << 20U;
+constexpr uint64_t kMaxFilesConfBytes = 1U << 20U;
 
 std::string trimmed(const std::string& text) {
   const char* const space = " \t\r";
@@ -71,7 +71,7 @@ bool readFilesConf(const std::string& path, Installation& installation, std::str
   const std::string file = installation.onDisk(path);
   if (::access(file.c_str(), F_OK) != 0) return true;
   std::vector<uint8_t> bytes;
-  if (!readInput(file, bytes, error, kMaxConfBytes)) return false;
+  if (!readInput(file, bytes, error, kMaxFilesConfBytes)) return false;
   const std::string builtBin = installation.serverBin;
   const std::string builtData = installation.dataDir;
   std::istringstream lines(std::string(bytes.begin(), bytes.end()));

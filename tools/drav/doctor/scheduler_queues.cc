@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr long kMaxPpdBytes = 4L << 20U;
+constexpr long kMaxFetchedPpdBytes = 4L << 20U;
 
 struct IppDeleter {
   void operator()(ipp_t* message) const { ippDelete(message); }
@@ -180,8 +180,8 @@ bool SchedulerQueues::readPpd(const std::string& queue, std::string& text, std::
     return false;
   }
   const long size = std::fseek(file.get(), 0, SEEK_END) == 0 ? std::ftell(file.get()) : -1;
-  if (size < 0 || size > kMaxPpdBytes || std::fseek(file.get(), 0, SEEK_SET) != 0) {
-    error = "its PPD is larger than " + std::to_string(kMaxPpdBytes) + " bytes";
+  if (size < 0 || size > kMaxFetchedPpdBytes || std::fseek(file.get(), 0, SEEK_SET) != 0) {
+    error = "its PPD is larger than " + std::to_string(kMaxFetchedPpdBytes) + " bytes";
     return false;
   }
   text.resize(static_cast<size_t>(size));

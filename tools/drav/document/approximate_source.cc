@@ -10,10 +10,9 @@
 #include "tools/drav/document/page_header.h"
 #include "tools/drav/draw/area_average.h"
 #include "tools/drav/io/child_process.h"
+#include "tools/drav/job/paper_scale.h"
 
 namespace {
-
-constexpr double kPointsPerInch = 72;
 
 struct PaperSize {
   uint32_t width = 0;  // dots

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr std::array kEndingSignals = {SIGINT, SIGTERM, SIGHUP};
-
 volatile std::sig_atomic_t gArrived = 0;  // number of the first signal
 
 extern "C" void noteSignal(int signalNumber) {

@@ -3,6 +3,12 @@
 #ifndef TOOLS_DRAV_IO_INTERRUPTION_H_
 #define TOOLS_DRAV_IO_INTERRUPTION_H_
 
+#include <array>
+#include <csignal>
+
+// The signals by which somebody ends a program that runs in a terminal.
+inline constexpr std::array kEndingSignals = {SIGINT, SIGTERM, SIGHUP};
+
 // While an Interruption lives, SIGINT, SIGTERM and SIGHUP do not end the program. They
 // set a flag and interrupt slow system calls, so that the program can end its child
 // processes and remove its scratch files. Its destructor gives the signals back and, when one has

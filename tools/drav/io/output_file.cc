@@ -12,11 +12,10 @@
 #include <utility>
 #include <vector>
 
+#include "tools/drav/io/interruption.h"
 #include "tools/drav/io/text.h"
 
 namespace {
-
-constexpr std::array kEndingSignals = {SIGINT, SIGTERM, SIGHUP};
 
 // Names of the files that a signal handler must remove. It changes only while signals
 // are held back, so that the handler finds it whole.

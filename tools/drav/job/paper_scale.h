@@ -15,6 +15,7 @@
 #include "tools/drav/job/job_stream.h"
 
 inline constexpr double kMillimetresPerInch = 25.4;
+inline constexpr double kPointsPerInch = 72;
 
 // All rates per inch, above 0.
 struct PaperScale {

@@ -16,11 +16,11 @@
 #include "tools/drav/driver/models.h"
 #include "tools/drav/io/scratch_folder.h"
 #include "tools/drav/io/text.h"
+#include "tools/drav/job/paper_scale.h"
 
 namespace {
 
 constexpr uint32_t kMaxRate = 9600;  // per inch
-constexpr double kPointsPerInch = 72.0;
 
 // A number that `text` begins with; `text` is then what follows it. 0 when there
 // is none or it is out of range.

@@ -10,10 +10,10 @@
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/png_writer.h"
 #include "tools/drav/io/text.h"
+#include "tools/drav/job/paper_scale.h"
 
 namespace {
 
-constexpr double kMillimetresPerInch = 25.4;
 constexpr uint64_t kMaxDotBytes = uint64_t{1} << 30U;  // of all pages together
 
 struct NumberedPage {

@@ -11,12 +11,12 @@
 #include "tools/drav/draw/drawing_file.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/text.h"
+#include "tools/drav/job/paper_scale.h"
 #include "tools/drav/sheet/busiest_part.h"
 #include "tools/drav/sheet/sheet_drawing.h"
 
 namespace {
 
-constexpr double kMillimetresPerInch = 25.4;
 constexpr double kPdfPointsPerUnit = 0.35;  // a sheet is about as wide as A4
 
 std::vector<uint8_t> levelsOf(const DotPage& dots) {

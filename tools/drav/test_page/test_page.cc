@@ -14,11 +14,10 @@
 #include "tools/drav/io/interruption.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/text.h"
+#include "tools/drav/job/paper_scale.h"
 #include "tools/drav/test_page/test_page_drawing.h"
 
 namespace {
-
-constexpr double kPointsPerInch = 72;
 
 // What is drawn, and where it goes.
 struct Finished {

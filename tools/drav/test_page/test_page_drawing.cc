@@ -7,11 +7,10 @@
 #include <cstdio>
 
 #include "tools/drav/document/page_header.h"
+#include "tools/drav/job/paper_scale.h"
 
 namespace {
 
-constexpr double kMillimetresPerInch = 25.4;
-constexpr double kPointsPerInch = 72;
 constexpr double kMostMillimetres = 600;  // of the page's length
 constexpr double kText = 2.3;             // letters, in millimetres
 constexpr double kTitle = 4;
