@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "filter/page_geometry.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+
+#include "printer/mono_pack.h"
 
 namespace {
 
@@ -26,6 +29,12 @@ uint64_t maxMediaLinePixels(double maxMediaWidth, const cups_page_header2_t& hea
 uint64_t skippedRightPixels(uint64_t maxLinePixels, const cups_page_header2_t& header) {
   if (maxLinePixels == 0 || header.cupsBytesPerLine <= maxLinePixels) return 0;
   return header.cupsBytesPerLine - maxLinePixels;
+}
+
+uint32_t printedColumns(uint64_t skippedPixels, const cups_page_header2_t& header) {
+  const size_t imageRow = (size_t{header.cupsWidth} + 3) / 4 * 4;
+  const size_t packed = packedRowPixels(imageRow, static_cast<unsigned long>(skippedPixels));
+  return static_cast<uint32_t>(std::min<size_t>(header.cupsWidth, packed));
 }
 
 uint32_t pageBytes(const cups_page_header2_t& header) {

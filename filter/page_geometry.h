@@ -15,6 +15,9 @@ uint64_t maxMediaLinePixels(double maxMediaWidth, const cups_page_header2_t& hea
 // Pixels at the right of each row that lie beyond `maxLinePixels`; 0 without a limit.
 uint64_t skippedRightPixels(uint64_t maxLinePixels, const cups_page_header2_t& header);
 
+// Columns of the page's picture that print, with those pixels left out of its rows.
+uint32_t printedColumns(uint64_t skippedPixels, const cups_page_header2_t& header);
+
 // Bytes of the page, a 32-bit product.
 uint32_t pageBytes(const cups_page_header2_t& header);
 

@@ -98,15 +98,25 @@ Outcome PrintJob::printPage(const uint8_t* pixels) {
   return checkOutput() ? Outcome::proceed : Outcome::failed;
 }
 
+// The columns that do not print are those at the right end of the printed row, wherever
+// the options put the drawing's.
+void PrintJob::reportLostSide(uint64_t skippedPixels) const {
+  const uint32_t lost = header_.cupsWidth - printedColumns(skippedPixels, header_);
+  if (lost == 0 || (!settings_.stencilMirror && !settings_.halfTurn)) return;
+  dravLogCommon(kLogDebug, "The %s %u columns of the drawing lie beyond the head",
+                settings_.stencilMirror != settings_.halfTurn ? "left" : "right", lost);
+}
+
 void PrintJob::configurePrinter() {
   const uint64_t maxLinePixels = maxMediaLinePixels(settings_.maxMediaWidth, header_);
   dravLogCommon(kLogDebug, "Calc skip pixels : maxMediaLinePixels(%u), cupsBytesPerLine(%u)",
                 static_cast<unsigned>(maxLinePixels), header_.cupsBytesPerLine);
+  const uint64_t skippedPixels = skippedRightPixels(maxLinePixels, header_);
+  reportLostSide(skippedPixels);
   printer_->setPageHeader(&header_);
   printer_->setRemoveBlankEdges(kMeasureBothEdges);
   printer_->setHalftoneType(settings_.halftoneType);
-  printer_->setSkipRightPixels(
-      static_cast<unsigned long>(skippedRightPixels(maxLinePixels, header_)));
+  printer_->setSkipRightPixels(static_cast<unsigned long>(skippedPixels));
   printer_->setBrightness(settings_.brightness);
 
   printer_->setMirrorPrint(settings_.stencilMirror);

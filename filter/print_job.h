@@ -52,6 +52,7 @@ class PrintJob {
   void openRecord();
   void warnOfColorSpace();
   void configurePrinter();
+  void reportLostSide(uint64_t skippedPixels) const;
   bool cancelled() const { return environment_.cancelRequested(); }
   bool checkOutput();
   void checkRecord();

@@ -50,6 +50,19 @@ async function closeQuietly(proof, page) {
   await proof.page.context().close();
 }
 
+// Sets the switches of the page; those that are not named are off.
+async function setWay(proof, ...ids) {
+  for (const id of ["mirrored", "half-turn", "inverted"])
+    await proof.page.locator(`#${id}`).setChecked(ids.includes(id));
+  await proof.settled();
+}
+
+async function checkFigures(proof, dots) {
+  assert.equal(await textOf(proof, "#coverage"), dots.share());
+  const { from, to } = dots.heaviestBand();
+  assert.equal(await textOf(proof, "#heaviest"), dots.share(from, to));
+}
+
 async function choose(proof, halftone) {
   await proof.page.locator(`#halftones input[value="${halftone}"]`).check();
   await proof.settled();
@@ -71,7 +84,7 @@ describe("a large page on a desktop", () => {
     const millimetres = (row) => (row * 25.4 / 300).toFixed(1);
     assert.equal(await textOf(proof, "#heaviest-place"),
       `${millimetres(from)} to ${millimetres(to)} mm from the top, ${to - from} rows`);
-    assert.match(await textOf(proof, "#size"), /2400 × 1500 dots at 300 dpi\. .* cuts 6\.7 mm/);
+    assert.match(await textOf(proof, "#size"), /2400 × 1500 dots at 300 dpi\. .*: the right 6\.9 mm of the drawing/);
   });
 
   test("fits the page into the view", async () => {
@@ -166,6 +179,64 @@ describe("a large page on a desktop", () => {
     assert.equal(await textOf(proof, "#coverage"), tattoo.share());
   });
 
+  test("mirrored and turned it shows the dots of the filter, and the side that is lost", async () => {
+    for (const [ids, options, side] of [
+      [["mirrored"], "StencilMirror=True", "left"], [["half-turn"], "HalfTurn=True", "left"],
+      [["mirrored", "half-turn"], "StencilMirror=True HalfTurn=True", "right"],
+      [["inverted"], "InvertPage=True", "right"],
+      [["inverted", "mirrored"], "InvertPage=True StencilMirror=True", "left"]]) {
+      await setWay(proof, ...ids);
+      const dots = dotsOf(page, page.ways[options]);
+      await checkFigures(proof, dots);
+      assert.match(await textOf(proof, "#size"), new RegExp(`the ${side} 6\\.9 mm of the drawing`));
+      for (const option of options.split(" "))
+        assert.match(await textOf(proof, "#prints-with"), new RegExp(`-o ${option}( |$)`));
+      await proof.keys("#page", "0", "8");
+      await proof.compareDots(dots, 5000);
+      // The last columns of a row do not print, so they stay bare.
+      await proof.keys("#page", "0", ...Array(4).fill("ArrowRight"), "8");
+      await proof.keys("#page", ...Array(6).fill("ArrowLeft"));
+      await proof.compareDots(dots, 2000);
+    }
+    await setWay(proof);
+    await proof.keys("#page", "0", "8");
+    await proof.compareDots(tattoo, 5000);
+  });
+
+  test("every halftone is inverted as the filter does it", async () => {
+    for (const halftone of ["Ordered", "Tattoo_X8"]) {
+      await choose(proof, halftone);
+      await setWay(proof, "inverted");
+      const dots = dotsOf(page, page.ways[`InvertPage=True HalftoneType=${halftone}`]);
+      await checkFigures(proof, dots);
+      await proof.compareDots(dots, 5000);
+    }
+    await setWay(proof);
+    await choose(proof, "Tattoo");
+  });
+
+  test("other ways round are there for the job's halftone alone, and it says why", async () => {
+    await choose(proof, "Burkes");
+    assert.ok(await proof.page.locator("#mirrored").isDisabled());
+    assert.ok(await proof.page.locator("#half-turn").isDisabled());
+    assert.ok(await proof.page.locator("#inverted").isEnabled());
+    assert.match(await textOf(proof, "#switch-note"), /for “Tattoo stencil” at “Normal” only/);
+    await proof.page.locator("#switch-note").scrollIntoViewIfNeeded();
+    await proof.page.screenshot({ path: shotPath("desktop-stuck") });
+    await proof.page.locator("#switch-note button").click();
+    await proof.settled();
+    assert.ok(await proof.page.locator("#switch-note").isHidden());
+    await setWay(proof, "mirrored");
+    assert.equal(await proof.page.locator("#halftones input:not(:disabled)").count(), 1);
+    assert.match(await textOf(proof, "#halftone-note"), /only with the page the way it was drawn/);
+    assert.match(await textOf(proof, "#halftone-note"), /-o StencilMirror=True/);
+    await proof.page.screenshot({ path: shotPath("desktop-mirrored") });
+    await proof.page.locator("#halftone-note button").click();
+    await proof.settled();
+    assert.ok(!await proof.page.locator("#mirrored").isChecked());
+    assert.equal(await proof.page.locator("#halftones input:not(:disabled)").count(), 10);
+  });
+
   test("the heaviest band is shown on demand", async () => {
     await proof.page.locator("#show-heaviest").click();
     await proof.settled();
@@ -205,7 +276,7 @@ describe("a small page by mouse and keys", () => {
     }
     assert.deepEqual(reached, ["zoom-out", "zoom-in", "zoom-fit", "zoom-width", "zoom-one",
       "zoom-dots", "page", "divider", "show-heaviest", "halftone", "lighter", "brightness",
-      "darker"]);
+      "darker", "mirrored", "half-turn", "inverted"]);
   });
 
   test("holds every combination", async () => {
@@ -246,6 +317,26 @@ describe("a small page by mouse and keys", () => {
       { left: divide + 30, top: 50 }, 1);
     assert.ok(before > 1500 && after > 1500, `${before} and ${after} dots`);
   }
+
+  test("the page before lies as its dots do", async () => {
+    const { inkWidth: width, rows } = page;
+    const lies = { "mirrored": (x, y) => [width - 1 - x, y], "half-turn": (x, y) =>
+      [width - 1 - x, rows - 1 - y], "mirrored half-turn": (x, y) => [x, rows - 1 - y] };
+    await proof.keys("#divider", "End");
+    const box = await proof.page.locator("#page").boundingBox();
+    for (const [ids, place] of Object.entries(lies)) {
+      await setWay(proof, ...ids.split(" "));
+      await proof.keys("#page", "0", "8");
+      const before = await proof.compare((x, y) => {
+        const [inkX, inkY] = place(x, y);
+        return 255 - ink[inkY * width + inkX];
+      }, { width, rows }, { left: 60, top: 50, right: Math.round(box.width) - 30 });
+      assert.ok(before > 5000, `${before} pixels`);
+    }
+    await setWay(proof);
+    await proof.keys("#divider", "Home", ...Array(5).fill("PageUp"));
+    await proof.keys("#page", "0", "8");
+  });
 
   test("the mouse drags the page, and the wheel zooms where it is", async () => {
     const from = await proof.view();
@@ -409,12 +500,62 @@ describe("a phone, by touch, in the dark", () => {
   });
 
   test("buttons are large enough for fingers", async () => {
-    const boxes = await proof.page.locator("button:visible:not(.link), select, #halftones label").evaluateAll(
+    const boxes = await proof.page.locator("button:visible:not(.link), select, label.choice").evaluateAll(
       (list) => list.map((one) => [one.id || one.className, one.getBoundingClientRect().height]));
     for (const [name, height] of boxes) assert.ok(height >= 38, `${name}: ${height}`);
   });
 
+  test("a tap mirrors the page", async () => {
+    await proof.page.locator("label", { hasText: "Mirrored" }).tap();
+    await proof.settled();
+    await proof.page.locator("#mirrored").scrollIntoViewIfNeeded();
+    await proof.page.screenshot({ path: shotPath("phone-switches") });
+    await proof.page.evaluate(() => window.scrollTo(0, 0));
+    await proof.keys("#divider", "Home");
+    await proof.compareDots(dotsOf(page, page.ways["StencilMirror=True"]), 3000);
+  });
+
   test("says nothing on the console and asks for nothing", () => closeQuietly(proof, page));
+});
+
+describe("a trimmed job that is mirrored and inverted", () => {
+  const page = config.trimmed;
+  const asked = dotsOf(page, page.asked);
+  let proof;
+  before(async () => { proof = await openProof(page, DESKTOP); });
+
+  test("opens as it was asked for, at its place on the page", async () => {
+    for (const [id, on] of [["mirrored", true], ["half-turn", false], ["inverted", true]])
+      assert.equal(await proof.page.locator(`#${id}`).isChecked(), on, id);
+    await checkFigures(proof, asked);
+    const millimetres = (rows) => `${(rows * 25.4 / 300).toFixed(1)} mm`;
+    assert.equal(await textOf(proof, "#paper-length"), millimetres(page.rows));
+    assert.equal(await textOf(proof, "#paper-saved"),
+      `${millimetres(page.pageRows - page.rows)} of blank paper left out`);
+    await proof.keys("#divider", "Home");
+    await proof.keys("#page", "8");
+    await proof.compareDots(asked, 3000, page.from);
+    await proof.page.screenshot({ path: shotPath("trimmed") });
+  });
+
+  test("shows the page as drawn too", async () => {
+    await setWay(proof);
+    await proof.compareDots(dotsOf(page, page.plain), 3000, page.from);
+    await checkFigures(proof, dotsOf(page, page.plain));
+  });
+
+  test("says nothing on the console and asks for nothing", () => closeQuietly(proof, page));
+});
+
+test("a page without ink is not inverted", async () => {
+  const page = config.blank;
+  const proof = await openProof(page, DESKTOP);
+  assert.ok(await proof.page.locator("#inverted").isChecked());
+  await proof.keys("#divider", "Home");
+  await proof.keys("#page", "8");
+  await proof.compareDots(dotsOf(page, page.asked), 3000);
+  assert.equal(await textOf(proof, "#heaviest"), "no ink at all");
+  await closeQuietly(proof, page);
 });
 
 test("a desktop in the dark", async () => {

@@ -29,6 +29,9 @@ import pictures  # noqa: E402
 from ppd_text import HALFTONES  # noqa: E402
 
 BRIGHTNESSES = ("-20", "10")
+WAYS = ("StencilMirror=True", "HalfTurn=True", "StencilMirror=True HalfTurn=True",
+        "InvertPage=True", "InvertPage=True StencilMirror=True",
+        "InvertPage=True HalftoneType=Ordered", "InvertPage=True HalftoneType=Tattoo_X8")
 NO_NETWORK = ("ENOTFOUND", "EAI_AGAIN", "ECONNREFUSED", "ECONNRESET", "ETIMEDOUT", "ENETUNREACH",
               "EHOSTUNREACH", "ERR_SOCKET_TIMEOUT", "ENOTCACHED")
 
@@ -107,9 +110,10 @@ class Maker:
     def proof(self, *arguments: str) -> None:
         subprocess.run([self.drav, "proof", *arguments, "--quiet"], check=True, timeout=120)
 
-    def dots(self, path: pathlib.Path, option: str) -> str:
-        png = path.with_name(f"{path.stem} {option}.png")
-        self.proof(str(path), "-o", option, "-O", str(png))
+    def dots(self, path: pathlib.Path, options: str) -> str:
+        png = path.with_name(f"{path.stem} {options}.png")
+        given = [part for option in options.split() for part in ("-o", option)]
+        self.proof(str(path), *given, "-O", str(png))
         out = png.with_suffix(".dots")
         out.write_bytes(b"".join(pictures.read_png(png.read_bytes()).dots()))
         return str(out)
@@ -126,10 +130,37 @@ class Maker:
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
             halftones = pool.map(lambda one: self.dots(path, f"HalftoneType={one}"), HALFTONES)
             brightnesses = pool.map(lambda one: self.dots(path, f"Brightness={one}"), BRIGHTNESSES)
+            ways = pool.map(lambda one: self.dots(path, one), WAYS)
             return {"html": str(self.folder / f"{name}.html"), "width": dots.width,
                     "rows": dots.height, "ink": str(ink), "inkWidth": width,
                     "halftones": dict(zip(HALFTONES, halftones)),
-                    "brightnesses": dict(zip(BRIGHTNESSES, brightnesses))}
+                    "brightnesses": dict(zip(BRIGHTNESSES, brightnesses)),
+                    "ways": dict(zip(WAYS, ways))}
+
+    def trimmed(self) -> dict:
+        """A small page between blank rows, as a job with all these options asks for it."""
+        above, below = 40, 70
+        rows = balls(300, 150, 2)
+        path = self.folder / "trimmed.ras"
+        blank = [bytes(300)]
+        page = cups_raster.grey(blank * above + rows + blank * below, HWResolution=(300, 300))
+        path.write_bytes(cups_raster.stream([page]))
+        options = "StencilMirror=True InvertPage=True TrimPaper=Both"
+        html = self.folder / "trimmed.html"
+        given = [part for option in options.split() for part in ("-o", option)]
+        self.proof(str(path), *given, "--html", str(html))
+        asked, plain = self.dots(path, options), self.dots(path, "TrimPaper=Both")
+        return {"html": str(html), "width": 304, "rows": len(pathlib.Path(asked).read_bytes()) // 38,
+                "pageRows": above + len(rows) + below, "from": above, "asked": asked,
+                "plain": plain}
+
+    def blank(self) -> dict:
+        """A page without ink, which inverting leaves as it is."""
+        path = self.folder / "blank.ras"
+        path.write_bytes(cups_raster.stream([cups_raster.grey([bytes(300)] * 200)]))
+        self.proof(str(path), "-o", "InvertPage=True", "--html", str(self.folder / "blank.html"))
+        return {"html": str(self.folder / "blank.html"), "width": 304, "rows": 200,
+                "asked": self.dots(path, "InvertPage=True")}
 
 
 def main() -> None:
@@ -143,7 +174,8 @@ def main() -> None:
         # The large one holds the combinations next to the job's, the small one all.
         config = {"chromium": programs["chromium"], "folder": str(folder),
                   "large": maker.page("large", 2479, 1500, 4),
-                  "small": maker.page("a <!--<script> & 'c'", 300, 260, 2)}
+                  "small": maker.page("a <!--<script> & 'c'", 300, 260, 2),
+                  "trimmed": maker.trimmed(), "blank": maker.blank()}
         path = pathlib.Path(scratch) / "config.json"
         path.write_text(json.dumps(config))
         done = subprocess.run([programs["node"], HERE / "proof_page.mjs", path], timeout=250,

@@ -176,6 +176,19 @@ class SystemCallsTest(FilterCase):
         self.assertEqual(new, {pathlib.Path(path).name for path in stored
                                if path.startswith(str(self.folder))})
 
+    def test_without_pictures_no_file_is_opened_for_writing(self) -> None:
+        ppd = ppd_text.ppd_text({"HalftoneType": "Stucki", "KeepPictures": ("False", "True")})
+        calls = self.trace(ppd, named=False)
+        self.assert_no_others(calls)
+        reads, writes = self.opened(calls)
+        self.assertEqual(writes, [])
+        self.assert_written(calls, [])
+        self.assertEqual([path for path in reads if not READABLE.fullmatch(path)],
+                         [str(self.folder / "printer.ppd")])
+        # Not even looked at: no call names the spool.
+        self.assertEqual([call for call in calls if str(SPOOL) in call.arguments
+                          and call.name != "execve"], [])
+
     def test_raster_on_standard_input(self) -> None:
         self.assert_held("Stucki", named=False, records=False)
 

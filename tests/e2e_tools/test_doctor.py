@@ -434,6 +434,23 @@ class PpdTest(DoctorCase):
                 self.assert_found(level, "queue stencil chain", text, self.NEW)
                 self.root.ppd.write_bytes(whole)
 
+    def test_receipts_that_are_as_long_as_their_paper(self):
+        """A note and no finding; none for a queue that trims, nor for stencils."""
+        self.assertNotIn("note", self.assert_healthy())
+        note = ("note  queue stencil paper: each receipt is as long as its paper, and the blank rest "
+                "prints too; TrimPaper=End stops after the last line\n"
+                "      tip: sudo lpadmin -p stencil -o TrimPaper=End\n")
+        for model in ("dravr582", "dravr802", "dravr803"):
+            ppd = pathlib.Path(ARGUMENTS.ppd).with_name(f"{model}.ppd")
+            self.root.ppd.write_bytes(ppd.read_bytes())
+            report = self.assert_healthy()
+            self.assertIn(note, report)
+            self.assertRegex(report, r"0 failures, 0 warnings, \d+ ok, 1 not checked, 1 note\n\Z")
+            for choice in ("End", "Both"):
+                self.root.ppd.write_bytes(ppd.read_bytes())
+                self.root.edit_ppd("*DefaultTrimPaper: None", f"*DefaultTrimPaper: {choice}")
+                self.assertNotIn("note", self.assert_healthy())
+
     def test_margins(self):
         text = self.root.ppd.read_text(encoding="latin-1")
         text = re.sub(r'(\*ImageableArea A4[^:]*: )"0 0 ', r'\1"5 5 ', text)

@@ -119,6 +119,30 @@ class InspectFilterTest(FilterCase):
         of_job = self.inspect(outcome.stdout)["totals"]["coveragePercent"]
         self.assertEqual(document["totals"]["coveragePercent"], of_job)
 
+    def test_paper_that_trimming_saved(self) -> None:
+        """The pages of a trimmed job against the paper that they were made for."""
+        dots, blank = b"\xff" + bytes(202), bytes(203)
+        pages = [cups_raster.grey([blank] * above + [dots] * 50 + [blank] * (1548 - above),
+                                  HWResolution=(203, 203)) for above in (30, 0, 200)]
+        ppd = ppd_text.ppd_text({"TrimPaper": ("None", "End", "Both"), "HalftoneType": "None"})
+        for trim, rows in (("None", (1598, 1598, 1598)), ("End", (80, 64, 250)),
+                           ("Both", (64, 64, 64))):
+            stream = self.run_pages(*pages, ppd=ppd, options=f"TrimPaper={trim}").stdout
+            document = self.inspect(stream, "--model", "dravr582", "--paper", "X48MMY200MM")
+            self.assertEqual([page["rows"] for page in document["pages"]], list(rows))
+            saved = [(1598 - one) * 25.4 / 203 for one in rows]
+            for page, wanted in zip(document["pages"], saved, strict=True):
+                self.assertAlmostEqual(page["savedMm"], wanted, places=3)
+            self.assertAlmostEqual(document["totals"]["savedMm"], sum(saved), places=3)
+            self.assertEqual(document["printer"]["paper"], "X48MMY200MM")
+            text = subprocess.run(
+                [DRAV, "inspect", "--model", "dravr582", "--paper", "X48MMY200MM", "-"],
+                input=stream, capture_output=True, timeout=60, check=True).stdout.decode()
+            end = "3 of 3 pages are shorter than" if sum(saved) else "no page is shorter than"
+            self.assertIn(f"  saved     {sum(saved):.1f} mm: {end} X48MMY200MM (200.0 mm)\n", text)
+        self.assertIsNone(self.inspect(stream)["totals"]["savedMm"])
+        self.assertIsNone(self.inspect(stream, "--model", "dravr582")["pages"][0]["savedMm"])
+
     def test_a_page_that_comes_out_black_is_heavy(self) -> None:
         stream = self.print_pages(cups_raster.grey([b"\xff" * 400] * 384), HalftoneType="None")
         document = self.inspect(stream, status=1)

@@ -98,6 +98,86 @@ class RasterTest(DravCase):
             self.assert_same_dots(self.proof(path, *given),
                                   filter_pages(raster, " ".join(options)))
 
+    def test_options_of_the_page(self):
+        rows = [bytes(2479)] * 30 + grey_rows(2479, 150) + [bytes(2479)] * 70
+        sheet = cups_raster.grey(rows, HWResolution=(300, 300), cupsPageSizeName="A4")
+        framed = cups_raster.grey([row[:1240] for row in rows] * 7, HWResolution=(300, 300),
+                                  cupsPageSizeName="Tattoo_A6")
+        seen = set()
+        for page, options in ((sheet, "StencilMirror=True"), (sheet, "HalfTurn=True"),
+                              (sheet, "StencilMirror=True HalfTurn=True"),
+                              (sheet, "InvertPage=True"), (sheet, "Contrast=30"),
+                              (sheet, "TrimPaper=End"), (sheet, "TrimPaper=Both"),
+                              (framed, "PaperFrame=0"), (framed, "PaperFrame=2"), (sheet, ""),
+                              (sheet, "HalfTurn=True InvertPage=True TrimPaper=End Contrast=10")):
+            raster = cups_raster.stream([page])
+            path = self.write("page.ras", raster)
+            expected = filter_pages(raster, options)
+            given = [part for option in options.split() for part in ("-o", option)]
+            with self.subTest(options):
+                self.assert_same_dots(self.proof(path, *given), expected)
+            seen.add(b"".join(expected[0]))
+        self.assertEqual(len(seen), 11, "two options made the same picture")
+
+    def note_of(self, page, *options):
+        path = self.write("page.ras", cups_raster.stream([page, page]))
+        given = [part for option in options for part in ("-o", option)]
+        done = self.run_well("proof", path, *given, "-O", self.out / "a.png")
+        note = done.stderr.decode()
+        self.assertRegex(note, r"\A(drav: note: [^\n]+\n)?\Z")
+        return note
+
+    def test_notes_of_the_page(self):
+        """Each once, for both pages."""
+        wide = {"HWResolution": (300, 300)}
+        left = cups_raster.grey([b"\xff" * 70 + bytes(2409)] * 9, **wide)
+        right = cups_raster.grey([bytes(2409) + b"\xff" * 70] * 9, **wide)
+        for page, options, side in (
+                (left, (), ""), (right, (), "right"), (left, ("StencilMirror=True",), "left"),
+                (right, ("StencilMirror=True",), ""), (left, ("HalfTurn=True",), "left"),
+                (right, ("StencilMirror=True", "HalfTurn=True"), "right"),
+                (left, ("StencilMirror=True", "HalfTurn=True"), "")):
+            note = self.note_of(page, *options)
+            self.assertEqual(bool(note), bool(side), (side, options))
+            if side:
+                self.assertIn(f"wider than the print head: the {side} 6.9 mm of the drawing do",
+                              note)
+        self.assertIn("InvertPage prints large black areas", self.note_of(left, "InvertPage=True"))
+        self.assertIn("the page prints without it", self.note_of(
+            cups_raster.grey([bytes(1240)] * 9, cupsPageSizeName="Tattoo_A6"), "PaperFrame=3"))
+
+    def test_the_queues_own_choices_are_named(self):
+        text = pathlib.Path(drav_case.PPD).read_text("utf-8")
+        for option, choice in (("StencilMirror", "True"), ("Contrast", "20"), ("TrimPaper", "End")):
+            text, count = re.subn(rf"(?m)^\*Default{option}: .*$", f"*Default{option}: {choice}", text)
+            self.assertEqual(count, 1)
+        ppd = self.write("queue.ppd", text.encode())
+        page = self.write("page.ras", cups_raster.stream([cups_raster.grey(grey_rows(300, 60))]))
+        self.run_well("proof", page, "--ppd", ppd, "-O", self.out / "a.png")
+        self.assertEqual(read_png((self.out / "a.png").read_bytes()).texts()["Drav-Options"],
+                         "PageSize=A4 HalftoneType=Tattoo Brightness=0 StencilMirror=True "
+                         "Contrast=20 TrimPaper=End")
+
+    def test_trimmed_pages(self):
+        rows = [bytes(80)] * 100 + [b"\xff" * 80] * 150 + [bytes(80)] * 50
+        blank = [bytes(80)] * 300
+        pages = [cups_raster.grey(one, HWResolution=(300, 300)) for one in (rows, blank, rows)]
+        raster = cups_raster.stream(pages)
+        path = self.write("job.ras", raster)
+        done = self.run_well("proof", path, "-o", "TrimPaper=Both", "-O", self.out / "a.png")
+        self.assertEqual(done.stdout.decode().splitlines(), [
+            f"{self.out}/a-{number}.png: 80 x 150 dots, 6.8 x 12.7 mm, 12.7 mm of paper saved, "
+            "100.0 % black, exact" for number in (1, 3)])
+        self.assertEqual(done.stderr.decode(), "drav: note: page 2 has no ink, so TrimPaper leaves "
+                         "nothing of it to print, and there is no picture of it\n")
+        drawn = [read_png((self.out / f"a-{number}.png").read_bytes()).dots() for number in (1, 3)]
+        self.assert_same_dots(drawn, [page for page in filter_pages(raster, "TrimPaper=Both") if page])
+        for name in list(self.out.iterdir()):
+            name.unlink()
+        done = self.run_drav("proof", self.write("blank.ras", cups_raster.stream(pages[1:2])),
+                             "-o", "TrimPaper=End", "-O", self.out / "b.png")
+        self.assert_failed(done, "blank.ras: has no ink, so TrimPaper leaves nothing to print")
+
     def test_every_version_and_byte_order(self):
         page = cups_raster.grey(grey_rows(300, 60))
         expected = filter_pages(cups_raster.stream([page]))
@@ -233,6 +313,22 @@ class DocumentTest(DravCase):
         self.assertIn(b"drav: note: CUPS's picture converter takes the job's Brightness",
                       done.stderr)
 
+    def test_two_mirrors_cancel(self):
+        """That of CUPS's converters and our own: the drawing is as it was, and a note says so."""
+        content = make_pdf([b"0 g 10 10 50 50 re f 20 100 5 400 re f"])
+        plain = inked_part(self.check("plain.pdf", content)[0])
+        for options, mirrored in (((SMALL, "mirror=true"), True), ((SMALL, "StencilMirror=True"), True),
+                                  ((SMALL, "mirror=true", "StencilMirror=True"), False)):
+            left, top, right, bottom = inked_part(self.check("a.pdf", content, options=options)[0])
+            if mirrored:
+                left, right = 944 - right, 944 - left
+            for found, wanted in zip((left, top, right, bottom), plain, strict=True):
+                self.assertLessEqual(abs(found - wanted), 1, options)
+            given = [part for option in options for part in ("-o", option)]
+            done = self.run_well("proof", self.folder / "a.pdf", *given, "-O", self.out / "a.png",
+                                 env=slow_unwinder())
+            self.assertEqual(b"mirror and StencilMirror cancel each other" in done.stderr, not mirrored)
+
     def test_pictures_of_unusual_kinds(self):
         palette = bytes(value for i in range(256) for value in (i, 255 - i, 40))
         wide = [b"".join(struct.pack(">H", value * 257) for value in row) for row in slope(60, 90)]
@@ -245,7 +341,8 @@ class DocumentTest(DravCase):
                                          tRNS=bytes(range(256))))
         self.check("inks.jpg", CMYK_JPEG)
         self.check("photo.jpg", photo(6))
-        done = self.run_well("proof", self.write("photo.jpg", photo(6)), "-O", self.out / "p.png")
+        done = self.run_well("proof", self.write("photo.jpg", photo(6)), "-o", SMALL, "-O",
+                             self.out / "p.png")
         self.assertRegex(done.stderr, rb"\Adrav: note: the camera was held sideways [^\n]+\n\Z")
 
     def test_encryption_without_a_password(self):

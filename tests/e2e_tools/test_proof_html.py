@@ -23,6 +23,7 @@ from pictures import make_pgm, read_png
 import cups_raster
 
 BRIGHTNESSES = [str(step) for step in (*range(-40, 1, 5), 2, 5, 10, 15)]
+WAYS = [(mirrored, half_turn) for mirrored in (False, True) for half_turn in (False, True)]
 BAND_ROWS = 96
 
 
@@ -74,6 +75,14 @@ def dots_of(address):
     return read_png(base64.b64decode(text, validate=True)).dots()
 
 
+def way_of(proof):
+    return proof["mirrored"], proof["halfTurn"]
+
+
+def way_options(mirrored, half_turn):
+    return f"StencilMirror={mirrored} HalfTurn={half_turn}"
+
+
 def black_in(rows):
     return int.from_bytes(b"".join(rows), "big").bit_count()
 
@@ -91,7 +100,6 @@ class HtmlTest(DravCase):
         _, data = self.make(rows)
         self.assertEqual(sorted(one["name"] for one in data["halftones"]), sorted(HALFTONES))
         self.assertEqual([one["name"] for one in data["brightnesses"]], BRIGHTNESSES)
-        self.assertEqual(len(data["proofs"]), len(HALFTONES) * len(BRIGHTNESSES))
         raster = cups_raster.stream([cups_raster.grey(rows)])
         seen = set()
         for proof in data["proofs"]:
@@ -99,11 +107,67 @@ class HtmlTest(DravCase):
             brightness = data["brightnesses"][proof["brightness"]]["name"]
             dots = dots_of(proof["png"])
             with self.subTest(halftone=halftone, brightness=brightness):
-                options = f"HalftoneType={halftone} Brightness={brightness}"
+                options = (f"HalftoneType={halftone} Brightness={brightness} "
+                           f"{way_options(*way_of(proof))}")
                 self.assert_same_dots([dots], filter_pages(raster, options))
                 self.check_figures(proof, dots)
-            seen.add((halftone, brightness))
+                if brightness == "0":
+                    (inverted,) = filter_pages(raster, options + " InvertPage=True")
+                    self.check_figures(proof["inverted"], inverted)
+            seen.add((halftone, brightness, *way_of(proof)))
+        wanted = {(halftone, brightness, False, False) for halftone in HALFTONES
+                  for brightness in BRIGHTNESSES} | {("Tattoo", "0", *way) for way in WAYS}
+        self.assertEqual(seen, wanted)
         self.assertEqual(len(seen), len(data["proofs"]))
+        self.assertEqual(data["switches"], {"mirrored": True, "halfTurn": True, "inverted": True})
+
+    def test_the_way_round_that_was_asked_for_has_all_halftones(self):
+        rows = grey_rows(300, 100)
+        _, data = self.make(rows, "-o", "HalfTurn=True", "-o", "InvertPage=True", "-o",
+                            "HalftoneType=Stucki")
+        self.assertEqual(data["jobsWay"], {"mirrored": False, "halfTurn": True, "inverted": True})
+        asked = [one for one in data["proofs"] if way_of(one) == (False, True)]
+        self.assertEqual(len(asked), len(HALFTONES) * len(BRIGHTNESSES))
+        others = {way_of(one): data["halftones"][one["halftone"]]["name"]
+                  for one in data["proofs"] if one not in asked}
+        self.assertEqual(others, {way: "Stucki" for way in WAYS if way != (False, True)})
+        # The browser inverts, so the pictures have the dots as drawn.
+        raster = cups_raster.stream([cups_raster.grey(rows)])
+        for proof in data["proofs"]:
+            if data["brightnesses"][proof["brightness"]]["name"] == "0":
+                halftone = data["halftones"][proof["halftone"]]["name"]
+                options = f"HalftoneType={halftone} {way_options(*way_of(proof))}"
+                self.assert_same_dots([dots_of(proof["png"])], filter_pages(raster, options))
+
+    def test_trimmed_pages_tell_their_rows(self):
+        rows = [bytes(300)] * 60 + grey_rows(300, 200) + [bytes(300)] * 140
+        _, data = self.make(rows, "-o", "TrimPaper=Both")
+        self.assertEqual((data["page"]["rows"], data["original"]["rows"]), (400, 400))
+        raster = (self.folder / "page.ras").read_bytes()
+        for proof in data["proofs"]:
+            if proof["brightness"] != data["job"]["brightness"]:
+                continue
+            options = (f"HalftoneType={data['halftones'][proof['halftone']]['name']} "
+                       f"{way_options(*way_of(proof))}")
+            (whole,) = filter_pages(raster, options)
+            inked = [y for y, row in enumerate(whole) if any(row)]
+            self.assertEqual((proof["row"], proof["rows"]),
+                             (inked[0], inked[-1] + 1 - inked[0]), options)
+            self.assert_same_dots([dots_of(proof["png"])], [whole[inked[0]:inked[-1] + 1]])
+        _, data = self.make([bytes(300)] * 400, "-o", "TrimPaper=End")
+        blank = data["proofs"][0]
+        self.assertEqual((blank["rows"], blank["png"], blank["black"]), (0, "", 0))
+
+    def test_a_framed_page_is_inverted_by_the_filter_alone(self):
+        sheet = {"HWResolution": (300, 300), "cupsPageSizeName": "Tattoo_A6"}
+        rows = [bytes(1240)] * 800 + [b"\xff" * 300 + bytes(940)] * 100 + [bytes(1240)] * 848
+        options = ("-o", "PaperFrame=2", "-o", "InvertPage=True", "-o", "PageSize=Tattoo_A6")
+        _, data = self.make(rows, *options, **sheet)
+        self.assertEqual((data["switches"]["inverted"], data["jobsWay"]["inverted"]),
+                         (False, False))
+        self.assertIn("PaperFrame cannot be switched", " ".join(data["notes"]))
+        self.assert_same_dots([dots_of(data["proofs"][0]["png"])],
+                              self.proof(self.folder / "page.ras", *options))
 
     def check_figures(self, proof, dots):
         self.assertEqual(proof["black"], black_in(dots))
@@ -145,11 +209,23 @@ class HtmlTest(DravCase):
         noise = random.Random(7)
         rows = [noise.randbytes(2400) for _ in range(2000)]
         _, data = self.make(rows)
-        self.assertLess((self.out / "a.html").stat().st_size, 15_000_000)
-        held = [(one["halftone"], one["brightness"]) for one in data["proofs"]]
+        asked = [one for one in data["proofs"] if way_of(one) == (False, False)]
+        others = sum(len(one["png"]) for one in data["proofs"] if one not in asked)
+        self.assertLess((self.out / "a.html").stat().st_size - others, 15_000_000)
+        held = [(one["halftone"], one["brightness"]) for one in asked]
         self.assertEqual(held[0], tuple(data["job"].values()))
         self.assertTrue(10 <= len(held) < 22, len(held))
         self.assertGreater(data["original"]["shrink"], 1)
+
+    def test_dense_photo_on_a4(self):
+        noise = random.Random(7)
+        rows = [noise.randbytes(2480) for _ in range(3508)]
+        _, data = self.make(rows, HWResolution=(300, 300))
+        self.assertLess((self.out / "a.html").stat().st_size, 25_000_000)
+        held = {(one["halftone"], one["brightness"], *way_of(one)) for one in data["proofs"]}
+        halftone, brightness = data["job"].values()
+        self.assertLessEqual({(i, brightness, False, False) for i in range(len(HALFTONES))} |
+                             {(halftone, brightness, *way) for way in WAYS}, held)
 
     def test_page_before(self):
         rows = grey_rows(301, 40)

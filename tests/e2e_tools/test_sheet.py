@@ -211,6 +211,21 @@ class SheetTest(DravCase):
         self.assert_failed(self.run_drav("sheet", self.page, "-O", self.out / "no" / "s.pdf"),
                            "No such file")
 
+    def test_mirrored_turned_inverted_and_trimmed_dot_by_dot(self):
+        """The marked part is the busiest of the page as it lies on the paper."""
+        rows = [bytes(WIDTH)] * 200 + page_rows() + [bytes(WIDTH)] * 100
+        page = self.write("page.ras", cups_raster.stream([cups_raster.grey(rows)]))
+        options = ("-o", "StencilMirror=True", "-o", "HalfTurn=True", "-o", "InvertPage=True",
+                   "-o", "TrimPaper=Both", "-o", "HalftoneType=Burkes")
+        self.run_well("sheet", page, "--over", "halftone", *options, "-O", self.out / "s.png")
+        sheet = self.read("s.png")
+        (dots,) = self.proof(page, *options)
+        self.assertEqual(len(dots), HEIGHT)
+        # The noise is at the top right now, and the sheet has the blank rows too.
+        whole = [bytes(len(dots[0]))] * 100 + dots + [bytes(len(dots[0]))] * 200
+        part = unpack(whole, 900 - CROP_WIDTH, 112, CROP_WIDTH, CROP_HEIGHT)
+        self.assertIsNotNone(find_part(sheet, part), "the busiest part is not on the sheet")
+
     def test_second_picture_that_fails_takes_the_first_with_it(self):
         blocked = self.out / "s-brightness.png"
         blocked.mkdir()

@@ -114,6 +114,12 @@ class TestPageTest(DravCase):
             self.assertEqual(len(tops), 1, halftone)
         self.assertEqual(sum(row[LEFT:PRINTABLE] == slope for row in rows), height, "real grey")
 
+    def test_wedges_do_not_depend_on_the_options_of_the_page(self):
+        plain = self.make()
+        self.assertEqual(self.make("-o", "StencilMirror=True", "-o", "InvertPage=True", "-o",
+                                   "Contrast=50", "-o", "TrimPaper=Both", "-o", "HalfTurn=True",
+                                   name="other.ras"), plain)
+
     @unittest.skipUnless(find_program("cupsfilter"), "CUPS's cupsfilter is not installed")
     def test_pdf_prints_as_the_raster(self):
         raster = self.make()

@@ -5,10 +5,12 @@ Jobs of the filter with the built driver files, on small pages that are no image
 themselves. DRAV_PPDS names the folder of the files; the whole-program tests are in
 PYTHONPATH.
 """
+import contextlib
 import os
 import pathlib
 import random
 import re
+import threading
 
 import cups_raster
 import escpos_stream
@@ -123,6 +125,20 @@ class PageOptionsTest(filter_case.FilterCase):
                 _, found = self.run_rows(RECEIPT, page, options)
                 self.assertEqual([row[kept] for row in found], [row[kept] for row in wanted])
                 self.assertEqual({len(row) for row in found}, {384})
+
+    def test_the_log_names_the_side_of_the_drawing(self) -> None:
+        page = raster_page(art(430, 3), HWResolution=(203, 203))
+        kept = len(self.run_rows(RECEIPT, page, "")[1][0])
+        self.assertEqual(kept, 384)
+        for options, side in (("", ""), ("StencilMirror=True", "left"), ("HalfTurn=True", "left"),
+                              ("StencilMirror=True HalfTurn=True", "right")):
+            outcome, _ = self.run_rows(RECEIPT, page, options)
+            lost = [f"DEBUG:The {side} 47 columns of the drawing lie beyond the head"]
+            self.assertEqual([line for line in outcome.lines if "beyond the head" in line],
+                             lost if side else [])
+        outcome, _ = self.run_rows(RECEIPT, raster_page(art(380, 3), HWResolution=(203, 203)),
+                                   "StencilMirror=True")
+        self.assertEqual([line for line in outcome.lines if "beyond the head" in line], [])
 
     def test_white_on_black(self) -> None:
         rows = art(21, 100)
@@ -252,6 +268,42 @@ class PageOptionsTest(filter_case.FilterCase):
         whole, trimmed = ([item.data for item in job.items if item.name != "band"] for job in jobs)
         self.assertEqual(trimmed, whole)
         self.assertEqual([len(rows) for rows in escpos_stream.page_rows(jobs[1])], [96, 0, 96])
+
+    @staticmethod
+    def feed_until_it_ends(job: filter_case.RunningFilter,
+                           pages: list[cups_raster.Page]) -> None:
+        with contextlib.suppress(BrokenPipeError):
+            job.feed(cups_raster.stream(pages))
+
+    def test_trimmed_and_cancelled(self) -> None:
+        """The bands that came out are whole and those of the job that nobody disturbs."""
+        rows = blank(2000, 200) + art(2000, 960) + blank(2000, 300)
+        pages = [raster_page(rows), raster_page(blank(2000, 100)), raster_page(rows[::-1])]
+        options = (f"{PLAIN} TrimPaper=Both pageCutType=1 docCutType=2 DocTopLogoID=1 "
+                   "DocBottomLogoID=2")
+        whole = self.run_pages(*pages, ppd=self.files[STENCIL], options=options).stdout
+        bands = [item for item in escpos_stream.decode(whole).items if item.name == "band"]
+        self.assertEqual(len(bands), 2 * 10)
+        ends = [item.offset + len(item.data) for item in bands]
+        feed, cut = bytes.fromhex("1B4AA0"), bytes.fromhex("0A0A0A0A1D5600")
+        stopped = []
+        for count in (0, 150_000, 300_000):
+            job = filter_case.RunningFilter(self, self.files[STENCIL], options)
+            feeder = threading.Thread(target=self.feed_until_it_ends, args=(job, pages))
+            feeder.start()
+            out = b""
+            while len(out) < count:
+                out += job.read_some(count - len(out))
+            job.until_logged("DEBUG:printImage: Starting to print the processed image")
+            job.until_blocked()
+            job.terminate()
+            outcome = job.finish()
+            feeder.join()
+            out += outcome.stdout
+            self.assertEqual((outcome.status, outcome.errors), (1, []))
+            stopped += [end for end in ends if out == whole[:end] + feed + cut]
+        self.assertEqual(len(stopped), 3, "a cancelled job ended elsewhere than behind a band")
+        self.assertEqual(len(set(stopped)), 3)
 
     def test_no_picture_is_kept(self) -> None:
         page = raster_page(art(21, 100))

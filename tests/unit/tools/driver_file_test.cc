@@ -69,6 +69,8 @@ TEST(DriverFile, OptionsOfTheJobCount) {
   EXPECT_TRUE(driver.isGiven("HalftoneType"));
   EXPECT_TRUE(driver.isGiven("fit-to-page"));
   EXPECT_FALSE(driver.isGiven("Brightness"));
+  EXPECT_EQ(driver.given("fit-to-page"), "true");
+  EXPECT_EQ(driver.given("Brightness"), std::nullopt);
   EXPECT_EQ(driver.options(), "PageSize=X80MMY200MM halftonetype=Burkes fit-to-page");
   EXPECT_THAT(driver.notes(), IsEmpty());
 }

@@ -22,24 +22,48 @@ std::vector<std::pair<size_t, size_t>> pairs(const std::vector<Combination>& lis
 }
 
 TEST(Combinations, JobFirstThenHalftonesThenTheNearestSteps) {
-  EXPECT_THAT(pairs(nearCombinations({3, 5}, {1, 3})),
-              ElementsAre(std::pair(1, 3), std::pair(0, 3), std::pair(2, 3), std::pair(1, 2),
-                          std::pair(1, 4), std::pair(1, 1), std::pair(1, 0)));
-  EXPECT_THAT(pairs(nearCombinations({1, 1}, {0, 0})), ElementsAre(std::pair(0, 0)));
+  const CombinationSpace space = {3, 5};
+  EXPECT_THAT(pairs(mainCombinations(space, {1, 3, {}})),
+              ElementsAre(std::pair(1, 3), std::pair(0, 3), std::pair(2, 3)));
+  EXPECT_THAT(pairs(stepCombinations(space, {1, 3, {}})),
+              ElementsAre(std::pair(1, 2), std::pair(1, 4), std::pair(1, 1), std::pair(1, 0)));
+  EXPECT_THAT(pairs(mainCombinations({1, 1}, {})), ElementsAre(std::pair(0, 0)));
+  EXPECT_THAT(pairs(stepCombinations({1, 1}, {})), ElementsAre());
 }
 
-TEST(Combinations, NearAndFarAreAllOnce) {
-  for (const Combination job : {Combination{0, 0}, Combination{9, 12}, Combination{4, 7}}) {
+TEST(Combinations, TheJobsOwnTheOtherWaysRound) {
+  const auto others = [](const CombinationSpace& space, const PageTurn& turn) {
+    std::vector<std::pair<bool, bool>> list;
+    for (const Combination& one : mainCombinations(space, {1, 3, turn})) {
+      if (one.turn == turn) continue;
+      EXPECT_EQ(one.halftone, 1U);
+      EXPECT_EQ(one.brightness, 3U);
+      list.emplace_back(one.turn.mirrored, one.turn.halfTurn);
+    }
+    return list;
+  };
+  EXPECT_THAT(others({3, 5, true, true}, {true, false}),
+              ElementsAre(std::pair(false, false), std::pair(false, true), std::pair(true, true)));
+  EXPECT_THAT(others({3, 5, true, false}, {false, false}), ElementsAre(std::pair(true, false)));
+  EXPECT_THAT(others({3, 5, false, true}, {false, true}), ElementsAre(std::pair(false, false)));
+  EXPECT_THAT(others({3, 5, false, false}, {}), ElementsAre());
+}
+
+TEST(Combinations, AllOfTheJobsWayRoundOnce) {
+  for (const Combination job :
+       {Combination{0, 0, {}}, Combination{9, 12, {}}, Combination{4, 7, {}}}) {
     const CombinationSpace space = {10, 13};
     std::set<std::pair<size_t, size_t>> seen;
     size_t count = 0;
-    for (const auto& list : {nearCombinations(space, job), farCombinations(space, job)}) {
+    for (const auto& list : {mainCombinations(space, job), stepCombinations(space, job),
+                             farCombinations(space, job)}) {
       count += list.size();
       for (const auto& one : pairs(list)) seen.insert(one);
     }
     EXPECT_EQ(count, space.size());
     EXPECT_EQ(seen.size(), space.size());
-    EXPECT_EQ(nearCombinations(space, job).size(), 22U);
+    EXPECT_EQ(mainCombinations(space, job).size(), 10U);
+    EXPECT_EQ(stepCombinations(space, job).size(), 12U);
   }
 }
 
@@ -66,6 +90,19 @@ TEST(Ink, HeaviestBandByItsShare) {
   ink = inkOf(pageOf({2, 1}, {0, 0, 0}));
   EXPECT_EQ(ink.black, 0U);
   EXPECT_EQ(ink.bandRows, 2U);
+}
+
+TEST(Ink, OfTheOppositeDots) {
+  // Six columns of eight; the others hold no dot.
+  Ink ink = invertedInkOf(pageOf({2, 2}, {0xFC, 0xFC, 0x00, 0x80}), 6);
+  EXPECT_EQ(ink.black, 11U);
+  EXPECT_EQ(ink.bandRow, 2U);
+  EXPECT_EQ(ink.bandRows, 2U);
+  EXPECT_EQ(ink.bandBlack, 11U);
+  // A page without ink stays without.
+  ink = invertedInkOf(pageOf({2, 1}, {0, 0, 0}), 6);
+  EXPECT_EQ(ink.black, 0U);
+  EXPECT_EQ(ink.bandBlack, 0U);
 }
 
 TEST(PngData, IsADataAddressOfAnyLength) {

@@ -200,7 +200,8 @@ TEST(InspectJson, HasEveryCommand) {
   EXPECT_EQ(document["kind"], "job");
   EXPECT_EQ(document["bytes"], 515);
   EXPECT_EQ(document["printer"], json::parse(R"({"dpiAcross": 300, "dpiAlong": 300,
-      "dpiAssumed": false, "unitsPerInch": 300.0, "linesPerInch": 6.0, "headBytes": null})"));
+      "dpiAssumed": false, "unitsPerInch": 300.0, "linesPerInch": 6.0, "headBytes": null,
+      "paper": null})"));
   EXPECT_EQ(document["status"], 0);
   const json& commands = document["commands"];
   ASSERT_EQ(commands.size(), 14U);  // four line feeds are one entry
@@ -227,11 +228,11 @@ TEST(InspectJson, HasEveryCommand) {
 TEST(InspectJson, HasPagesTotalsAndNoWarnings) {
   const json document = inspectJson(wholeJob());
   EXPECT_EQ(document["pages"], json::parse(R"([{"number": 1, "offset": 81, "bands": 3,
-      "rows": 196, "bytesPerRow": 2, "lengthMm": 16.595, "coveragePercent": 18.622,
+      "rows": 196, "bytesPerRow": 2, "lengthMm": 16.595, "savedMm": null, "coveragePercent": 18.622,
       "heaviestBand": {"offset": 281, "page": 1, "band": 2, "coveragePercent": 25.0}}])"));
   EXPECT_EQ(document["totals"], json::parse(R"({"jobs": 1, "pages": 1, "commands": 17,
       "bands": 3, "rows": 196, "leastBytesPerRow": 2, "mostBytesPerRow": 2,
-      "paperMm": 69.935, "pictureMm": 16.595, "feedMm": 53.34, "coveragePercent": 18.622,
+      "paperMm": 69.935, "pictureMm": 16.595, "feedMm": 53.34, "savedMm": null, "coveragePercent": 18.622,
       "heaviestBand": {"offset": 281, "page": 1, "band": 2, "coveragePercent": 25.0},
       "partialCuts": 1, "fullCuts": 0, "drawerPulses": 1, "buzzers": 0, "logos": 0,
       "skippedBytes": 0})"));

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <numeric>
 #include <random>
 
 #include "tests/unit/tools/job_bytes.h"
@@ -230,6 +232,28 @@ TEST(JobSurvey, WarnsOfRowsWiderThanTheHeadOnceAPage) {
   EXPECT_THAT(warningsOf(survey), ElementsAre("row-exceeds-head 76", "row-exceeds-head 398"));
   EXPECT_EQ(survey.warnings[0].text,
             "rows of 3 bytes (24 dots) exceed the head of 2 bytes (16 dots)");
+}
+
+TEST(JobSurvey, ComparesPagesWithTheirPaper) {
+  const auto saved = [](const Bytes& stream, const PrinterFacts& printer) {
+    std::vector<uint64_t> rows;
+    const Survey survey = surveyStream(
+        stream, printer, [&rows](const PageSummary& page) { rows.push_back(page.savedRows); });
+    EXPECT_EQ(survey.totals.savedRows, std::accumulate(rows.begin(), rows.end(), uint64_t{0}));
+    EXPECT_EQ(survey.totals.shorterPages,
+              static_cast<uint64_t>(
+                  std::count_if(rows.begin(), rows.end(), [](uint64_t one) { return one != 0; })));
+    return rows;
+  };
+  const Bytes stream =
+      joined({jobStart(), band(2, 96, 0x03), band(2, 4, 0x01), hex("1B 4A A0"), band(2, 114, 1),
+              hex("1B 4A A0"), band(2, 113, 1), hex("1B 4A A0"), band(2, 200, 1), hex("1B 76")});
+  PrinterFacts printer;
+  EXPECT_THAT(saved(stream, printer), ElementsAre(0, 0, 0, 0));
+  printer.paper = {"short", 10.16};  // 120 rows; half a millimetre is 5.9
+  EXPECT_THAT(saved(stream, printer), ElementsAre(20, 6, 7, 0));
+  printer.paper->millimetres = 10;  // 118 rows
+  EXPECT_THAT(saved(stream, printer), ElementsAre(18, 0, 0, 0));
 }
 
 TEST(JobSurvey, WarnsOfAJobWithoutInitialise) {

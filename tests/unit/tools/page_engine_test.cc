@@ -14,6 +14,7 @@
 #include "tests/support/files.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/scoped_env.h"
+#include "tools/drav/engine/page_turn.h"
 #include "tools/drav/job/job_stream.h"
 #include "tools/drav/sheet/busiest_part.h"
 
@@ -118,6 +119,97 @@ TEST_F(PageEngineTest, TellsTheFiltersOwnReason) {
   ASSERT_TRUE(engine.load(page, error));
   EXPECT_FALSE(engine.print("", dots, error));
   EXPECT_THAT(error, HasSubstr("prints nothing: "));
+}
+
+TEST_F(PageEngineTest, TellsWhichRowsPrint) {
+  GreyPage page = greyPage(64, 400);
+  std::fill(page.pixels.begin(), page.pixels.begin() + 64 * 100, uint8_t{0});
+  std::fill(page.pixels.begin() + 64 * 300, page.pixels.end(), uint8_t{0});
+  PageEngine engine(driver_);
+  std::string error;
+  DotPage whole;
+  DotPage dots;
+  ASSERT_TRUE(engine.load(page, error));
+  ASSERT_TRUE(engine.print("HalftoneType=Burkes Brightness=0", whole, error)) << error;
+  EXPECT_EQ(whole.firstRow, 0U);
+  EXPECT_EQ(whole.pageRows, 400U);
+  ASSERT_TRUE(engine.print("HalftoneType=Burkes Brightness=0 TrimPaper=Both", dots, error))
+      << error;
+  EXPECT_EQ(dots.firstRow, 100U);
+  EXPECT_EQ(dots.rows, 200U);
+  EXPECT_EQ(dots.pageRows, 400U);
+  restoreRows(dots);
+  EXPECT_EQ(dots.firstRow, 0U);
+  EXPECT_EQ(dots.rows, 400U);
+  EXPECT_TRUE(sameBytes(whole.dots, dots.dots));
+}
+
+TEST_F(PageEngineTest, TrimmedPageWithoutInkHasNoRow) {
+  GreyPage page = greyPage(2479, 200);
+  std::fill(page.pixels.begin(), page.pixels.end(), uint8_t{0});
+  PageEngine engine(driver_);
+  std::string error;
+  DotPage dots;
+  ASSERT_TRUE(engine.load(page, error));
+  ASSERT_TRUE(engine.print("Brightness=0 TrimPaper=End", dots, error)) << error;
+  EXPECT_EQ(dots.rows, 0U);
+  restoreRows(dots);
+  EXPECT_EQ(dots.width(), 2400U);
+  EXPECT_EQ(dots.rows, 200U);
+  EXPECT_EQ(dots.dots.size(), 300U * 200U);
+  EXPECT_EQ(countDots(dots), 0U);
+}
+
+TEST_F(PageEngineTest, TellsOfAFrameThatWasLeftOut) {
+  PageEngine engine(driver_);
+  std::string error;
+  DotPage dots;
+  GreyPage page = greyPage(100, 100);
+  ASSERT_TRUE(engine.load(page, error));
+  ASSERT_TRUE(engine.print("", dots, error)) << error;
+  EXPECT_FALSE(engine.leftOutFrame());
+  std::strcpy(page.header.cupsPageSizeName, "Tattoo_A6");
+  ASSERT_TRUE(engine.load(page, error));
+  ASSERT_TRUE(engine.print("PaperFrame=1", dots, error)) << error;
+  EXPECT_TRUE(engine.leftOutFrame());
+}
+
+TEST(PageTurn, TurnsThePictureAndLeavesThePadding) {
+  GreyPage page = greyPage(4, 2);
+  page.header.cupsWidth = 3;
+  page.pixels = {1, 2, 3, 9, 4, 5, 6, 8};
+  const auto turned = [&page](bool mirrored, bool halfTurn) {
+    return turnedPage(page, {mirrored, halfTurn}).pixels;
+  };
+  EXPECT_THAT(turned(true, false), testing::ElementsAre(3, 2, 1, 9, 6, 5, 4, 8));
+  EXPECT_THAT(turned(false, true), testing::ElementsAre(6, 5, 4, 9, 3, 2, 1, 8));
+  EXPECT_THAT(turned(true, true), testing::ElementsAre(4, 5, 6, 9, 1, 2, 3, 8));
+}
+
+// 2479 columns on a head of 2400 dots, of which the driver uses 2398.
+TEST(PageTurn, NotesNameTheSideOfTheDrawingThatIsLost) {
+  const auto notesOf = [](const std::vector<std::string>& options, uint32_t inked) {
+    DriverFile driver;
+    std::string error;
+    EXPECT_TRUE(driver.open({"", "", options}, error)) << error;
+    GreyPage page = greyPage(2479, 3);
+    std::fill(page.pixels.begin(), page.pixels.end(), uint8_t{0});
+    page.pixels[2479 + inked] = 1;
+    return pageNotes(page, driver);
+  };
+  const auto names = [](const std::string& side) {
+    return testing::ElementsAre(HasSubstr("the " + side + " 6.9 mm of the drawing do not print"));
+  };
+  EXPECT_THAT(notesOf({}, 2398), names("right"));
+  EXPECT_THAT(notesOf({}, 2397), testing::IsEmpty());
+  EXPECT_THAT(notesOf({"StencilMirror=True"}, 80), names("left"));
+  EXPECT_THAT(notesOf({"StencilMirror=True"}, 81), testing::IsEmpty());
+  EXPECT_THAT(notesOf({"HalfTurn=True"}, 80), names("left"));
+  EXPECT_THAT(notesOf({"HalfTurn=True"}, 2398), testing::IsEmpty());
+  EXPECT_THAT(notesOf({"StencilMirror=True", "HalfTurn=True"}, 2478), names("right"));
+  EXPECT_THAT(notesOf({"StencilMirror=True", "HalfTurn=True"}, 0), testing::IsEmpty());
+  EXPECT_THAT(notesOf({"InvertPage=True"}, 100),
+              testing::ElementsAre(HasSubstr("lower PrintDensity")));
 }
 
 TEST_F(PageEngineTest, CountsDots) {

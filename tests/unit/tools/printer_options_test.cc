@@ -63,6 +63,33 @@ TEST(PrinterOptions, ReadsTheDriverFile) {
   EXPECT_EQ(result.facts.headBytes, 300U);
 }
 
+TEST(PrinterOptions, PaperOfADriverFileThatTrims) {
+  PrinterArguments arguments;
+  arguments.model = "dravr582";
+  EXPECT_FALSE(resolve(arguments).facts.paper.has_value());  // it trims nothing by default
+  arguments.paper = "X48MMY100MM";
+  const Resolved named = resolve(arguments);
+  ASSERT_TRUE(named.facts.paper.has_value()) << named.error;
+  EXPECT_EQ(named.facts.paper->name, "X48MMY100MM");
+  EXPECT_NEAR(named.facts.paper->millimetres, 100, 0.01);
+  arguments.paper = "A0";
+  EXPECT_THAT(resolve(arguments).error, HasSubstr("no paper A0"));
+  arguments.model.clear();
+  EXPECT_THAT(resolve(arguments).error, HasSubstr("--paper needs --ppd or --model"));
+}
+
+TEST(PrinterOptions, ADriverFileThatTrimsNamesItsPaper) {
+  for (const char* trim : {"End", "Both"}) {
+    const Resolved result =
+        resolvePpd(PpdBuilder().option("TrimPaper", {"None", "End", "Both"}, trim));
+    ASSERT_TRUE(result.facts.paper.has_value()) << trim;
+    EXPECT_NEAR(result.facts.paper->millimetres, 200, 0.01);
+  }
+  EXPECT_FALSE(resolvePpd(PpdBuilder().option("TrimPaper", {"None", "End"}, "None"))
+                   .facts.paper.has_value());
+  EXPECT_FALSE(resolvePpd(PpdBuilder()).facts.paper.has_value());
+}
+
 TEST(PrinterOptions, ResolutionMayDifferBetweenTheAxes) {
   const Resolved result =
       resolvePpd(PpdBuilder().option("Resolution", "203x600dpi").attribute("MaxMediaWidth", "204"));

@@ -11,6 +11,8 @@ const char* levelWord(Level level) {
   switch (level) {
     case Level::kOk:
       return "ok    ";
+    case Level::kNote:
+      return "note  ";
     case Level::kSkip:
       return "skip  ";
     case Level::kWarn:
@@ -39,7 +41,8 @@ std::string reportText(const Findings& findings) {
     text += levelWord(finding.level);
     text += printablePath(finding.check + ": " + finding.text) + "\n";
     for (const std::string& line : finding.lines) text += "        " + printablePath(line) + "\n";
-    for (const std::string& fix : finding.fix) text += "      fix: " + printablePath(fix) + "\n";
+    const std::string before = finding.level == Level::kNote ? "      tip: " : "      fix: ";
+    for (const std::string& fix : finding.fix) text += before + printablePath(fix) + "\n";
   }
   const auto count = [&findings](Level level) {
     return std::count_if(findings.begin(), findings.end(),
@@ -48,6 +51,7 @@ std::string reportText(const Findings& findings) {
   text += "\n";
   text += counted(count(Level::kFail), "failure") + ", " + counted(count(Level::kWarn), "warning") +
           ", " + std::to_string(count(Level::kOk)) + " ok, " + std::to_string(count(Level::kSkip)) +
-          " not checked\n";
-  return text;
+          " not checked";
+  if (count(Level::kNote) > 0) text += ", " + counted(count(Level::kNote), "note");
+  return text + "\n";
 }

@@ -12,6 +12,7 @@
 
 enum class Level {
   kOk,
+  kNote,  // as it should be; something could be better for some. Not a fault.
   kSkip,  // was not checked; the text says why. Not a fault.
   kWarn,  // prints, but not as it should, or not for long
   kFail,  // does not print, or prints rubbish

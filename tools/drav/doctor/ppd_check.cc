@@ -109,6 +109,7 @@ struct Ppd::State {
   void checkChain(Finding& finding) const;
   void checkRaster(const std::string& name, const std::string& fix, Findings& findings) const;
   std::string widestMargin() const;
+  void suggestTrimming(const std::string& name, Findings& findings) const;
 };
 
 void Ppd::State::checkChain(Finding& finding) const {
@@ -145,6 +146,21 @@ std::string Ppd::State::widestMargin() const {
       return size.name;
   }
   return "";
+}
+
+// A receipt is rarely as long as its paper. The driver files leave the choice to whoever
+// sets the queue up.
+void Ppd::State::suggestTrimming(const std::string& name, Findings& findings) const {
+  const std::string model = ppd->modelname != nullptr ? ppd->modelname : "";
+  ppdMarkDefaults(ppd);
+  const std::string trim = dravPpdGetChoiceAsStrDefault(ppd, "TrimPaper", "");
+  if (model.find("Receipt") == std::string::npos || trim != "None") return;
+  const std::string queue = name.substr(name.find(' ') + 1);
+  findings.push_back({Level::kNote,
+                      name + " paper",
+                      "each receipt is as long as its paper, and the blank rest prints too; "
+                      "TrimPaper=End stops after the last line",
+                      {"sudo lpadmin -p " + shellWord(queue) + " -o TrimPaper=End"}});
 }
 
 void Ppd::State::checkRaster(const std::string& name, const std::string& fix,
@@ -210,6 +226,7 @@ void Ppd::check(const std::string& name, Findings& findings) {
   if (chain.level != Level::kOk) chain.fix = {fix};
   findings.push_back(chain);
   state_->checkRaster(name, fix, findings);
+  state_->suggestTrimming(name, findings);
 }
 
 bool usesFilter(const std::string& text) {

@@ -2,6 +2,7 @@
 #include "tools/drav/document/document.h"
 
 #include <fcntl.h>
+#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -36,6 +37,13 @@ std::vector<uint8_t> readStart(int descriptor) {
   }
   bytes.resize(size);
   return bytes;
+}
+
+// Whether the job has CUPS's own converters mirror the page.
+bool isMirroredByCups(const DriverFile& driver) {
+  const std::string value = driver.given("mirror").value_or("");
+  return ::strcasecmp(value.c_str(), "true") == 0 || ::strcasecmp(value.c_str(), "yes") == 0 ||
+         ::strcasecmp(value.c_str(), "on") == 0;
 }
 
 // A path that no program takes for an option.
@@ -139,6 +147,10 @@ bool Document::useConverters(const std::string& program, std::string& error) {
   converted_ = source.get();
   if (!source->start(program, path_, mediaType(kind_, start_), driver_, idle_, error)) return false;
   source_ = std::move(source);
+  if (isMirroredByCups(driver_) && driver_.isMarked("StencilMirror", "True"))
+    notes_.emplace_back(
+        "CUPS's mirror and StencilMirror cancel each other: nothing is mirrored; for a mirrored "
+        "print leave one of them out");
   if (isTurned_)
     notes_.emplace_back(
         "the camera was held sideways or upside down, as its EXIF data says; CUPS's picture "
@@ -151,8 +163,10 @@ bool Document::useConverters(const std::string& program, std::string& error) {
   return true;
 }
 
-bool Document::useSubstitute(const std::string& missing, std::string& error) {
+bool Document::useSubstitute(const std::string& given, std::string& error) {
   converted_ = nullptr;
+  const std::string missing =
+      isMirroredByCups(driver_) ? given + ", so CUPS's mirror has no effect here" : given;
   if (isPicture()) {
     std::vector<uint8_t> file;
     GreyPicture picture;

@@ -57,7 +57,7 @@ class Document {
   bool checkPicture(std::string& error);
   bool chooseSource(std::string& error);
   bool useConverters(const std::string& program, std::string& error);
-  bool useSubstitute(const std::string& missing, std::string& error);
+  bool useSubstitute(const std::string& given, std::string& error);
   void takeNote(const GreyPage& page);
   std::string failure(const std::string& why) const { return name_ + ": " + why; }
 

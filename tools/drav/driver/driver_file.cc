@@ -131,11 +131,14 @@ void DriverFile::noteUnknown(const std::string& name) {
                    (nearest.empty() ? "" : "; the nearest is " + nearest));
 }
 
-bool DriverFile::isGiven(const std::string& option) const {
+std::optional<std::string> DriverFile::given(const std::string& option) const {
   const ParsedOptions parsed(options_);
-  return std::any_of(parsed.begin(), parsed.end(), [&option](const cups_option_t& given) {
-    return ::strcasecmp(given.name, option.c_str()) == 0;
-  });
+  const auto found =
+      std::find_if(parsed.begin(), parsed.end(), [&option](const cups_option_t& given) {
+        return ::strcasecmp(given.name, option.c_str()) == 0;
+      });
+  if (found == parsed.end()) return std::nullopt;
+  return found->value;
 }
 
 // "300dpi" or "300x600dpi", the name of the choice, is how drivers say it.
@@ -195,9 +198,18 @@ std::vector<PaperChoice> DriverFile::papers() const {
   return list;
 }
 
+double DriverFile::maxMediaWidth() const {
+  return dravPpdGetAttrAsFloatDefault(ppd_.get(), "MaxMediaWidth", nullptr, 0);
+}
+
 uint32_t DriverFile::printableDots() const {
   cups_page_header2_t header = {};
   header.HWResolution[0] = resolutionX_;
-  const double width = dravPpdGetAttrAsFloatDefault(ppd_.get(), "MaxMediaWidth", nullptr, 0);
-  return static_cast<uint32_t>(std::min<uint64_t>(maxMediaLinePixels(width, header), UINT32_MAX));
+  const uint64_t dots = maxMediaLinePixels(maxMediaWidth(), header);
+  return static_cast<uint32_t>(std::min<uint64_t>(dots, UINT32_MAX));
+}
+
+uint32_t DriverFile::printedColumns(const cups_page_header2_s& header) const {
+  const uint64_t most = maxMediaLinePixels(maxMediaWidth(), header);
+  return ::printedColumns(skippedRightPixels(most, header), header);
 }

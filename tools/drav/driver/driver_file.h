@@ -5,11 +5,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "tools/drav/io/scratch_folder.h"
 
+struct cups_page_header2_s;
 struct ppd_file_s;
 
 // What the command line says of driver and job.
@@ -53,7 +55,9 @@ class DriverFile {
   // Each as it was given.
   const std::vector<std::string>& givenOptions() const { return job_.options; }
   // True when the job names the option, whatever its case.
-  bool isGiven(const std::string& option) const;
+  bool isGiven(const std::string& option) const { return given(option).has_value(); }
+  // The value that the job gives it, if it does.
+  std::optional<std::string> given(const std::string& option) const;
 
   // Name of the model for people, version included.
   std::string title() const;
@@ -64,6 +68,10 @@ class DriverFile {
   std::vector<DriverChoice> choices(const std::string& option) const;
   // The choice that counts for this job; nothing in it when there is none.
   DriverChoice current(const std::string& option) const;
+  // Whether that choice has this name.
+  bool isMarked(const std::string& option, const std::string& choice) const {
+    return current(option).name == choice;
+  }
 
   // Size of the job's paper in points; 0 when the driver does not know it.
   double pageWidth() const;
@@ -75,6 +83,9 @@ class DriverFile {
   uint32_t resolutionY() const { return resolutionY_; }
   // Widest row in dots before the filter's packing; 0 for no limit.
   uint32_t printableDots() const;
+  // Columns of the page's picture that print: those at the right end of the printed row
+  // may lie beyond the head.
+  uint32_t printedColumns(const cups_page_header2_s& header) const;
 
   // What the user should know, one line each: options that nobody knows, and options
   // with a value that the driver does not have, which the filter ignores.
@@ -87,6 +98,7 @@ class DriverFile {
   bool copyToScratch(std::string& error);
   void markOptions();
   void noteUnknown(const std::string& name);
+  double maxMediaWidth() const;
   void readResolution();
 
   JobChoice job_;

@@ -10,10 +10,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <numeric>
 #include <optional>
-#include <span>
-#include <string_view>
 
 #include "common/log.h"
 #include "common/scope_guard.h"
@@ -36,16 +35,36 @@ bool writeAll(int descriptor, const void* data, size_t size) {
   return true;
 }
 
-// The filter's first complaint, without its level.
-std::string complaintOf(std::string_view log) {
+// The rest of the first line that begins with one of these; nothing without one.
+std::optional<std::string> lineAfter(std::string_view log,
+                                     std::initializer_list<std::string_view> starts) {
   for (size_t at = 0; at < log.size();) {
     const size_t end = std::min(log.find('\n', at), log.size());
     const std::string_view line = log.substr(at, end - at);
-    for (const std::string_view level : {"ERROR:", "CRIT:"})
-      if (line.starts_with(level)) return std::string(line.substr(level.size()));
+    for (const std::string_view start : starts)
+      if (line.starts_with(start)) return std::string(line.substr(start.size()));
     at = end + 1;
   }
-  return "the filter failed and gave no reason";
+  return std::nullopt;
+}
+
+// The filter's first complaint, without its level.
+std::string complaintOf(std::string_view log) {
+  return lineAfter(log, {"ERROR:", "CRIT:"}).value_or("the filter failed and gave no reason");
+}
+
+// Notes which rows of the page print. True if blank ones were left out.
+bool takeTrimming(std::string_view log, DotPage& page) {
+  const auto line = lineAfter(log, {"DEBUG:printImage: Trimmed the page to the rows "});
+  unsigned begin = 0;
+  unsigned end = 0;
+  unsigned height = 0;
+  constexpr const char* kRange = "%u to %u of %u";
+  if (!line ||
+      std::sscanf(line->c_str(), kRange, &begin, &end, &height) != 3)  // NOLINT(cert-err34-c)
+    return false;
+  page.firstRow = begin;
+  return true;
 }
 
 // Collects the bands of one page's stream.
@@ -96,6 +115,15 @@ uint64_t countDots(const DotPage& page) {
       [](uint64_t sum, uint8_t byte) { return sum + static_cast<uint64_t>(std::popcount(byte)); });
 }
 
+void restoreRows(DotPage& page) {
+  const size_t rowBytes = page.bytesPerRow;
+  page.dots.insert(page.dots.begin(), page.firstRow * rowBytes, 0);
+  page.dots.resize(page.pageRows * rowBytes);
+  page.firstRow = 0;
+  page.rows = page.pageRows;
+  page.bands.clear();
+}
+
 PageEngine::~PageEngine() {
   if (raster_ >= 0) ::close(raster_);
 }
@@ -105,6 +133,7 @@ bool PageEngine::load(const GreyPage& page, std::string& error) {
   raster_ = openAnonymousFile(error);
   if (raster_ < 0) return false;
   header_ = page.header;
+  leftOutFrame_ = false;
   // Version 3: the mark in the machine's own order, the header as it lies in memory,
   // the rows.
   const uint32_t mark = CUPS_RASTER_SYNC;
@@ -151,7 +180,19 @@ bool PageEngine::print(const std::string& options, DotPage& dots, std::string& e
     error = complaintOf(log.text());
     return false;
   }
-  if (!takeDots(stream.bytes(), dots, error)) return false;
-  if (dots.rows == 0) error = "prints nothing: " + complaintOf(log.text());
-  return dots.rows != 0;
+  return takeResult(stream.bytes(), log.text(), dots, error);
+}
+
+bool PageEngine::takeResult(std::span<const uint8_t> stream, std::string_view log, DotPage& dots,
+                            std::string& error) {
+  dots.pageRows = header_.cupsHeight;
+  if (!takeDots(stream, dots, error)) return false;
+  const bool trimmed = takeTrimming(log, dots);
+  if (lineAfter(log, {"WARN:The frame of "})) leftOutFrame_ = true;
+  if (dots.rows == 0 && !trimmed) {
+    error = "prints nothing: " + complaintOf(log);
+    return false;
+  }
+  if (dots.rows == 0) dots.bytesPerRow = (driver_.printedColumns(header_) + 7) / 8;
+  return true;
 }

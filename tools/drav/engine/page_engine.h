@@ -5,7 +5,9 @@
 #define TOOLS_DRAV_ENGINE_PAGE_ENGINE_H_
 
 #include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/drav/document/grey_page.h"
@@ -14,7 +16,9 @@
 // The dots of a page as the printer's head gets them.
 struct DotPage {
   uint32_t bytesPerRow = 0;
-  uint32_t rows = 0;
+  uint32_t rows = 0;          // 0 for a page without ink whose blank rows are left out
+  uint32_t firstRow = 0;      // the row of the page that prints first
+  uint32_t pageRows = 0;      // that the page has; TrimPaper may leave some out
   uint32_t dotsPerInchX = 0;  // as the page says; 0 when it does not
   uint32_t dotsPerInchY = 0;
   std::vector<uint8_t> dots;    // a set bit is a dot; the top bit of a byte is the leftmost
@@ -28,6 +32,9 @@ struct DotPage {
 
 // Dots of the page that are set.
 uint64_t countDots(const DotPage& page);
+
+// Puts back the blank rows that TrimPaper left out.
+void restoreRows(DotPage& page);
 
 // Prints a page any number of times, each time with options of its own. Leaves no
 // picture and no command record anywhere, and keeps the filter's log from standard
@@ -50,10 +57,17 @@ class PageEngine {
   // also false when an Interruption was requested. REQUIRES: a page was loaded.
   [[nodiscard]] bool print(const std::string& options, DotPage& dots, std::string& error);
 
+  // Whether the filter left out a frame, in any run since the page was loaded.
+  bool leftOutFrame() const { return leftOutFrame_; }
+
  private:
+  [[nodiscard]] bool takeResult(std::span<const uint8_t> stream, std::string_view log,
+                                DotPage& dots, std::string& error);
+
   const DriverFile& driver_;
   int raster_ = -1;  // the page as a CUPS raster stream
   cups_page_header2_t header_ = {};
+  bool leftOutFrame_ = false;
 };
 
 #endif  // TOOLS_DRAV_ENGINE_PAGE_ENGINE_H_

@@ -2,10 +2,12 @@
 #include "tools/drav/engine/page_run.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "tools/drav/command.h"
 #include "tools/drav/document/document.h"
 #include "tools/drav/driver/models.h"
+#include "tools/drav/engine/page_turn.h"
 #include "tools/drav/io/interruption.h"
 #include "tools/drav/io/text.h"
 
@@ -15,10 +17,14 @@ namespace {
 // what else was given.
 std::string optionsOf(const DriverFile& driver) {
   std::string text;
-  for (const char* name : {"PageSize", "HalftoneType", "Brightness"}) {
-    const std::string value = driver.current(name).name;
-    if (!value.empty()) text += std::string(text.empty() ? "" : " ") + name + "=" + value;
-  }
+  const auto add = [&text](const std::string& name, const std::string& value) {
+    text += (text.empty() ? "" : " ") + name + "=" + value;
+  };
+  for (const char* name : {"PageSize", "HalftoneType", "Brightness"})
+    if (const std::string value = driver.current(name).name; !value.empty()) add(name, value);
+  for (const auto& [name, neutral] : kNeutralChoices)
+    if (const std::string value = driver.current(name).name; !value.empty() && value != neutral)
+      add(name, value);
   for (const std::string& given : driver.givenOptions()) {
     const std::string name = given.substr(0, given.find('='));
     if (driver.current(name).name.empty() ||
@@ -63,6 +69,7 @@ class PageRun {
       if (number == request_.page) break;
     }
     gatherNotes();
+    facts_.notes.insert(facts_.notes.end(), pageNotes_.begin(), pageNotes_.end());
     if (number != 0 && number >= request_.page) return true;
     error = facts_.name + ": has " + std::to_string(number) + (number == 1 ? " page" : " pages") +
             ", so there is no " + pageText(request_.page);
@@ -71,14 +78,17 @@ class PageRun {
 
   bool visitOne(const PageVisitor& visitor, const GreyPage& page, unsigned number,
                 std::string& error) {
+    for (const std::string& note : pageNotes(page, driver_)) addPageNote(note);
     gatherNotes();
     const double share = document_.share();
     const uint64_t steps = share < 0 ? 0 : 1000;
     progress_.show(share < 0 ? 0 : static_cast<uint64_t>(share * 1000), steps, pageText(number));
     PageEngine engine(driver_);
     if (engine.load(page, error) &&
-        visitor({number, page, engine, driver_, facts_, progress_, share}, error))
+        visitor({number, page, engine, driver_, facts_, progress_, share}, error)) {
+      if (engine.leftOutFrame()) addPageNote(kFrameLeftOut);
       return true;
+    }
     error = facts_.name + ": " + pageText(number) + ": " + error;
     return false;
   }
@@ -89,11 +99,18 @@ class PageRun {
     facts_.notes.insert(facts_.notes.end(), document_.notes().begin(), document_.notes().end());
   }
 
+  // What goes for several pages is told once.
+  void addPageNote(const std::string& note) {
+    if (std::find(pageNotes_.begin(), pageNotes_.end(), note) == pageNotes_.end())
+      pageNotes_.push_back(note);
+  }
+
   const PageRequest& request_;
   PageFacts& facts_;
   Progress progress_;
   DriverFile driver_;
   Document document_;
+  std::vector<std::string> pageNotes_;
 };
 
 }  // namespace

@@ -36,13 +36,13 @@ void addPageOptions(CLI::App& app, PageRequest& request);
 
 // What is known of a run besides its pages.
 struct PageFacts {
-  std::string name;           // of the input, for people
-  std::string title;          // the same without its folders
-  bool isPicture = false;     // PNG, JPEG or portable
-  std::string driver;         // of the driver file, for people
-  std::string options;        // those that count for the picture, and those given
-  std::string approximation;  // why the dots may differ from those of a queue; or empty
-  std::vector<std::string> notes;
+  std::string name;                // of the input, for people
+  std::string title;               // the same without its folders
+  bool isPicture = false;          // PNG, JPEG or portable
+  std::string driver;              // of the driver file, for people
+  std::string options;             // those that count for the picture, and those given
+  std::string approximation;       // why the dots may differ from those of a queue; or empty
+  std::vector<std::string> notes;  // after the last page also those of pageNotes()
 };
 
 // A page, ready to be printed with any options.
@@ -55,6 +55,11 @@ struct PageVisit {
   Progress& progress;
   double share;  // of the input, as of Document::share()
 };
+
+// What the user should know if PageEngine::leftOutFrame().
+inline constexpr const char* kFrameLeftOut =
+    "the frame is larger than what prints of the page, so the page prints without it; choose a "
+    "lower PaperFrame or another paper";
 
 // Called for each page that is wanted. False with one line in `error` ends the run.
 using PageVisitor = std::function<bool(const PageVisit& visit, std::string& error)>;

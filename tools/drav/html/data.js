@@ -25,9 +25,31 @@ async function decodePicture(address) {
   return image;
 }
 
-function findProof(halftone, brightness) {
-  return proofData.proofs.find(
-    (proof) => proof.halftone === halftone && proof.brightness === brightness);
+// The proof of a choice, which InvertPage does not change: the browser inverts.
+function findProof(choice) {
+  return proofData.proofs.find((proof) =>
+    ["halftone", "brightness", "mirrored", "halfTurn"].every((key) => proof[key] === choice[key]));
+}
+
+function isJobsWay(choice) {
+  const { mirrored, halfTurn } = proofData.jobsWay;
+  return choice.mirrored === mirrored && choice.halfTurn === halfTurn;
+}
+
+// Dots of the whole proof and of its heaviest band, as they are seen.
+function inkOf(proof, choice) {
+  return choice.inverted ? proof.inverted : proof;
+}
+
+// What prints a choice.
+function optionsOf(choice) {
+  const { halftones, brightnesses, switches } = proofData;
+  const options = [["HalftoneType", halftones[choice.halftone].name],
+    ["Brightness", brightnesses[choice.brightness].name]];
+  for (const [key, name] of [["mirrored", "StencilMirror"], ["halfTurn", "HalfTurn"],
+    ["inverted", "InvertPage"]])
+    if (switches[key]) options.push([name, choice[key] ? "True" : "False"]);
+  return options.filter(([, value]) => value).map(([name, value]) => `-o ${name}=${value}`).join(" ");
 }
 
 // The size of what is shown: the dots, and what the driver cuts off at their right.

@@ -22,19 +22,58 @@ function fitCanvas(canvas) {
   if (canvas.height !== height) canvas.height = height;
 }
 
-// The part of a picture that is in sight, each of its pixels `shrink` dots wide.
-function drawPicture(context, view, picture, shrink = 1) {
-  const left = Math.max(0, Math.floor(view.x / shrink));
-  const top = Math.max(0, Math.floor(view.y / shrink));
-  const right = Math.min(picture.width, Math.ceil((view.x + view.width / view.zoom) / shrink) + 1);
-  const bottom = Math.min(picture.height, Math.ceil((view.y + view.height / view.zoom) / shrink) + 1);
-  if (left >= right || top >= bottom) return;
-  const x = view.screenX(left * shrink);
-  const y = view.screenY(top * shrink);
-  context.imageSmoothingEnabled = view.zoom * shrink < 1;
+// The pixels of a picture that are in sight between two dots, and the dots that they take.
+// Each is `shrink` dots wide; the first begins at dot `start`, or ends at it and the others
+// lie before it if the picture is reversed.
+function inSight(from, to, count, { shrink, start, reversed }) {
+  const place = (dot) => (reversed ? start - dot : dot - start) / shrink;
+  const ends = [place(from), place(to)].sort((one, other) => one - other);
+  const first = Math.max(0, Math.floor(ends[0]) - (reversed ? 1 : 0));
+  const last = Math.min(count, Math.ceil(ends[1]) + 1);
+  const dot = (pixel) => (reversed ? start - pixel * shrink : start + pixel * shrink);
+  return { first, count: last - first, from: dot(reversed ? last : first),
+    to: dot(reversed ? first : last), reversed };
+}
+
+// The part of a picture that is in sight. `across` and `down` say where it lies.
+function drawPicture(context, view, picture, across, down) {
+  const x = inSight(view.x, view.x + view.width / view.zoom, picture.width, across);
+  const y = inSight(view.y, view.y + view.height / view.zoom, picture.height, down);
+  if (x.count <= 0 || y.count <= 0) return;
+  const left = view.screenX(x.from);
+  const right = view.screenX(x.to);
+  const top = view.screenY(y.from);
+  const bottom = view.screenY(y.to);
+  context.save();
+  context.imageSmoothingEnabled = view.zoom * across.shrink < 1;
   context.imageSmoothingQuality = "high";
-  context.drawImage(picture, left, top, right - left, bottom - top, x, y,
-    view.screenX(right * shrink) - x, view.screenY(bottom * shrink) - y);
+  context.translate(x.reversed ? left + right : 0, y.reversed ? top + bottom : 0);
+  context.scale(x.reversed ? -1 : 1, y.reversed ? -1 : 1);
+  context.drawImage(picture, x.first, y.first, x.count, y.count, left, top, right - left, bottom - top);
+  context.restore();
+}
+
+// The page before lies on the paper as its dots do.
+function drawBefore(context, view, picture, choice) {
+  const { shrink, width, rows } = proofData.original;
+  const lie = (reversed, size) => ({ shrink, start: reversed ? size : 0, reversed });
+  drawPicture(context, view, picture, lie(choice.mirrored !== choice.halfTurn, width),
+    lie(choice.halfTurn, rows));
+}
+
+// As the filter does it: each dot of the picture's columns, and no other. A page without
+// ink stays without.
+function drawAfter(context, view, { picture, proof, choice }) {
+  const { row, rows } = proof;
+  drawPicture(context, view, picture, { shrink: 1, start: 0, reversed: false },
+    { shrink: 1, start: row, reversed: false });
+  if (!choice.inverted || proof.black === 0) return;
+  context.globalCompositeOperation = "difference";
+  context.fillStyle = "#fff";
+  const [left, top] = [view.screenX(0), view.screenY(row)];
+  context.fillRect(left, top, view.screenX(proofData.page.columns) - left,
+    view.screenY(row + rows) - top);
+  context.globalCompositeOperation = "source-over";
 }
 
 function clipped(context, left, right, height, draw) {
@@ -47,35 +86,36 @@ function clipped(context, left, right, height, draw) {
   context.restore();
 }
 
-function drawGrid(context, view) {
-  const { width, rows } = proofData.page;
+function drawGrid(context, view, { row, rows }) {
+  const { width } = proofData.page;
   const left = Math.max(0, view.screenX(0));
   const right = Math.min(view.width, view.screenX(width));
-  const top = Math.max(0, view.screenY(0));
-  const bottom = Math.min(view.height, view.screenY(rows));
+  const top = Math.max(0, view.screenY(row));
+  const bottom = Math.min(view.height, view.screenY(row + rows));
   context.fillStyle = "rgb(128 138 152 / 45%)";
   for (let x = Math.max(0, Math.floor(view.x)); x <= width; ++x) {
     if (view.screenX(x) > right) break;
     context.fillRect(view.screenX(x), top, 1, bottom - top);
   }
-  for (let y = Math.max(0, Math.floor(view.y)); y <= rows; ++y) {
+  for (let y = Math.max(row, Math.floor(view.y)); y <= row + rows; ++y) {
     if (view.screenY(y) > bottom) break;
     context.fillRect(left, view.screenY(y), right - left, 1);
   }
 }
 
-// `split` is the place of the divider, from 0 to 1. A picture that is not there yet is null.
+// `split` is the place of the divider, from 0 to 1. A picture that is not there is null.
 function drawPage(canvas, view, split, before, after) {
   const context = canvas.getContext("2d");
   const divide = Math.round(split * view.width);
   context.fillStyle = colour("--desk");
   context.fillRect(0, 0, view.width, view.height);
   clipped(context, 0, divide, view.height, () => {
-    if (before) drawPicture(context, view, before, proofData.original.shrink);
+    if (before) drawBefore(context, view, before, after?.choice ?? proofData.jobsWay);
   });
   clipped(context, divide, view.width, view.height, () => {
-    if (after) drawPicture(context, view, after);
-    if (after && view.zoom >= GRID_FROM) drawGrid(context, view);
+    if (!after?.picture) return;
+    drawAfter(context, view, after);
+    if (view.zoom >= GRID_FROM) drawGrid(context, view, after.proof);
   });
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "tools/drav/engine/page_turn.h"
 #include "tools/drav/html/combinations.h"
 #include "tools/drav/html/html_file.h"
 #include "tools/drav/html/ink.h"
@@ -44,22 +45,39 @@ struct OptionChoices {
   size_t current = 0;
 };
 
+bool isSwitch(const DriverFile& driver, const std::string& option) {
+  const std::vector<DriverChoice> choices = driver.choices(option);
+  return std::any_of(choices.begin(), choices.end(),
+                     [](const DriverChoice& one) { return one.name == "True"; });
+}
+
+bool hasFrame(const DriverFile& driver) {
+  const std::string level = driver.current("PaperFrame").name;
+  return !level.empty() && level != "0";
+}
+
 class HtmlProofMaker {
  public:
   explicit HtmlProofMaker(const PageVisit& visit)
       : visit_(visit),
         halftones_(visit.driver, "HalftoneType"),
         brightnesses_(visit.driver, "Brightness"),
-        space_{halftones_.choices.size(), brightnesses_.choices.size()},
-        job_{halftones_.current, brightnesses_.current} {}
+        space_{halftones_.choices.size(), brightnesses_.choices.size(),
+               isSwitch(visit.driver, "StencilMirror"), isSwitch(visit.driver, "HalfTurn")},
+        job_{halftones_.current, brightnesses_.current, turnOf(visit.driver)},
+        invertible_(isSwitch(visit.driver, "InvertPage") && !hasFrame(visit.driver)),
+        columns_(visit.driver.printedColumns(visit.page.header)) {}
 
   bool make(HtmlProof& proof, std::string& error) {
     if (!checkSize(error) || !makeOriginal(visit_.page, original_, error)) return false;
     bytes_ = original_.data.size();
-    const auto near = nearCombinations(space_, job_);
-    if (!addAll(near, error) || !addFar(near.size(), error)) return false;
+    const auto main = mainCombinations(space_, job_);
+    const auto steps = stepCombinations(space_, job_);
+    if (!addAll(main, kMostPictureBytes, error) || !addAll(steps, mostExtraBytes(), error) ||
+        !addFar(main.size() + steps.size(), error))
+      return false;
     proof.page = visit_.number;
-    proof.combinations = proofs_.size();
+    proof.combinations = jobsWayRound_;
     proof.allCombinations = space_.size();
     // File names need not be UTF-8.
     proof.data = scriptSafe(json().dump(-1, ' ', false, Json::error_handler_t::replace));
@@ -68,46 +86,68 @@ class HtmlProofMaker {
 
  private:
   // As many as the bytes allow; the job's own in any case.
-  bool addAll(const std::vector<Combination>& list, std::string& error) {
+  bool addAll(const std::vector<Combination>& list, size_t most, std::string& error) {
     const uint64_t total = made_ + list.size();
     for (const Combination& one : list) {
       visit_.progress.show(made_, total, labelOf(one));
       Json proof;
       if (!print(one, proof, error)) return false;
       const size_t size = proof["png"].get_ref<const std::string&>().size();
-      if (!proofs_.empty() && bytes_ + size > kMostPictureBytes) continue;
+      if (!proofs_.empty() && bytes_ + size > most) continue;
       bytes_ += size;
+      if (one.turn == job_.turn)
+        ++jobsWayRound_;
+      else
+        otherWaysBytes_ += size;
       proofs_.push_back(std::move(proof));
     }
     return true;
   }
 
+  // The other ways round take no room from the steps of brightness.
+  size_t mostExtraBytes() const { return kMostExtraBytes + otherWaysBytes_; }
+
   // The rest as a whole or not at all.
   bool addFar(size_t near, std::string& error) {
-    const uint64_t dots = uint64_t{page_.width()} * page_.rows * space_.size();
+    const uint64_t dots = uint64_t{page_.width()} * page_.pageRows * space_.size();
     const size_t pictures = bytes_ - original_.data.size();
     if (proofs_.size() < near || dots > kMostDotsForAll ||
-        pictures / near * space_.size() > kMostPictureBytes)
+        pictures / near * space_.size() > kMostExtraBytes)
       return true;
-    return addAll(farCombinations(space_, job_), error);
+    return addAll(farCombinations(space_, job_), mostExtraBytes(), error);
   }
 
   bool print(const Combination& one, Json& proof, std::string& error) {
-    const std::string options =
-        halftones_.setting(one.halftone) + brightnesses_.setting(one.brightness);
-    if (!visit_.engine.print(options, page_, error)) return false;
+    if (!visit_.engine.print(optionsOf(one), page_, error)) return false;
     std::string data;
-    if (!pngData(PngKind::kDots, page_.dots, page_.bytesPerRow, page_.width(), page_.rows, data,
-                 error))
+    if (page_.rows != 0 && !pngData(PngKind::kDots, page_.dots, page_.bytesPerRow, page_.width(),
+                                    page_.rows, data, error))
       return false;
-    const Ink ink = inkOf(page_);
-    proof = {{"halftone", one.halftone},
-             {"brightness", one.brightness},
-             {"black", ink.black},
-             {"band", {{"row", ink.bandRow}, {"rows", ink.bandRows}, {"black", ink.bandBlack}}},
-             {"png", std::move(data)}};
+    proof = {{"halftone", one.halftone},      {"brightness", one.brightness},
+             {"mirrored", one.turn.mirrored}, {"halfTurn", one.turn.halfTurn},
+             {"row", page_.firstRow},         {"rows", page_.rows}};
+    proof.update(inkJson(inkOf(page_)));
+    if (invertible_) proof["inverted"] = inkJson(invertedInkOf(page_, columns_));
+    proof["png"] = std::move(data);
     ++made_;
     return true;
+  }
+
+  // The page is made with its dots as drawn: the browser inverts them.
+  std::string optionsOf(const Combination& one) const {
+    const auto choice = [](const char* name, bool on) {
+      return std::string(name) + (on ? "=True " : "=False ");
+    };
+    std::string options = halftones_.setting(one.halftone) + brightnesses_.setting(one.brightness);
+    if (space_.mirrors) options += choice("StencilMirror", one.turn.mirrored);
+    if (space_.turns) options += choice("HalfTurn", one.turn.halfTurn);
+    if (invertible_) options += choice("InvertPage", false);
+    return options;
+  }
+
+  static Json inkJson(const Ink& ink) {
+    return {{"black", ink.black},
+            {"band", {{"row", ink.bandRow}, {"rows", ink.bandRows}, {"black", ink.bandBlack}}}};
   }
 
   bool checkSize(std::string& error) const {
@@ -122,7 +162,20 @@ class HtmlProofMaker {
   std::string labelOf(const Combination& one) const {
     const std::string& halftone = halftones_.choices[one.halftone].label;
     const std::string& brightness = brightnesses_.choices[one.brightness].label;
-    return one.brightness == job_.brightness ? halftone : halftone + ", " + brightness;
+    std::string label = one.brightness == job_.brightness ? halftone : halftone + ", " + brightness;
+    if (one.turn.mirrored != job_.turn.mirrored) label += ", mirrored";
+    if (one.turn.halfTurn != job_.turn.halfTurn) label += ", turned";
+    return label;
+  }
+
+  std::vector<std::string> notes() const {
+    std::vector<std::string> notes = visit_.facts.notes;
+    if (visit_.engine.leftOutFrame()) notes.emplace_back(kFrameLeftOut);
+    if (hasFrame(visit_.driver) && isSwitch(visit_.driver, "InvertPage"))
+      notes.emplace_back(
+          "a page with PaperFrame cannot be switched to white on black here; make a proof with -o "
+          "InvertPage=True");
+    return notes;
   }
 
   Json json() const {
@@ -133,11 +186,12 @@ class HtmlProofMaker {
             {"options", facts.options},
             {"approximation", facts.approximation},
             {"isPicture", facts.isPicture},
-            {"notes", facts.notes},
+            {"notes", notes()},
             {"version", DRAV_VERSION},
             {"page",
              {{"width", page_.width()},
-              {"rows", page_.rows},
+              {"columns", columns_},
+              {"rows", page_.pageRows},
               {"dotsPerInchX", page_.dotsPerInchX},
               {"dotsPerInchY", page_.dotsPerInchY}}},
             {"original",
@@ -148,6 +202,12 @@ class HtmlProofMaker {
             {"halftones", halftones_.json()},
             {"brightnesses", brightnesses_.json()},
             {"job", {{"halftone", job_.halftone}, {"brightness", job_.brightness}}},
+            {"jobsWay",
+             {{"mirrored", job_.turn.mirrored},
+              {"halfTurn", job_.turn.halfTurn},
+              {"inverted", invertible_ && visit_.driver.isMarked("InvertPage", "True")}}},
+            {"switches",
+             {{"mirrored", space_.mirrors}, {"halfTurn", space_.turns}, {"inverted", invertible_}}},
             {"proofs", proofs_}};
   }
 
@@ -156,10 +216,14 @@ class HtmlProofMaker {
   OptionChoices brightnesses_;
   CombinationSpace space_;
   Combination job_;
+  bool invertible_;   // the driver can, and no frame is drawn, which stays as it is
+  uint32_t columns_;  // of the page's picture, that print
   Original original_;
   DotPage page_;  // the last that was printed
   std::vector<Json> proofs_;
   size_t bytes_ = 0;
+  size_t otherWaysBytes_ = 0;
+  size_t jobsWayRound_ = 0;  // proofs of the job's way round
   uint64_t made_ = 0;
 };
 

@@ -17,8 +17,11 @@ struct HtmlProof {
   size_t allCombinations = 0;
 };
 
-// Pictures of a file together have about so many bytes at most.
-inline constexpr size_t kMostPictureBytes = 14'000'000;
+// Pictures of a file together have about so many bytes at most. A dense photo on A4 with
+// all halftones, and one of them four ways round, stays below. More steps of brightness and
+// all other combinations have to keep below the second number, with no other way round.
+inline constexpr size_t kMostPictureBytes = 24'000'000;
+inline constexpr size_t kMostExtraBytes = 14'000'000;
 // All combinations, not only those next to the job's, are made if together they have at
 // most so many dots, so that nobody waits longer than for a page of A4.
 inline constexpr uint64_t kMostDotsForAll = 400'000'000;
@@ -26,9 +29,10 @@ inline constexpr uint64_t kMostDotsForAll = 400'000'000;
 inline constexpr uint64_t kMostHtmlDots = 40'000'000;
 inline constexpr uint32_t kMostHtmlRows = 32'767;
 
-// Prints the page of `visit` with the job's options and with the driver's other
-// halftones and brightness steps: see nearCombinations(), as far as the bytes allow, and
-// all combinations if they are few dots and bytes. False with one line in `error`.
+// Prints the page of `visit` with the job's options, with the driver's other halftones
+// and brightness steps, and mirrored and turned: see mainCombinations() and
+// stepCombinations(), as far as the bytes allow, and all combinations of the job's way
+// round if they are few dots and bytes. False with one line in `error`.
 [[nodiscard]] bool makeHtmlProof(const PageVisit& visit, HtmlProof& proof, std::string& error);
 
 #endif  // TOOLS_DRAV_HTML_HTML_PROOF_H_

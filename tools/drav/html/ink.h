@@ -18,4 +18,8 @@ struct Ink {
 
 Ink inkOf(const DotPage& page);
 
+// The same of the page as InvertPage prints it: the first `columns` dots of each row
+// change, unless the page has none. REQUIRES: no dot lies behind them.
+Ink invertedInkOf(const DotPage& page, uint32_t columns);
+
 #endif  // TOOLS_DRAV_HTML_INK_H_

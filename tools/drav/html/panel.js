@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Figures, and the choice of halftone and brightness. A combination that the file does not
+// Figures, and the choice of halftone, brightness and way round. A combination that the file does not
 // hold cannot be chosen, and a note says why.
 
 function byId(id) {
@@ -53,23 +53,45 @@ function nextBrightness(select, direction) {
   return -1;
 }
 
+const SWITCHES = { mirrored: "mirrored", halfTurn: "half-turn", inverted: "inverted" };
+
+function makeSwitches(choose) {
+  byId("switch-group").hidden = !Object.values(proofData.switches).includes(true);
+  for (const [key, id] of Object.entries(SWITCHES)) {
+    byId(id).closest("label").hidden = !proofData.switches[key];
+    byId(id).addEventListener("change", (event) => choose({ [key]: event.target.checked }));
+  }
+}
+
+function showSwitches(chosen) {
+  for (const [key, id] of Object.entries(SWITCHES)) {
+    byId(id).checked = chosen[key];
+    byId(id).disabled = !findProof({ ...chosen, [key]: !chosen[key] });
+  }
+}
+
+// "mirrored and turned", as it is said of the page.
+function wayName({ mirrored, halfTurn }) {
+  const words = [mirrored ? "mirrored" : "", halfTurn ? "turned" : ""].filter(Boolean);
+  return words.join(" and ") || "the way it was drawn";
+}
+
 function showHalftones(chosen) {
-  const dots = proofData.page.width * proofData.page.rows;
   [...byId("halftones").children].forEach((row, index) => {
-    const proof = findProof(index, chosen.brightness);
+    const proof = findProof({ ...chosen, halftone: index });
     const input = row.querySelector("input");
     input.checked = index === chosen.halftone;
     input.disabled = !proof;
-    row.title = proof ? "" : "Not in this file at this brightness";
-    row.querySelector(".choice-share").textContent =
-      proof ? formatShare(proof.black, dots) : "not in file";
+    row.title = proof ? "" : "Not in this file with the other choices";
+    row.querySelector(".choice-share").textContent = proof
+      ? formatShare(inkOf(proof, chosen).black, proofData.page.width * proof.rows) : "not in file";
   });
 }
 
 function showBrightnesses(chosen) {
   const select = byId("brightness");
   [...select.options].forEach((option, index) => {
-    option.disabled = !findProof(chosen.halftone, index);
+    option.disabled = !findProof({ ...chosen, brightness: index });
     const { label } = proofData.brightnesses[index];
     option.textContent = option.disabled ? `${label} – not in this file` : label;
   });
@@ -94,14 +116,23 @@ function showNote(note, text, buttonText, click, command) {
 const TOO_LARGE = "What is crossed out was left out to keep this file small. For it, make a proof with";
 
 function showNotes(chosen, choose) {
-  const { job, halftones, brightnesses } = proofData;
-  const someHalftone = halftones.some((_, index) => !findProof(index, chosen.brightness));
-  const someBrightness = brightnesses.some((_, index) => !findProof(chosen.halftone, index));
+  const { job, jobsWay, halftones, brightnesses } = proofData;
+  const someHalftone = halftones.some((_, index) => !findProof({ ...chosen, halftone: index }));
+  const someBrightness = brightnesses.some((_, index) => !findProof({ ...chosen, brightness: index }));
+  if (!isJobsWay(chosen) && (someHalftone || someBrightness)) {
+    const { mirrored, halfTurn } = jobsWay;
+    showNote(byId("halftone-note"),
+      `What is crossed out is in this file only with the page ${wayName(jobsWay)}.`,
+      `Show it ${wayName(jobsWay)}`, () => choose({ mirrored, halfTurn }),
+      `drav proof ${optionsOf(chosen)} --html …`);
+    showNote(byId("brightness-note"), "");
+    return;
+  }
   if (someHalftone && chosen.brightness !== job.brightness)
     showNote(byId("halftone-note"),
       `Other halftones are in this file at “${brightnesses[job.brightness].label}” only.`,
       `Back to ${brightnessName(job.brightness)}`,
-      () => choose(chosen.halftone, job.brightness),
+      () => choose({ brightness: job.brightness }),
       `drav proof -o Brightness=${brightnesses[chosen.brightness].name} --html …`);
   else showNote(byId("halftone-note"), someHalftone ? TOO_LARGE : "", "", null,
     someHalftone ? "drav proof -o HalftoneType=… --html …" : "");
@@ -109,28 +140,48 @@ function showNotes(chosen, choose) {
     showNote(byId("brightness-note"),
       `Other steps are in this file for “${halftoneName(job.halftone)}” only.`,
       `Back to ${halftoneName(job.halftone)}`,
-      () => choose(job.halftone, chosen.brightness),
+      () => choose({ halftone: job.halftone }),
       `drav proof -o HalftoneType=${halftones[chosen.halftone].name} --html …`);
   else showNote(byId("brightness-note"), someBrightness ? TOO_LARGE : "", "", null,
     someBrightness ? "drav proof -o Brightness=… --html …" : "");
 }
 
-function showFigures(proof) {
-  const { width, rows } = proofData.page;
+// Why the page cannot be mirrored or turned, and the way out.
+function showSwitchNote(chosen, choose) {
+  const { job, switches, halftones } = proofData;
+  const stuck = ["mirrored", "halfTurn"].some((key) => switches[key] && byId(SWITCHES[key]).disabled);
+  if (!stuck) showNote(byId("switch-note"), "");
+  else if (chosen.halftone === job.halftone && chosen.brightness === job.brightness)
+    showNote(byId("switch-note"), TOO_LARGE, "", null,
+      "drav proof -o StencilMirror=… -o HalfTurn=… --html …");
+  else showNote(byId("switch-note"),
+    `Other ways round are in this file for “${halftoneName(job.halftone)}” at ` +
+      `“${brightnessName(job.brightness)}” only.`,
+    "Back to it", () => choose({ ...job }),
+    `drav proof -o HalftoneType=${halftones[chosen.halftone].name} -o StencilMirror=… --html …`);
+}
+
+function showFigures(proof, chosen) {
+  const { width } = proofData.page;
+  const { rows } = proof;
   const unit = measure();
-  const { band } = proof;
+  const { black, band } = inkOf(proof, chosen);
+  const left = proofData.page.rows - rows;
+  const from = proof.row + band.row;
   byId("paper-length").textContent = formatLength(rows, unit.y, unit);
-  byId("coverage").textContent = formatShare(proof.black, width * rows);
+  byId("paper-saved").textContent =
+    left > 0 ? `${formatLength(left, unit.y, unit)} of blank paper left out` : "";
+  byId("coverage").textContent = formatShare(black, width * rows);
   byId("heaviest").textContent =
     band.black ? formatShare(band.black, width * band.rows) : "no ink at all";
   byId("heaviest-place").textContent = band.black
-    ? `${formatNumber(band.row / unit.y, unit.digits)} to ` +
-      `${formatLength(band.row + band.rows, unit.y, unit)} from the top, ${band.rows} rows`
+    ? `${formatNumber(from / unit.y, unit.digits)} to ` +
+      `${formatLength(from + band.rows, unit.y, unit)} from the top, ${band.rows} rows`
     : "";
   byId("show-heaviest").hidden = !band.black;
 }
 
-function showSize() {
+function showSize(chosen) {
   const { page, original } = proofData;
   const unit = measure();
   const across = unit.name === "mm" ? `${formatLength(page.width, unit.x, unit)} wide, ` : "";
@@ -138,9 +189,11 @@ function showSize() {
     ? ` at ${page.dotsPerInchX === page.dotsPerInchY ? page.dotsPerInchX
       : `${page.dotsPerInchX} x ${page.dotsPerInchY}`} dpi` : "";
   byId("size").textContent = `${across}${page.width} × ${page.rows} dots${rate}`;
-  const cut = original.width - page.width;
+  const cut = original.width - page.columns;
+  const side = chosen.mirrored !== chosen.halfTurn ? "left" : "right";
   if (cut > 0)
-    byId("size").textContent += `. The driver cuts ${formatLength(cut, unit.x, unit)} at the right.`;
+    byId("size").textContent += `. The print head is narrower: the ${side} ` +
+      `${formatLength(cut, unit.x, unit)} of the drawing do not print.`;
 }
 
 function aboutNotes() {
@@ -148,8 +201,8 @@ function aboutNotes() {
   const list = approximation
     ? [`Approximate: a print queue may send other dots. ${approximation}`]
     : ["After: every dot as the printer gets it, made by the filter that prints."];
-  list.push("Before: the page in grey as it reaches the filter" +
-    (original.shrink > 1 ? `, reduced to 1/${original.shrink}.` : "."));
+  list.push("Before: the page in grey as it reaches the filter, mirrored and turned along with " +
+    `its dots${original.shrink > 1 ? `, reduced to 1/${original.shrink}` : ""}.`);
   list.push("Paper length is that of the page, without feeds and cuts.");
   if (isPicture && brightnesses.length > 1)
     list.push("A picture file needs brightness as the queue's default: CUPS's converter takes " +
@@ -166,8 +219,19 @@ function showAbout() {
   byId("accuracy").classList.toggle("warns", approximation !== "");
   byId("notes").append(...aboutNotes().map((text) => element("li", "", text)));
   if (approximation) byId("notes").firstElementChild.className = "warns";
-  for (const [name, value] of [["Options", options], ["Made by", `drav ${version}`]])
+  for (const [name, value] of [["Made with", options], ["Made by", `drav ${version}`]])
     byId("facts").append(element("dt", "", name), element("dd", "", value));
   byId("unit").textContent = measure().name;
-  showSize();
+}
+
+// All that tells of a choice, once there is a proof of it.
+function showChoice(chosen, proof, choose) {
+  showHalftones(chosen);
+  showBrightnesses(chosen);
+  showSwitches(chosen);
+  showNotes(chosen, choose);
+  showSwitchNote(chosen, choose);
+  showFigures(proof, chosen);
+  showSize(chosen);
+  byId("prints-with").textContent = optionsOf(chosen);
 }

@@ -2,8 +2,10 @@
 // Holds the parts together: what is chosen, what is seen, and when to draw.
 
 const view = new View(sheetSize());
-const chosen = { halftone: proofData.job.halftone, brightness: proofData.job.brightness };
-const shown = { split: 0.5, before: null, after: null, proof: null };
+const chosen = { ...proofData.job, ...proofData.jobsWay };
+// `after` has the picture, its proof and its choice; the picture of a page that prints no row
+// is null.
+const shown = { split: 0.5, before: null, after: null };
 let drawing = false; // a frame was asked for
 
 function changed() {
@@ -18,10 +20,18 @@ function changed() {
 function draw() {
   drawPage(byId("canvas"), view, shown.split, shown.before, shown.after);
   drawTopRuler(byId("ruler-top"), view);
-  drawLeftRuler(byId("ruler-left"), view, shown.proof?.band);
+  drawLeftRuler(byId("ruler-left"), view, heaviestBand());
   byId("zoom").textContent =
     view.zoom < 1 ? `${formatNumber(view.zoom * 100, 0)} %` : `${formatNumber(view.zoom, view.zoom % 1 ? 1 : 0)} ×`;
   Object.assign(byId("stage").dataset, { zoom: view.zoom, x: view.x, y: view.y });
+}
+
+// Where the heaviest band of what is shown lies on the page.
+function heaviestBand() {
+  if (!shown.after) return undefined;
+  const { proof, choice } = shown.after;
+  const { band } = inkOf(proof, choice);
+  return { ...band, row: proof.row + band.row };
 }
 
 function moveDivider(split) {
@@ -37,27 +47,25 @@ function moveDivider(split) {
 }
 
 // Shows a combination that is in the file. The former stays until the picture is decoded.
-async function choose(halftone, brightness) {
-  const proof = findProof(halftone, brightness);
+async function choose(change) {
+  const choice = { ...chosen, ...change };
+  const proof = findProof(choice);
   if (!proof) return;
-  Object.assign(chosen, { halftone, brightness });
-  showHalftones(chosen);
-  showBrightnesses(chosen);
-  showNotes(chosen, choose);
-  showFigures(proof);
+  Object.assign(chosen, choice);
+  showChoice(chosen, proof, choose);
   const stage = byId("stage");
   stage.setAttribute("aria-busy", "true");
   byId("status").textContent = "Drawing…";
   try {
-    const after = await loadPicture(proof.png);
-    if (chosen.halftone !== halftone || chosen.brightness !== brightness) return;
-    Object.assign(shown, { after, proof });
-    byId("status").textContent = "";
+    const picture = proof.png ? await loadPicture(proof.png) : null;
+    if (Object.keys(choice).some((key) => chosen[key] !== choice[key])) return;
+    shown.after = { picture, proof, choice };
+    byId("status").textContent = picture ? "" : "The page has no ink, so nothing of it prints.";
   } catch {
     byId("status").textContent = "The browser could not decode this picture.";
   }
   stage.removeAttribute("aria-busy");
-  Object.assign(stage.dataset, { halftone, brightness });
+  Object.assign(stage.dataset, { halftone: choice.halftone, brightness: choice.brightness });
   changed();
 }
 
@@ -88,7 +96,7 @@ function showPointer(event) {
 }
 
 function showHeaviest() {
-  const band = shown.proof?.band;
+  const band = heaviestBand();
   if (!band) return;
   view.fitWidth();
   view.centreOn(view.sheet.width / 2, band.row + band.rows / 2);
@@ -121,11 +129,12 @@ function listen() {
   window.matchMedia("(prefers-color-scheme: dark)").addEventListener("change", changed);
 }
 
-makeHalftones((halftone) => choose(halftone, chosen.brightness));
-makeBrightnesses((brightness) => choose(chosen.halftone, brightness));
+makeHalftones((halftone) => choose({ halftone }));
+makeBrightnesses((brightness) => choose({ brightness }));
+makeSwitches(choose);
 showAbout();
 listen();
 resize();
 moveDivider(0.5);
 showOriginal();
-choose(chosen.halftone, chosen.brightness);
+choose({});

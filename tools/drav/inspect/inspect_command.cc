@@ -44,10 +44,12 @@ Command addInspect(CLI::App& app) {
   inspect->add_flag("--json", arguments->json, "Write one JSON document");
   inspect->add_flag("--all", arguments->all, "List every command on a line of its own");
   addPrinterOptions(*inspect, arguments->printer);
+  addPaperOption(*inspect, arguments->printer);
   inspect->footer(
       "Examples:\n"
       "  drav inspect job.bin\n"
       "  drav inspect --ppd stencil.ppd --json job.bin > job.json\n"
+      "  drav inspect --model dravr802 --paper X80MMY200MM job.bin\n"
       "  nc -l -p 9100 | drav inspect -\n\n"
       "Exit status: 0 no warnings, 1 warnings, 2 not a job, or failure.\n");
   return {inspect, [arguments] { return run(*arguments); }};

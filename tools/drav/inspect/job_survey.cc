@@ -254,6 +254,9 @@ void Surveyor::endPage() {
            std::to_string(page_.heavyBands) + " of " + std::to_string(page_.bands) + " bands of " +
                pageName + " above " + fixedText(kHeavyBandPercent, 0) + " % black, this one " +
                percentText(page_.heaviest->coverage.percent()));
+    page_.savedRows = savedRows(page_.rows, printer_);
+    survey_.totals.savedRows += page_.savedRows;
+    if (page_.savedRows != 0) ++survey_.totals.shorterPages;
     if (onPage_) onPage_(page_);
   }
   page_ = {};

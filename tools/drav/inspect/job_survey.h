@@ -64,6 +64,7 @@ struct PageSummary {
   size_t offset = 0;    // of its first band
   uint64_t bands = 0;
   uint64_t rows = 0;
+  uint64_t savedRows = 0;    // that its paper has besides
   uint32_t bytesPerRow = 0;  // of the widest row
   Coverage coverage;
   std::optional<BandPlace> heaviest;
@@ -76,6 +77,8 @@ struct JobTotals {
   uint64_t commands = 0;
   uint64_t bands = 0;
   uint64_t rows = 0;
+  uint64_t shorterPages = 0;  // than their paper
+  uint64_t savedRows = 0;     // of these pages together
   uint32_t leastBytesPerRow = 0;
   uint32_t mostBytesPerRow = 0;
   uint64_t feedUnits = 0;  // of ESC J

@@ -98,19 +98,27 @@ Json placeJson(const std::optional<BandPlace>& place, bool isRecord) {
           {"coveragePercent", rounded(place->coverage.percent())}};
 }
 
-Json pageJson(const PageSummary& page, const PaperScale& scale) {
+// Null where nobody knows the paper.
+Json savedJson(uint64_t rows, const PrinterFacts& printer) {
+  return printer.paper ? Json(rounded(rowsToMillimetres(rows, printer.scale))) : Json(nullptr);
+}
+
+Json pageJson(const PageSummary& page, const PrinterFacts& printer) {
+  const PaperScale& scale = printer.scale;
   return {{"number", page.number},
           {"offset", page.offset},
           {"bands", page.bands},
           {"rows", page.rows},
           {"bytesPerRow", page.bytesPerRow},
           {"lengthMm", rounded(rowsToMillimetres(page.rows, scale))},
+          {"savedMm", savedJson(page.savedRows, printer)},
           {"coveragePercent", rounded(page.coverage.percent())},
           {"heaviestBand", placeJson(page.heaviest, false)}};
 }
 
-Json totalsJson(const Survey& survey, const PaperScale& scale) {
+Json totalsJson(const Survey& survey, const PrinterFacts& printer) {
   const JobTotals& totals = survey.totals;
+  const PaperScale& scale = printer.scale;
   const double picture = rowsToMillimetres(totals.rows, scale);
   const double feeds = feedMillimetres(totals, scale);
   return {{"jobs", survey.isRecord ? Json(nullptr) : Json(totals.jobs)},
@@ -123,6 +131,7 @@ Json totalsJson(const Survey& survey, const PaperScale& scale) {
           {"paperMm", rounded(picture + feeds)},
           {"pictureMm", rounded(picture)},
           {"feedMm", rounded(feeds)},
+          {"savedMm", survey.isRecord ? Json(nullptr) : savedJson(totals.savedRows, printer)},
           {"coveragePercent", rounded(totals.coverage.percent())},
           {"heaviestBand", placeJson(totals.heaviest, survey.isRecord)},
           {"partialCuts", totals.partialCuts},
@@ -137,6 +146,7 @@ void writeHead(size_t size, const InspectOptions& options, const Survey& survey,
                MemberWriter& document) {
   const PaperScale& scale = options.printer.scale;
   const auto& head = options.printer.headBytes;
+  const auto& paper = options.printer.paper;
   document.member("format", "drav-inspect");
   document.member("formatVersion", kJsonFormatVersion);
   document.member("input", options.name);
@@ -147,7 +157,8 @@ void writeHead(size_t size, const InspectOptions& options, const Survey& survey,
                               {"dpiAssumed", options.printer.isAssumed},
                               {"unitsPerInch", scale.unitsPerInch},
                               {"linesPerInch", scale.linesPerInch},
-                              {"headBytes", head ? Json(*head) : Json(nullptr)}});
+                              {"headBytes", head ? Json(*head) : Json(nullptr)},
+                              {"paper", paper ? Json(paper->name) : Json(nullptr)}});
 }
 
 void writeWarnings(const Survey& survey, MemberWriter& document) {
@@ -180,11 +191,12 @@ void writeJsonReport(std::span<const uint8_t> stream, const InspectOptions& opti
 
   MemberWriter pages(document.openMember("pages"), '[', ']', 2);
   if (!survey.isRecord)
-    (void)surveyStream(stream, options.printer,
-                       [&](const PageSummary& page) { pages.member(pageJson(page, scale)); });
+    (void)surveyStream(stream, options.printer, [&](const PageSummary& page) {
+      pages.member(pageJson(page, options.printer));
+    });
   pages.end();
 
-  document.member("totals", totalsJson(survey, scale));
+  document.member("totals", totalsJson(survey, options.printer));
   writeWarnings(survey, document);
   document.member("status", survey.isClean() ? kExitDone : kExitFindings);
   document.end();

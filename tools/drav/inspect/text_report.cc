@@ -55,6 +55,18 @@ std::string paperText(const JobTotals& totals, const PaperScale& scale) {
   return text;
 }
 
+// The stream does not tell what was trimmed, only how long its pages are.
+std::string savedText(const JobTotals& totals, const PrinterFacts& printer) {
+  const std::string paper =
+      printer.paper->name + " (" + fixedText(printer.paper->millimetres, 1) + " mm)";
+  const std::string saved =
+      fixedText(rowsToMillimetres(totals.savedRows, printer.scale), 1) + " mm";
+  if (totals.shorterPages == 0) return saved + ": no page is shorter than " + paper;
+  return saved + ": " + std::to_string(totals.shorterPages) + " of " +
+         std::to_string(totals.pages) +
+         (totals.pages == 1 ? " page is shorter than " : " pages are shorter than ") + paper;
+}
+
 std::string coverageText(const Survey& survey) {
   const JobTotals& totals = survey.totals;
   std::string text = fixedText(totals.coverage.percent(), 1) + " %";
@@ -75,6 +87,8 @@ void writeTotals(const InspectOptions& options, const Survey& survey, std::ostre
   out << "  bands     " << totals.bands << "\n  rows      " << rowsText(totals) << "\n  paper     "
       << paperText(totals, printer.scale) << "\n"
       << (printer.isAssumed ? "            " + assumptionText(printer) + "\n" : "")
+      << (printer.paper && !survey.isRecord ? "  saved     " + savedText(totals, printer) + "\n"
+                                            : "")
       << "  coverage  " << coverageText(survey) << "\n";
   if (survey.isRecord) return;
   out << "  cuts      " << totals.partialCuts + totals.fullCuts << " (" << totals.partialCuts

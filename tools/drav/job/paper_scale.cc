@@ -26,6 +26,15 @@ double rowsToMillimetres(uint64_t rows, const PaperScale& scale) {
   return static_cast<double>(rows) * kMillimetresPerInch / scale.dotsAlong;
 }
 
+uint64_t savedRows(uint64_t rows, const PrinterFacts& printer) {
+  if (!printer.paper) return 0;
+  constexpr double kRoundingMillimetres = 0.5;
+  const double paper = printer.paper->millimetres;
+  if (paper - rowsToMillimetres(rows, printer.scale) < kRoundingMillimetres) return 0;
+  const auto whole = std::llround(paper * printer.scale.dotsAlong / kMillimetresPerInch);
+  return static_cast<uint64_t>(whole) - rows;
+}
+
 std::string fixedText(double value, int digits) {
   std::ostringstream text;
   text.imbue(std::locale::classic());

@@ -25,9 +25,16 @@ struct PaperScale {
   double linesPerInch = 6;    // of LF and ESC d
 };
 
+// The paper that a page was made for.
+struct PagePaper {
+  std::string name;  // choice of PageSize
+  double millimetres = 0;
+};
+
 // The scale, and what else is known of the printer.
 struct PrinterFacts {
   PaperScale scale;
+  std::optional<PagePaper> paper;     // if pages are to be compared with it
   std::optional<uint32_t> headBytes;  // bytes of the widest row that the head prints
   bool unitsAreDots = true;           // nobody told the motion unit
   bool isAssumed = false;             // nobody told the resolution
@@ -41,6 +48,10 @@ double feedInches(const JobCommand& command, const PaperScale& scale);
 uint64_t feedRows(const JobCommand& command, const PaperScale& scale);
 
 double rowsToMillimetres(uint64_t rows, const PaperScale& scale);
+
+// Rows by which a page is shorter than its paper. 0 without a paper, and for less than half
+// a millimetre, because converters round.
+uint64_t savedRows(uint64_t rows, const PrinterFacts& printer);
 
 // The number with that many digits behind a point, whatever the locale.
 std::string fixedText(double value, int digits);

@@ -85,13 +85,32 @@ bool readPpd(ppd_file_t* ppd, uint32_t dpi, PrinterFacts& facts, std::string& re
   return true;
 }
 
+// The paper to compare pages with. False when the driver has none of that name.
+bool readPaper(ppd_file_t* ppd, const std::string& name, PrinterFacts& facts, std::string& error) {
+  const std::string trim = dravPpdGetChoiceAsStrDefault(ppd, "TrimPaper", "None");
+  if (name.empty() && trim == "None") return true;
+  const ppd_size_t* size = ppdPageSize(ppd, name.empty() ? nullptr : name.c_str());
+  if (size != nullptr && size->length > 0) {
+    facts.paper = {size->name,
+                   static_cast<double>(size->length) / kPointsPerInch * kMillimetresPerInch};
+    return true;
+  }
+  if (name.empty()) return true;
+  error =
+      "the driver file has no paper " + printablePath(name) + "; its option PageSize has the list";
+  return false;
+}
+
 bool readDriver(const PrinterArguments& arguments, PrinterFacts& facts, std::string& error) {
   PpdHandle ppd;
   std::string resolution;
   if (!openPpd(arguments, ppd, error)) return false;
-  if (readPpd(ppd.get(), arguments.dpi, facts, resolution)) return true;
-  error = printablePath(arguments.ppd) + ": resolution \"" + resolution + "\" makes no sense";
-  return false;
+  ppdMarkDefaults(ppd.get());
+  if (!readPpd(ppd.get(), arguments.dpi, facts, resolution)) {
+    error = printablePath(arguments.ppd) + ": resolution \"" + resolution + "\" makes no sense";
+    return false;
+  }
+  return readPaper(ppd.get(), arguments.paper, facts, error);
 }
 
 }  // namespace
@@ -112,6 +131,14 @@ void addPrinterOptions(CLI::App& app, PrinterArguments& arguments) {
   app.add_option("--lines-per-inch", arguments.linesPerInch,
                  "Lines of LF and ESC d, as the printer's manual tells (default: 6)")
       ->check(CLI::Range(1.0, 600.0));
+}
+
+void addPaperOption(CLI::App& app, PrinterArguments& arguments) {
+  app.add_option(
+         "--paper", arguments.paper,
+         "Paper that the job was printed on, a PageSize of --ppd or --model: tells how much "
+         "of it was saved (default: the driver file's, if that trims pages)")
+      ->type_name("NAME");
 }
 
 bool parseResolution(const std::string& text, uint32_t& across, uint32_t& along) {
@@ -143,6 +170,10 @@ bool resolvePrinter(const PrinterArguments& arguments, PrinterFacts& facts, std:
   facts.isAssumed = arguments.dpi == 0;
   if (arguments.dpi != 0) scale.dotsAcross = scale.dotsAlong = arguments.dpi;
   const bool hasDriver = !arguments.ppd.empty() || !arguments.model.empty();
+  if (!arguments.paper.empty() && !hasDriver) {
+    error = "--paper needs --ppd or --model, which tell how long the paper is";
+    return false;
+  }
   if (hasDriver && !readDriver(arguments, facts, error)) return false;
   facts.unitsAreDots = arguments.unitsPerInch == 0;
   scale.unitsPerInch = facts.unitsAreDots ? scale.dotsAlong : arguments.unitsPerInch;

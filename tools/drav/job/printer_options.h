@@ -16,6 +16,7 @@ class App;
 struct PrinterArguments {
   std::string ppd;
   std::string model;
+  std::string paper;
   uint32_t dpi = 0;
   uint32_t unitsPerInch = 0;
   double linesPerInch = 0;
@@ -25,10 +26,14 @@ struct PrinterArguments {
 // until the command line was parsed.
 void addPrinterOptions(CLI::App& app, PrinterArguments& arguments);
 
+// Adds --paper.
+void addPaperOption(CLI::App& app, PrinterArguments& arguments);
+
 // Works out the printer: an option wins over the driver file, the driver file over
 // the defaults of PaperScale. False with one line in `error` when the driver file
 // cannot be read or its resolution makes no sense. A driver file without
-// "MaxMediaWidth" leaves the width of the head open.
+// "MaxMediaWidth" leaves the width of the head open. The paper is the one that is named, or
+// else that of a driver file which trims pages by default.
 [[nodiscard]] bool resolvePrinter(const PrinterArguments& arguments, PrinterFacts& facts,
                                   std::string& error);
 

@@ -29,12 +29,19 @@ double millimetres(uint32_t dots, uint32_t dotsPerInch) {
 struct Collection {
   std::deque<NumberedPage> pages;
   uint64_t bytes = 0;
+  std::vector<std::string> notes;
   std::optional<HtmlProof> html;
 };
 
 bool collectDots(const PageVisit& visit, Collection& all, std::string& error) {
   NumberedPage page{visit.number, {}};
   if (!visit.engine.print("", page.dots, error)) return false;
+  if (page.dots.rows == 0) {
+    all.notes.push_back("page " + std::to_string(visit.number) +
+                        " has no ink, so TrimPaper leaves nothing of it to print, and there is "
+                        "no picture of it");
+    return true;
+  }
   all.bytes += page.dots.dots.size();
   if (all.bytes > kMaxDotBytes) {
     error = "the pictures so far have " + std::to_string(kMaxDotBytes >> 20U) +
@@ -54,7 +61,11 @@ bool collectPages(const PageRequest& request, const ProofOutputs& outputs, Colle
     if (outputs.html.empty() || all.html) return true;
     return makeHtmlProof(visit, all.html.emplace(), why);
   };
-  return runPages(pages, visitor, facts, error);
+  if (!runPages(pages, visitor, facts, error)) return false;
+  facts.notes.insert(facts.notes.end(), all.notes.begin(), all.notes.end());
+  if (outputs.picture.empty() || !all.pages.empty()) return true;
+  error = facts.name + ": has no ink, so TrimPaper leaves nothing to print";
+  return false;
 }
 
 PngNotes notesOf(const NumberedPage& page, const PageFacts& facts, const TextStrip& strip) {
@@ -105,6 +116,7 @@ ProofPicture describe(const std::string& path, const NumberedPage& page) {
           dots.rows,
           millimetres(dots.width(), dots.dotsPerInchX),
           millimetres(dots.rows, dots.dotsPerInchY),
+          millimetres(dots.pageRows - dots.rows, dots.dotsPerInchY),
           static_cast<double>(countDots(dots)) / (static_cast<double>(dots.width()) * dots.rows)};
 }
 

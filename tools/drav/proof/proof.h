@@ -17,7 +17,8 @@ struct ProofPicture {
   uint32_t height = 0;
   double widthMillimetres = 0;  // 0 when the page does not tell its resolution
   double heightMillimetres = 0;
-  double coverage = 0;  // share of the dots that are set, from 0 to 1
+  double savedMillimetres = 0;  // of paper, by TrimPaper; 0 as above
+  double coverage = 0;          // share of the dots that are set, from 0 to 1
 };
 
 // An HTML file that was written.
@@ -47,7 +48,7 @@ struct ProofReport {
 // tell where it comes from: the name itself for one page or a page that was asked for,
 // "name-1.png" and so on for several, "name-01.png" for ten or more. With no output at all the name
 // is made from the input's, in the current folder. If a queue might send other dots, a strip above
-// the page says so.
+// the page says so. A page of which TrimPaper leaves nothing has no picture, and a note says so.
 //
 // The HTML file is as tools/drav/html/html_proof.h says, of the page that was asked for,
 // else of the first.

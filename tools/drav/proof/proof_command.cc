@@ -20,7 +20,8 @@ std::string accuracyOf(const PageFacts& facts) {
   return facts.approximation.empty() ? "exact" : "approximate: " + facts.approximation;
 }
 
-// "drawing-proof.png: 2400 x 3508 dots, 203.2 x 297.0 mm, 12.4 % black, exact"
+// "drawing-proof.png: 2400 x 3508 dots, 203.2 x 297.0 mm, 12.4 % black, exact"; for a
+// trimmed page "..., 203.2 x 120.0 mm, 177.0 mm of paper saved, ..."
 std::string summary(const ProofPicture& picture, const PageFacts& facts) {
   std::array<char, 64> text{};
   std::string line = picture.path + ": " + std::to_string(picture.width) + " x " +
@@ -28,6 +29,11 @@ std::string summary(const ProofPicture& picture, const PageFacts& facts) {
   if (picture.widthMillimetres > 0 && picture.heightMillimetres > 0) {
     (void)std::snprintf(text.data(), text.size(), "%.1f x %.1f mm, ", picture.widthMillimetres,
                         picture.heightMillimetres);
+    line += text.data();
+  }
+  if (picture.savedMillimetres > 0) {
+    (void)std::snprintf(text.data(), text.size(), "%.1f mm of paper saved, ",
+                        picture.savedMillimetres);
     line += text.data();
   }
   (void)std::snprintf(text.data(), text.size(), "%.1f %% black, ", picture.coverage * 100);

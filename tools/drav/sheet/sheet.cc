@@ -9,6 +9,7 @@
 
 #include "tools/drav/draw/area_average.h"
 #include "tools/drav/draw/drawing_file.h"
+#include "tools/drav/engine/page_turn.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/text.h"
 #include "tools/drav/job/paper_scale.h"
@@ -62,6 +63,15 @@ std::string lengthsText(const char* before, double one, double other) {
   return std::string(before) + text.data();
 }
 
+// What TrimPaper leaves of a page; empty if it is all of it.
+std::string trimmedText(const DotPage& dots) {
+  if (dots.rows == dots.pageRows || dots.dotsPerInchY == 0) return "";
+  std::array<char, 64> text{};
+  (void)std::snprintf(text.data(), text.size(), ", %.1f mm long",
+                      dots.rows * kMillimetresPerInch / dots.dotsPerInchY);
+  return text.data();
+}
+
 // Prints one page with all choices of all options.
 class SheetMaker {
  public:
@@ -91,10 +101,13 @@ class SheetMaker {
       const std::string setting = option + "=" + choice.name;
       DotPage dots;
       if (!visit_.engine.print(setting, dots, error)) return false;
+      const std::string length = trimmedText(dots);
+      restoreRows(dots);  // so that all cells show the same part of the page
       if (crop_.width == 0 && !chooseCrop(dots, error)) return false;
       sheet.pageWidth = dots.width();
       sheet.pageHeight = dots.rows;
       sheet.cells.push_back(cellOf(choice, setting, option, dots));
+      sheet.cells.back().detail += length;
       visit_.progress.show(++done_, total_, choice.label);
     }
     sheet.crop = crop_;
@@ -117,7 +130,11 @@ class SheetMaker {
   }
 
   bool chooseCrop(const DotPage& dots, std::string& error) {
-    crop_ = busiestPart(visit_.page, dots.width(), kSheetCropWidth, kSheetCropHeight);
+    const PageTurn turn = turnOf(visit_.driver);
+    const auto choose = [&dots](const GreyPage& page) {
+      return busiestPart(page, dots.width(), kSheetCropWidth, kSheetCropHeight);
+    };
+    crop_ = turn == PageTurn() ? choose(visit_.page) : choose(turnedPage(visit_.page, turn));
     if (!request_.crop) return true;
     if (dots.dotsPerInchX == 0 || dots.dotsPerInchY == 0) {
       error = "--crop is in mm, and the page does not tell its dots per inch";

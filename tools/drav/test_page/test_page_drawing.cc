@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "tools/drav/document/page_header.h"
+#include "tools/drav/engine/page_turn.h"
 #include "tools/drav/job/paper_scale.h"
 
 namespace {
@@ -168,12 +169,14 @@ class TestPage {
     const std::vector<DriverChoice> choices = driver_.choices("HalftoneType");
     GreyPage wedge = makeWedge(static_cast<uint32_t>(room()), static_cast<uint32_t>(patch(4.5)));
     if (!engine_.load(wedge, error)) return false;
+    std::string plain = " Brightness=0";
+    for (const auto& [name, neutral] : kNeutralChoices)
+      plain += std::string(" ") + name + "=" + neutral;
     uint64_t done = 0;
     for (const DriverChoice& choice : choices) {
       progress_.show(done++, choices.size(), choice.label);
       DotPage printed;
-      if (!engine_.print("HalftoneType=" + choice.name + " Brightness=0", printed, error))
-        return false;
+      if (!engine_.print("HalftoneType=" + choice.name + plain, printed, error)) return false;
       line(choice.name + ": " + choice.label.substr(0, choice.label.find(" (")));
       canvas_->putDots(left(), y_, printed, static_cast<uint32_t>(room()));
       y_ += static_cast<int>(printed.rows) + down(0.8);

@@ -24,8 +24,17 @@ TEST(Report, HasALineForEachCheckAndTheFixBeneath) {
             "1 failure, 1 warning, 1 ok, 1 not checked\n");
 }
 
-TEST(Report, OkAndSkippedAreNoFindings) {
+TEST(Report, ANoteHasATip) {
+  EXPECT_EQ(reportText({{Level::kNote, "paper", "long", {"cut it"}}}),
+            "note  paper: long\n"
+            "      tip: cut it\n"
+            "\n"
+            "0 failures, 0 warnings, 0 ok, 0 not checked, 1 note\n");
+}
+
+TEST(Report, OkNotesAndSkippedAreNoFindings) {
   EXPECT_FALSE(anythingFound({}));
+  EXPECT_FALSE(anythingFound({{Level::kNote, "a", "b"}}));
   EXPECT_FALSE(anythingFound({{Level::kOk, "a", "b"}, {Level::kSkip, "a", "b"}}));
   EXPECT_TRUE(anythingFound({{Level::kOk, "a", "b"}, {Level::kWarn, "a", "b"}}));
   EXPECT_TRUE(anythingFound({{Level::kFail, "a", "b"}}));
