@@ -129,7 +129,8 @@ class CommandsTest(InspectCase):
         stream = job(pale_rows(300, 300))
         printer = self.report(stream, "--ppd", PPD)["printer"]
         self.assertEqual(printer, {"dpiAcross": 300, "dpiAlong": 300, "unitsPerInch": 300,
-                                   "linesPerInch": 6, "headBytes": 300, "dpiAssumed": False})
+                                   "linesPerInch": 6, "headBytes": 300, "dpiAssumed": False,
+                                   "paper": None})
         receipt = job(pale_rows(48, 203))
         for options in ((), ("--model", "dravr582"), ("--dpi", "203")):
             document = self.report(receipt, *options)

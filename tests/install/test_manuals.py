@@ -56,7 +56,7 @@ class ManualTest(unittest.TestCase):
     def test_filter_page_has_every_key_that_the_filter_reads(self):
         page = rendered("rastertodrav.8")
         source = (staged.SOURCE / "filter/settings.cc").read_text(encoding="utf-8")
-        keys = set(re.findall(r'(?:getOptionChoiceIndex|dravPpdGet\w+)\((?:ppd(?:\.get\(\))?, )?'
+        keys = set(re.findall(r'(?:choiceOf\(|isMarked\(|dravPpdGet\w+\(ppd(?:\.get\(\))?, |\{)'
                               r'"(\w+)"', source))
         self.assertGreaterEqual(len(keys), 20)
         missing = [key for key in sorted(keys - {"PageSize"})  # every driver has that

@@ -126,6 +126,17 @@ uint64_t maxMediaLinePixels(double maxMediaWidth, uint32_t resolution) {
   return static_cast<uint64_t>(dots);
 }
 
+namespace {
+
+// The drawing's columns that do not print. They are at the right end of the printed row.
+uint64_t lostColumns(uint64_t cupsWidth, uint64_t skip) {
+  const uint64_t row = (cupsWidth + 3) / 4 * 4;
+  const uint64_t sent = skip < row ? row - skip : row;
+  return sent < cupsWidth ? cupsWidth - sent : 0;
+}
+
+}  // namespace
+
 uint64_t skipPixels(double maxMediaWidth, uint32_t resolution, uint32_t bytesPerLine) {
   const uint64_t limit = maxMediaLinePixels(maxMediaWidth, resolution);
   if (limit > 0 && bytesPerLine > limit) return bytesPerLine - limit;
@@ -221,6 +232,12 @@ JobResult runJob(const JobSettings& settings, const std::vector<RasterPage>& pag
     printer.removeBlankEdges = 10;
     printer.skipRightPixels =
         skipPixels(settings.maxMediaWidth, page.hwResolution, page.bytesPerLine);
+    const uint64_t lost = lostColumns(page.cupsWidth, printer.skipRightPixels);
+    if (lost > 0 && (settings.stencilMirror || settings.halfTurn)) {
+      const char* side = settings.stencilMirror && settings.halfTurn ? "right" : "left";
+      job.log.push_back(logLine(0, std::string("The ") + side + " " + std::to_string(lost) +
+                                       " columns of the drawing lie beyond the head"));
+    }
     printer.pageSizeName = page.pageSizeName;
     printer.mirror = settings.stencilMirror;
     printer.rotate180 = settings.halfTurn;
