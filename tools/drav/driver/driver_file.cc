@@ -101,22 +101,22 @@ void DriverFile::markOptions() {
   ppdMarkDefaults(ppd_.get());
   const ParsedOptions parsed(options_);
   cupsMarkOptions(ppd_.get(), parsed.count(), parsed.list());
-  for (const cups_option_t& given : parsed) {
-    ppd_option_t* option = ppdFindOption(ppd_.get(), given.name);
-    if (option == nullptr) noteUnknown(given.name);
-    if (option == nullptr || ppdFindChoice(option, given.value) != nullptr ||
-        ::strncasecmp(given.value, "Custom.", 7) == 0)
+  for (const cups_option_t& asked : parsed) {
+    ppd_option_t* option = ppdFindOption(ppd_.get(), asked.name);
+    if (option == nullptr) noteUnknown(asked.name);
+    if (option == nullptr || ppdFindChoice(option, asked.value) != nullptr ||
+        ::strncasecmp(asked.value, "Custom.", 7) == 0)
       continue;
     std::string names;
     std::vector<std::string> words;
-    for (const DriverChoice& choice : choices(given.name)) {
+    for (const DriverChoice& choice : choices(asked.name)) {
       names += (names.empty() ? "" : ", ") + choice.name;
       words.push_back(choice.name);
     }
-    const std::string nearest = nearestWord(given.value, words);
+    const std::string nearest = nearestWord(asked.value, words);
     if (!nearest.empty()) names += "; the nearest is " + nearest;
-    notes_.push_back(std::string(option->keyword) + " has no choice \"" + given.value +
-                     "\"; the filter takes " + current(given.name).name +
+    notes_.push_back(std::string(option->keyword) + " has no choice \"" + asked.value +
+                     "\"; the filter takes " + current(asked.name).name +
                      " instead; the choices are " + names);
   }
 }

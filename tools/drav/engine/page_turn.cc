@@ -58,12 +58,11 @@ GreyPage turnedPage(const GreyPage& page, const PageTurn& turn) {
   const cups_page_header2_t& header = page.header;
   for (uint32_t y = 0; y < header.cupsHeight; ++y) {
     const Row row = rowOf(page, turn.halfTurn ? header.cupsHeight - 1 - y : y);
-    const auto to =
-        turned.pixels.begin() + static_cast<std::ptrdiff_t>(size_t{y} * header.cupsBytesPerLine);
-    if (turn.isReversed())
-      std::reverse_copy(row, row + header.cupsWidth, to);
-    else
-      std::copy(row, row + header.cupsWidth, to);
+    std::vector<uint8_t> printed(row, row + header.cupsWidth);
+    if (turn.isReversed()) std::reverse(printed.begin(), printed.end());
+    const size_t start = size_t{y} * header.cupsBytesPerLine;
+    std::copy(printed.begin(), printed.end(),
+              turned.pixels.begin() + static_cast<std::ptrdiff_t>(start));
   }
   return turned;
 }
