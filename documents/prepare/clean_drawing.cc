@@ -42,7 +42,8 @@ class WindowRows {
     if (y > 0) soften(y + reach_);
     std::fill(sums_.begin(), sums_.end(), 0.0F);
     std::fill(squares_.begin(), squares_.end(), 0.0F);
-    for (int64_t row = int64_t{y} - reach_; row <= int64_t{y} + reach_; ++row) {
+    const int64_t last = int64_t{y} + reach_;
+    for (int64_t row = last - 2 * int64_t{reach_}; row <= last; ++row) {
       const std::vector<float>& levels = stored(row);
       for (size_t x = 0; x < levels.size(); ++x) {
         sums_[x] += levels[x];

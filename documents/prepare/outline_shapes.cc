@@ -238,10 +238,12 @@ Pen makePen(double diameter) {
   for (int64_t y = -pen.reach; y <= pen.reach; ++y) {
     for (int64_t x = -pen.reach; x <= pen.reach; ++x) {
       int covered = 0;
-      for (int part = 0; part < kParts * kParts; ++part) {
-        const double dx = static_cast<double>(x) + (part % kParts + 0.5) / kParts - 0.5;
-        const double dy = static_cast<double>(y) + (part / kParts + 0.5) / kParts - 0.5;
-        if (dx * dx + dy * dy <= radius * radius) ++covered;
+      for (int partY = 0; partY < kParts; ++partY) {
+        for (int partX = 0; partX < kParts; ++partX) {
+          const double dx = static_cast<double>(x) + (partX + 0.5) / kParts - 0.5;
+          const double dy = static_cast<double>(y) + (partY + 0.5) / kParts - 0.5;
+          if (dx * dx + dy * dy <= radius * radius) ++covered;
+        }
       }
       pen.levels.push_back(static_cast<uint8_t>(255 - 255 * covered / (kParts * kParts)));
     }

@@ -43,25 +43,23 @@ float lightPart(const LightnessView& picture, uint32_t left, uint32_t top, uint3
   const auto rank = [&](size_t percent) {
     return samples.begin() + static_cast<std::ptrdiff_t>(count * percent / 100);
   };
-  const auto end = samples.begin() + static_cast<std::ptrdiff_t>(count);
-  std::nth_element(samples.begin(), rank(60), end);
+  std::sort(samples.begin(), rank(100));
   const auto last = std::max(rank(90), rank(60) + 1);
-  if (last != end) std::nth_element(rank(60), last, end);
   uint64_t sum = 0;
   for (auto sample = rank(60); sample != last; ++sample) sum += *sample;
   return static_cast<float>(sum) / (256.0F * static_cast<float>(last - rank(60)));
 }
 
-CellGrid emptyGrid(const CellGrid& like) {
-  return {like.cell, like.columns, like.rows, std::vector<float>(like.values.size())};
+CellGrid makeGrid(uint32_t cell, uint32_t columns, uint32_t rows, float value = 0) {
+  return {cell, columns, rows, std::vector<float>(size_t{columns} * rows, value)};
 }
 
+CellGrid emptyGrid(const CellGrid& like) { return makeGrid(like.cell, like.columns, like.rows); }
+
 CellGrid lightCells(const LightnessView& picture, double pixelsPerMm) {
-  CellGrid grid;
-  grid.cell = std::max(kSmallestCell, static_cast<uint32_t>(std::lround(kCellMm * pixelsPerMm)));
-  grid.columns = (picture.width - 1) / grid.cell + 1;
-  grid.rows = (picture.height - 1) / grid.cell + 1;
-  grid.values.resize(size_t{grid.columns} * grid.rows);
+  const uint32_t cell =
+      std::max(kSmallestCell, static_cast<uint32_t>(std::lround(kCellMm * pixelsPerMm)));
+  CellGrid grid = makeGrid(cell, (picture.width - 1) / cell + 1, (picture.height - 1) / cell + 1);
   for (uint32_t y = 0; y < grid.rows; ++y) {
     for (uint32_t x = 0; x < grid.columns; ++x) {
       grid.at(x, y) = lightPart(picture, x * grid.cell, y * grid.cell, grid.cell);
@@ -99,11 +97,10 @@ CellGrid median3x3(const CellGrid& grid) {
 // along the columns.
 template <typename Better>
 CellGrid slide(const CellGrid& grid, uint32_t window, const Better& better) {
-  CellGrid result = {grid.cell, grid.rows, grid.columns + 1 - window, {}};
-  result.values.resize(size_t{result.columns} * result.rows);
+  CellGrid result = makeGrid(grid.cell, grid.rows, grid.columns + 1 - window);
   for (uint32_t y = 0; y < grid.rows; ++y) {
     for (uint32_t x = 0; x < result.rows; ++x) {
-      const float* from = &grid.values[size_t{y} * grid.columns + x];
+      const float* from = &grid.at(x, y);
       result.at(y, x) = *std::max_element(from, from + window, better);
     }
   }
@@ -112,8 +109,7 @@ CellGrid slide(const CellGrid& grid, uint32_t window, const Better& better) {
 
 // The grid with `margin` cells more on each side, darker than any.
 CellGrid withMargin(const CellGrid& grid, uint32_t margin) {
-  CellGrid result = {grid.cell, grid.columns + 2 * margin, grid.rows + 2 * margin, {}};
-  result.values.assign(size_t{result.columns} * result.rows, -1.0F);
+  CellGrid result = makeGrid(grid.cell, grid.columns + 2 * margin, grid.rows + 2 * margin, -1.0F);
   for (uint32_t y = 0; y < grid.rows; ++y) {
     std::copy_n(&grid.values[size_t{y} * grid.columns], grid.columns,
                 &result.at(margin, y + margin));
@@ -172,8 +168,7 @@ CellGrid smoothKnown(const CellGrid& cells, const std::vector<uint8_t>& known) {
 // cells are the means of the known ones among four. At least one cell is known.
 void fillUnknown(CellGrid& grid, const std::vector<uint8_t>& known) {
   if (std::find(known.begin(), known.end(), 0) == known.end()) return;
-  CellGrid half = {grid.cell * 2, (grid.columns + 1) / 2, (grid.rows + 1) / 2, {}};
-  half.values.resize(size_t{half.columns} * half.rows);
+  CellGrid half = makeGrid(grid.cell * 2, (grid.columns + 1) / 2, (grid.rows + 1) / 2);
   std::vector<uint8_t> halfKnown(half.values.size());
   std::vector<float> counts(half.values.size());
   for (uint32_t y = 0; y < grid.rows; ++y) {
@@ -285,8 +280,8 @@ PaperSurface findPaper(const LightnessView& picture, double pixelsPerMm) {
   const uint32_t reach = std::min(wanted, std::max(cells.columns, cells.rows));
   const float slack = tolerance(cells, smooth);
   const float darkest = std::max(kDarkestLevel, kDarkestPaper * percentile(smooth.values, 95));
-  PaperSurface paper = {closing(smooth, reach), emptyGrid(smooth), {}};
-  paper.isBare.assign(cells.values.size(), 1);
+  PaperSurface paper = {closing(smooth, reach), emptyGrid(smooth),
+                        std::vector<uint8_t>(cells.values.size(), 1)};
   // First by the closing, then by the surface that the cells left span.
   for (int round = 0; round < 2; ++round) {
     if (!keepBare(smooth, paper.level, darkest, slack, paper.isBare)) {

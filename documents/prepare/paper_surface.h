@@ -3,6 +3,7 @@
 #ifndef DOCUMENTS_PREPARE_PAPER_SURFACE_H_
 #define DOCUMENTS_PREPARE_PAPER_SURFACE_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -13,7 +14,7 @@ struct LightnessView {
   uint32_t width = 0;
   uint32_t height = 0;
 
-  const uint8_t* row(uint32_t y) const { return pixels.data() + size_t{y} * width; }
+  const uint8_t* row(uint32_t y) const { return &pixels[size_t{y} * width]; }
 };
 
 // One value for each square cell of the picture, row after row. The cells of the last
@@ -25,7 +26,7 @@ struct CellGrid {
   std::vector<float> values;
 
   float& at(uint32_t x, uint32_t y) { return values[size_t{y} * columns + x]; }
-  float at(uint32_t x, uint32_t y) const { return values[size_t{y} * columns + x]; }
+  const float& at(uint32_t x, uint32_t y) const { return values[size_t{y} * columns + x]; }
 };
 
 struct PaperSurface {

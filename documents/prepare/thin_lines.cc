@@ -69,7 +69,8 @@ std::vector<size_t> shortBranch(std::span<const uint8_t> marks,
     for (const size_t first : {size_t{0}, size_t{1}}) {  // sides before corners
       for (size_t i = first; i < offsets.size() && next == here; i += 2) {
         const size_t place = here + static_cast<size_t>(offsets[i]);
-        const bool isNew = place != before && (branch.size() < 3 || place != branch.end()[-3]);
+        const bool isNew =
+            place != before && (branch.size() < 3 || place != branch[branch.size() - 3]);
         if (marks[place] != 0 && isNew) next = place;
       }
     }
