@@ -180,7 +180,7 @@ TEST(CleanDrawing, ALargeSolidAreaStaysBlack) {
     return std::abs(x - 450) < 300 && std::abs(y - 450) < 300;
   };
   const model::Grey page =
-      cleaned(drawn(900, 900, [&](int x, int y) { return solid(x, y) ? 18 : 210 - 0.05 * y; }));
+      cleaned(drawn(900, 900, [&](int x, int y) { return solid(x, y) ? 29 : 210 - 0.05 * y; }));
   EXPECT_EQ(
       share(
           page, [](int x, int y) { return std::abs(x - 450) < 295 && std::abs(y - 450) < 295; }, 0,
