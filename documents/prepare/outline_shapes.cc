@@ -152,7 +152,7 @@ Responses findResponses(const Picture& picture, double sigma) {
       }
     }
   }
-  found.noise = noiseOf(histogram, kBins);
+  found.noise = noiseOf(histogram, static_cast<double>(kBins));
   return found;
 }
 

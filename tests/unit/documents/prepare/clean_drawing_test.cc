@@ -73,16 +73,18 @@ TEST(CleanDrawing, LeavesAPictureWithoutPixelsAlone) {
 }
 
 TEST(CleanDrawing, FlatPicturesOfEverySize) {
-  for (const auto& [width, height] : {std::pair{1, 1},
-                                      {1, 2},
-                                      {2, 1},
-                                      {3, 5},
-                                      {1, 40},
-                                      {40, 1},
-                                      {11, 13},
-                                      {12, 12},
-                                      {25, 37},
-                                      {301, 7}}) {
+  for (const auto& size : {std::pair{1, 1},
+                           {1, 2},
+                           {2, 1},
+                           {3, 5},
+                           {1, 40},
+                           {40, 1},
+                           {11, 13},
+                           {12, 12},
+                           {25, 37},
+                           {301, 7}}) {
+    const int width = size.first;
+    const int height = size.second;
     for (const double dotsPerInch : {60.0, 300.0, 2400.0}) {
       SCOPED_TRACE(testing::Message() << width << " x " << height << ", " << dotsPerInch);
       const auto flat = [&](uint8_t level) {
