@@ -29,10 +29,11 @@ class WindowRows {
   WindowRows(const LightnessView& picture, uint32_t reach)
       : picture_(picture),
         reach_(reach),
-        rows_(2 * size_t{reach} + 1, std::vector<float>(picture.width + 2 * size_t{reach})),
-        sums_(rows_[0].size()),
-        squares_(rows_[0].size()),
+        rows_(2 * size_t{reach} + 1),
+        sums_(picture.width + 2 * size_t{reach}),
+        squares_(sums_.size()),
         column_(picture.width + size_t{2}) {
+    for (std::vector<float>& row : rows_) row.resize(sums_.size());
     for (uint32_t y = 0; y <= reach; ++y) soften(y);
   }
 
