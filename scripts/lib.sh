@@ -70,6 +70,15 @@ BENCH_PACKAGES=(
   "imagemagick|peer: convert"
 )
 # shellcheck disable=SC2034
+CLEAN_PACKAGES=(
+  "python3-numpy|makes photos of drawings, and compares"
+  "python3-skimage|peer: Otsu, Niblack, Sauvola; thins lines"
+  "python3-scipy|blurs and measures distances"
+  "python3-pil|draws, reads and writes JPEG"
+  "fonts-dejavu-core|the lettering"
+  "imagemagick|peer: convert -lat"
+)
+# shellcheck disable=SC2034
 PORTABILITY_PACKAGES=(
   "g++-aarch64-linux-gnu|compiler for arm64"
   "qemu-user|runs arm64 programs, and x86-64 programs on lesser processors"

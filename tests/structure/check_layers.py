@@ -18,9 +18,10 @@ ALLOWED = {
     "image": {"image", "simd", "hwy"},
     "tattoo": {"tattoo", "simd", "hwy"},
     "printer": {"printer", "common", "image", "tattoo", "cups"},
+    "documents/prepare": {"documents/prepare"},
     "filter": {"filter", "printer", "common", "common/ppd_lookup", "image", "tattoo", "cups"},
 }
-FOLDERS = ("common", "simd", "image", "tattoo", "printer", "filter")
+FOLDERS = ("common", "simd", "image", "tattoo", "printer", "filter", "documents/prepare")
 LIBRARIES = {"cups", "hwy"}  # those that not every folder may use
 PPD_CALLERS = {"filter", "common/ppd_lookup"}
 
@@ -30,7 +31,9 @@ PPD_CALL = re.compile(r"\b(ppd[A-Z]\w*|cupsMarkOptions)\s*\(")
 
 def layer_of(path):
     """The layer of a project path such as printer/mono_pack.h."""
-    return "common/ppd_lookup" if path.startswith("common/ppd_lookup.") else path.split("/")[0]
+    if path.startswith("common/ppd_lookup."):
+        return "common/ppd_lookup"
+    return "documents/prepare" if path.startswith("documents/prepare/") else path.split("/")[0]
 
 
 def findings(root):
@@ -77,11 +80,13 @@ def self_check():
         {"printer/a.cc": '#include "filter/settings.h"\n'},
         {"printer/a.cc": "x = ppdFindOption(ppd, name);\n"},
         {"printer/a.cc": "#include <hwy/highway.h>\n"},
+        {"documents/prepare/a.cc": '#include "image/row_ops.h"\n'},
         {"filter/a.cc": '#include "tools/drav/render/render.h"\n'},
     ]
     good = {
         "image/a.cc": '#include "simd/rows.h"\n',
         "printer/a.cc": '#include "tattoo/pipeline.h"\n#include <cups/raster.h>\n// ppdClose()\n',
+        "documents/prepare/a.cc": '#include "documents/prepare/b.h"\n',
         "filter/a.cc": '#include "common/ppd_lookup.h"\nppdClose(ppd);\n',
     }
     assert planted(good) == [], planted(good)
