@@ -151,13 +151,16 @@ struct Told {
 };
 
 void tell(const Told& told, std::vector<Note>& notes) {
-  const auto& [facts, paper, wish, placing, size] = told;
+  const PictureFacts& facts = told.facts;
+  const Paper& paper = told.paper;
+  const Placing& placing = told.placing;
+  const Size& size = told.trueSize;
   const auto across = [dpi = paper.dpiX](double dots) { return dots / dpi * kMillimetresPerInch; };
   const auto along = [dpi = paper.dpiY](double dots) { return dots / dpi * kMillimetresPerInch; };
   if (facts.frames > 1)
     notes.push_back({NoteKind::kFirstFrame,
                      "the first of its " + std::to_string(facts.frames) + " pictures is printed"});
-  if (!wish.ppi && (facts.dpi.x > 0 || facts.dpi.y > 0) && !isBelievable(facts.dpi))
+  if (!told.wish.ppi && (facts.dpi.x > 0 || facts.dpi.y > 0) && !isBelievable(facts.dpi))
     notes.push_back({NoteKind::kResolutionIgnored,
                      "the " + rounded(std::max(facts.dpi.x, facts.dpi.y)) +
                          " dpi that it states do not count; it has the printer's " +

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-product=(common simd image tattoo printer filter tools)
+product=(common documents simd image tattoo printer filter tools)
 folders=("${product[@]}")
 case "${*-}" in
   "") ;;

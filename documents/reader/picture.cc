@@ -151,13 +151,46 @@ bool isSrgb(const VImage& image) {
   size_t size = 0;
   const void* profile = image.get_blob(VIPS_META_ICC_NAME, &size);
   sample.set(VIPS_META_ICC_NAME, nullptr, const_cast<void*>(profile), size);
-  const VImage seen =
-      sample.icc_transform("srgb", VImage::option()->set("embedded", true)->set("depth", 8));
-  return (seen - sample).abs().max() <= 1;
+  try {
+    const VImage seen =
+        sample.icc_transform("srgb", VImage::option()->set("embedded", true)->set("depth", 8));
+    return (seen - sample).abs().max() <= 1;
+  } catch (const vips::VError&) {
+    vips_error_clear();
+    return true;  // one that cannot be used counts as none
+  }
+}
+
+// The colours that the profile is for, as it names them; empty without one.
+std::string_view profileColours(const VImage& image) {
+  constexpr size_t kAt = 16;
+  constexpr size_t kSize = 4;
+  size_t size = 0;
+  if (image.get_typeof(VIPS_META_ICC_NAME) == 0) return {};
+  const auto* profile = static_cast<const char*>(image.get_blob(VIPS_META_ICC_NAME, &size));
+  return size < kAt + kSize ? std::string_view() : std::string_view(profile + kAt, kSize);
+}
+
+// Programs that make a colour picture grey often leave it the profile of its colours.
+VImage withFittingProfile(const VImage& image) {
+  const std::string_view colours = profileColours(image);
+  const int bands = image.bands() - (image.has_alpha() ? 1 : 0);
+  if (colours.empty() || colours == (bands == 1 ? "GRAY" : bands == 3 ? "RGB " : "CMYK"))
+    return image;
+  if (bands != 1 || colours != "RGB ") {
+    VImage without = image.copy();
+    without.remove(VIPS_META_ICC_NAME);
+    return without;
+  }
+  const VImage grey = image.extract_band(0);
+  VImage colour = grey.bandjoin(grey).bandjoin(image);
+  return colour.copy(VImage::option()->set(
+      "interpretation", isWide(image) ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB));
 }
 
 // Colours as sRGB, or grey levels of the same scale, with transparency as it was.
-VImage toSrgb(const VImage& image) {
+VImage toSrgb(const VImage& source) {
+  const VImage image = withFittingProfile(source);
   const bool isCmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK;
   const bool hasProfile = image.get_typeof(VIPS_META_ICC_NAME) != 0;
   if (isCmyk || (hasProfile && !isSrgb(image))) {

@@ -1,8 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """Files that are damaged, too large or none, and a reader that misbehaves."""
+import os
+import pathlib
 import random
 import struct
+import subprocess
+import sys
 import unittest
 
 import harness
@@ -138,6 +142,25 @@ class HostileTest(DocumentCase):
                          "drav-picture-reader, which reads pictures, is not installed")
         self.assertRegex(self.refusal(path, PAPER, environment={"DRAV_PICTURE_READER": "/none"}),
                          "drav-picture-reader|none cannot be run")
+
+    @unittest.skipUnless(sys.platform == "linux", "needs the process list of Linux")
+    def test_the_reader_is_confined_while_it_decodes(self) -> None:
+        """Nobody takes its rows, so it stands still in the middle of them."""
+        path = self.write("large.pgm", b"P5 2000 2000 255\n" + bytes(4_000_000))
+        request = "300 300 2000 2000 0 0 0 0 0 1 0 0 0 0 1 1 0 0"
+        with open(path, "rb") as source, subprocess.Popen(
+                [os.environ["DRAV_PICTURE_READER"], request], stdin=source,
+                stdout=subprocess.PIPE) as reader:
+            self.addCleanup(reader.kill)
+            self.assertEqual(reader.stdout.read(30), b"picture 2000 2000 0 0 1\n" + b"\0" * 6)
+            process = pathlib.Path("/proc") / str(reader.pid)
+            self.assertRegex((process / "status").read_text(), r"Seccomp:\s+2\n")
+            limits = (process / "limits").read_text()
+            for name, value in (("cpu time", 60), ("file size", 0), ("core file size", 0),
+                                ("open files", 64), *(() if SANITIZED
+                                                      else (("data size", 1 << 30),))):
+                self.assertRegex(limits, rf"Max {name}\s+{value}\s+{value}\s")
+            reader.kill()
 
     def test_from_a_pipe(self) -> None:
         levels = ramp(30, 20)

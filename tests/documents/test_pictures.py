@@ -168,6 +168,27 @@ class PictureTest(DocumentCase):
             page = self.one_page(self.write("srgb", saved(picture, kind, icc_profile=profile)),
                                  EXACT)
             self.assertLevels(page, levels)
+        # One whose curve is another by less than a level is sRGB too: no level moves.
+        at, near = profile.index(b"para") + 12, bytearray(profile)
+        self.assertEqual(struct.unpack_from(">i", profile, at), (round(2.4 * 65536),))
+        struct.pack_into(">i", near, at, round(2.41 * 65536))
+        for kind in ("PNG", "TIFF"):
+            page = self.one_page(self.write("near", saved(picture, kind, icc_profile=bytes(near))),
+                                 EXACT)
+            self.assertLevels(page, levels)
+        struct.pack_into(">i", near, at, round(2.8 * 65536))
+        page = self.one_page(self.write("far", saved(picture, "TIFF", icc_profile=bytes(near))),
+                             EXACT)
+        self.assertGreater(max(abs(got - 255 + want) for got, want in
+                               zip(b"".join(page.rows), flat(levels))), 5)
+        # A grey picture with the profile of the colours that it once had, and other misfits.
+        for kind, options in (("TIFF", {}), ("JPEG", {"quality": 100})):
+            flat_grey = [[77] * WIDTH] * HEIGHT
+            data = saved(image(flat_grey), kind, icc_profile=profile, **options)
+            self.assertLevels(self.one_page(self.write("grey", data), EXACT), flat_grey)
+            other = ImageCms.ImageCmsProfile(ImageCms.createProfile("LAB")).tobytes()
+            data = saved(image(flat_grey), kind, icc_profile=other, **options)
+            self.assertLevels(self.one_page(self.write("grey", data), EXACT), flat_grey)
         # With red and blue exchanged in the profile, red is as dark as blue would be.
         colorants = {b"rXYZ": b"bXYZ", b"bXYZ": b"rXYZ"}
         swapped, count = bytearray(profile), struct.unpack_from(">I", profile, 128)[0]
