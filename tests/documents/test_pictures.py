@@ -171,7 +171,7 @@ class PictureTest(DocumentCase):
         # One whose curve is another by less than a level is sRGB too: no level moves.
         at, near = profile.index(b"para") + 12, bytearray(profile)
         self.assertEqual(struct.unpack_from(">i", profile, at), (round(2.4 * 65536),))
-        struct.pack_into(">i", near, at, round(2.41 * 65536))
+        struct.pack_into(">i", near, at, round(2.42 * 65536))
         for kind in ("PNG", "TIFF"):
             page = self.one_page(self.write("near", saved(picture, kind, icc_profile=bytes(near))),
                                  EXACT)
