@@ -12,6 +12,8 @@
 // After the header that it needs.
 #include <vips/vector.h>
 
+#include "documents/reader/file_facts.h"
+
 namespace documents {
 namespace {
 
@@ -22,6 +24,7 @@ constexpr double kCssDpi = 96;   // pixels to the inch, as CSS and SVG define th
 constexpr double kVipsDpi = 72;  // the same as the SVG loader sees it
 constexpr double kWhite = 255;
 constexpr double k16BitsPer8 = 257;
+constexpr int64_t kMostByOneStep = 64;  // times that a picture is reduced with one kernel
 
 // The loader of a kind and its class, where libvips must be told to let it in.
 struct Loader {
@@ -69,23 +72,6 @@ std::string reason(const char* text) {
 
 bool isWide(const VImage& image) { return image.format() == VIPS_FORMAT_USHORT; }
 
-// Whether a PNG says how large it is: libvips gives 72 dpi to one that does not.
-bool pngStatesSize(std::span<const uint8_t> file) {
-  const auto word = [file](size_t at) {
-    return size_t{file[at]} << 24U | size_t{file[at + 1]} << 16U | size_t{file[at + 2]} << 8U |
-           file[at + 3];
-  };
-  for (size_t at = 8; at + 12 <= file.size();) {
-    const size_t size = word(at);
-    const std::string_view name(reinterpret_cast<const char*>(file.data()) + at + 4, 4);
-    constexpr size_t kUnitAt = 8 + 8;  // behind two numbers; 1 is the metre
-    if (name == "pHYs") return size == 9 && at + kUnitAt < file.size() && file[at + kUnitAt] == 1;
-    if (name == "IDAT" || size > file.size()) return false;
-    at += size + 12;
-  }
-  return false;
-}
-
 // Loaders give a picture without a stated resolution one of their own.
 Density statedDpi(FileKind kind, std::span<const uint8_t> file, const VImage& image) {
   bool states = false;
@@ -97,28 +83,6 @@ Density statedDpi(FileKind kind, std::span<const uint8_t> file, const VImage& im
     states = kind == FileKind::kBmp;
   if (!states) return {};
   return {image.xres() * kMillimetresPerInch, image.yres() * kMillimetresPerInch};
-}
-
-// Whether the size of an SVG is given in pixels, or not at all: the loader draws pixels and
-// millimetres at different scales.
-bool svgIsInPixels(std::span<const uint8_t> file) {
-  const std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
-  const size_t start = std::min(text.find("<svg"), text.find(":svg"));
-  if (start == text.npos) return true;
-  const std::string_view tag = text.substr(start, text.find('>', start) - start);
-  for (const char* name : {"width", "height"}) {
-    size_t at = tag.find(name);
-    while (at != tag.npos && std::string_view(" \t\r\n").find(tag[at - 1]) == tag.npos)
-      at = tag.find(name, at + 1);  // a part of another name
-    if (at == tag.npos) continue;
-    const size_t quote = tag.find_first_of("\"'", at);
-    if (quote == tag.npos) continue;
-    const std::string_view value =
-        tag.substr(quote + 1, tag.find(tag[quote], quote + 1) - quote - 1);
-    for (const char* unit : {"mm", "cm", "in", "pt", "pc", "Q"})
-      if (value.find(unit) != value.npos) return false;
-  }
-  return true;
 }
 
 int orientationOf(const VImage& image) {
@@ -319,6 +283,9 @@ class Picture::Implementation {
       throw Refusal("has " + std::to_string(facts_.width) + " x " + std::to_string(facts_.height) +
                     " pixels; at most " + std::to_string(mostPixels / 1'000'000) +
                     " million are read");
+    if (kind == FileKind::kPortable && !hasAllPixels(file, facts_, image_.bands(), isWide(image_)))
+      throw Refusal(std::string("is damaged or cut, or no ") + kindName(kind) +
+                    ": it has fewer pixels than it says");
     orientation_ = orientationOf(image_);
     if (orientation_ >= 5) {
       std::swap(facts_.width, facts_.height);
@@ -332,12 +299,15 @@ class Picture::Implementation {
     VImage image = kind_ == FileKind::kSvg ? drawn(placing) : upright(placing);
     const auto width = static_cast<int>(placing.width);
     const auto height = static_cast<int>(placing.height);
+    const bool isFarSmaller =
+        image.width() > kMostByOneStep * width || image.height() > kMostByOneStep * height;
     if (image.width() != width || image.height() != height)
       image = image.resize(double(width) / image.width(),
                            VImage::option()
                                ->set("vscale", double(height) / image.height())
                                ->set("kernel", VIPS_KERNEL_LANCZOS3)
-                               ->set("gap", 0.0));           // no averages before it
+                               // No averages before it, but where it would need too many rows.
+                               ->set("gap", isFarSmaller ? 2.0 : 0.0));
     if (image.width() != width || image.height() != height)  // rounded its own way
       image = image.embed(0, 0, width, height, VImage::option()->set("extend", VIPS_EXTEND_COPY));
     image

@@ -41,6 +41,10 @@ class HostileTest(DocumentCase):
                 with self.subTest(kind, share=share):
                     path = self.write("cut", data[:int(len(data) * share)])
                     self.assertRegex(self.refusal(path, PAPER), kind)
+        bitmap = b"P4 # a comment\n20 9\n" + bytes(27)
+        self.assertEqual(self.run_rows(self.write("whole.pbm", bitmap), PAPER).status, 0)
+        for cut in (bitmap[:-1], b"P4\n1 99995\n\0\0", b"P4 20", b"P4 20 # 9"):
+            self.assertRegex(self.refusal(self.write("cut.pbm", cut), PAPER), "a portable map")
         source = self.write("source.png", samples()["PNG"])
         heif(source, self.folder / "whole.heic")
         data = (self.folder / "whole.heic").read_bytes()
