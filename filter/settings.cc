@@ -46,7 +46,7 @@ const char* choiceName(ppd_file_t* ppd, const char* keyword) {
 // The name of an option's choice; null where there is none.
 using ChoiceOf = std::function<const char*(const char* keyword)>;
 
-constexpr std::pair<const char*, int32_t Settings::*> kNumbers[] = {
+constexpr std::pair<const char*, int32_t Settings::*> kNumberFields[] = {
     {"PageType", &Settings::pageType},
     {"pageCutType", &Settings::pageCutType},
     {"docCutType", &Settings::docCutType},
@@ -150,7 +150,7 @@ void setPageSize(const char* choice, Settings* out) {
 // All that is told by choices.
 void fillFromChoices(const ChoiceOf& choiceOf, const char* recordPrefix, const Clock& clock,
                      Settings* out) {
-  for (const auto& [keyword, number] : kNumbers) {
+  for (const auto& [keyword, number] : kNumberFields) {
     out->*number = loggedNumber(keyword, choiceOf(keyword));
   }
   setPageSize(choiceOf("PageSize"), out);

@@ -33,10 +33,10 @@ prepare() {
   cmake --build "$build" --target generated/tools/drav/driver/models.inc \
     generated/tools/drav/html/page.inc >/dev/null
 }
-# Checks the sources named on standard input.
+# Checks the sources named on standard input. Errors of the compiler come on standard error.
 tidy() {
-  xargs -P "$(nproc)" -n 1 clang-tidy-14 --quiet --warnings-as-errors='*' "$@" 2>/dev/null ||
-    status=1
+  xargs -P "$(nproc)" -n 1 clang-tidy-14 --quiet --warnings-as-errors='*' "$@" \
+    2> >(grep -v ' warnings\? generated\.$\|^Suppressed \|^Use -header-filter' >&2) || status=1
 }
 
 prepare build/tidy -DDRAV_BUILD_TESTS=OFF -DDRAV_JOIN_SOURCES=ON -DCMAKE_UNITY_BUILD=ON \
