@@ -337,6 +337,16 @@ void ChildProcess::tellEnd(int status) {
   if (code_ != 0) failure_ = program_ + " ended with status " + std::to_string(code_);
 }
 
+ChildProcess::~ChildProcess() {
+  try {
+    kill();
+  } catch (...) {  // no memory for what it still said: it ends all the same
+    (void)::kill(-process_, SIGKILL);
+    (void)::waitpid(process_, nullptr, 0);
+    closePipes();
+  }
+}
+
 void ChildProcess::kill() {
   if (process_ >= 0) reap(true);
   closePipes();

@@ -55,7 +55,7 @@ enum class ChildEnd {
 class ChildProcess {
  public:
   ChildProcess() = default;
-  ~ChildProcess() { kill(); }
+  ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
   ChildProcess(ChildProcess&&) = delete;

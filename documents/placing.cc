@@ -8,7 +8,6 @@
 namespace documents {
 namespace {
 
-constexpr double kMillimetresPerInch = 25.4;
 // Files state resolutions in whole dots a centimetre or metre, so 300 dpi come as 299.72.
 constexpr double kSameDpi = 0.001;
 
@@ -59,7 +58,7 @@ Size trueSize(const PictureFacts& facts, const Density& dpi, const Paper& paper,
 
 // What decides the size, in the order in which one wins over the next.
 struct Sizing {
-  PrintScaling scaling;
+  PrintScaling scaling = PrintScaling::kAutoFit;
   uint32_t percent = 100;  // of the page, with kFit
 };
 

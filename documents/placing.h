@@ -17,6 +17,8 @@ namespace documents {
 inline constexpr double kLeastDpi = 60;
 inline constexpr double kMostDpi = 2400;
 
+inline constexpr double kMillimetresPerInch = 25.4;
+
 // A picture, or a page of a document, as its file tells: the right way up.
 struct PictureFacts {
   uint32_t width = 0;  // pixels, from 1

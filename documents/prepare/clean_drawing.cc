@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr double kMmPerInch = 25.4;
-
 // Of the paper's level.
 constexpr float kLeastKnee = 0.025F;     // what is lighter is paper in any case
 constexpr float kStepShare = 0.5F;       // of a change of light that the surface may miss
@@ -158,7 +156,8 @@ void cleanDrawing(std::span<uint8_t> pixels, uint32_t width, uint32_t height, do
   }
   if (pixels.empty()) return;
   const LightnessView picture = {pixels, width, height};
-  const double pixelsPerMm = dotsPerInch / kMmPerInch;
+  constexpr double kMillimetresPerInch = 25.4;
+  const double pixelsPerMm = dotsPerInch / kMillimetresPerInch;
   const uint32_t reach = statisticsReach(pixelsPerMm);
   const PaperSurface paper = findPaper(picture, pixelsPerMm);
   const PaperNoise noise = measureNoise(picture, paper, reach);

@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr double kMmPerInch = 25.4;
 constexpr double kCentreMm = 0.12;       // standard deviation of the narrower Gaussian
 constexpr double kSmallestCentre = 0.7;  // pixels
 constexpr double kSurround = 1.6;        // of the wider one; Marr and Hildreth's ratio
@@ -291,7 +290,8 @@ std::vector<uint8_t> outlineShapes(std::span<const uint8_t> pixels, uint32_t wid
   const Picture picture = {pixels, width, height, channels};
   checkPicture(picture, dotsPerInch);
   if (pixels.empty()) return {};
-  const double pixelsPerMm = dotsPerInch / kMmPerInch;
+  constexpr double kMillimetresPerInch = 25.4;
+  const double pixelsPerMm = dotsPerInch / kMillimetresPerInch;
   Responses found = findResponses(picture, std::max(kSmallestCentre, kCentreMm * pixelsPerMm));
   Plane& plane = found.plane;
   const auto near = static_cast<size_t>(std::max(1.0, std::round(kNearMm * pixelsPerMm)));

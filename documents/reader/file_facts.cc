@@ -57,8 +57,9 @@ bool hasAllPixels(std::span<const uint8_t> file, const PictureFacts& facts, int 
     at = text.find_first_of(kWhiteSpace, at);
     if (at == text.npos) return false;
   }
-  const uint64_t levels = uint64_t{facts.width} * static_cast<uint64_t>(bands);
-  const uint64_t row = isBitmap ? (uint64_t{facts.width} + 7) / 8 : levels * (isWide ? 2 : 1);
+  const auto width = static_cast<uint64_t>(facts.width);
+  const uint64_t levels = width * static_cast<uint64_t>(bands);
+  const uint64_t row = isBitmap ? (width + 7) / 8 : levels * (isWide ? 2 : 1);
   return text.size() - at - 1 >= row * facts.height;
 }
 

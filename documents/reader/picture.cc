@@ -19,7 +19,6 @@ namespace {
 
 using vips::VImage;
 
-constexpr double kMillimetresPerInch = 25.4;
 constexpr double kCssDpi = 96;   // pixels to the inch, as CSS and SVG define them
 constexpr double kVipsDpi = 72;  // the same as the SVG loader sees it
 constexpr double kWhite = 255;
@@ -28,8 +27,8 @@ constexpr int64_t kMostByOneStep = 64;  // times that a picture is reduced with 
 
 // The loader of a kind and its class, where libvips must be told to let it in.
 struct Loader {
-  FileKind kind;
-  const char* operation;
+  FileKind kind = FileKind::kUnknown;
+  const char* operation = nullptr;
   const char* untrusted = nullptr;
   bool isModule = false;  // loaded when libvips starts, and large
 };
@@ -154,7 +153,7 @@ VImage withFittingProfile(const VImage& image) {
 
 // Colours as sRGB, or grey levels of the same scale, with transparency as it was.
 VImage toSrgb(const VImage& source) {
-  const VImage image = withFittingProfile(source);
+  VImage image = withFittingProfile(source);
   const bool isCmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK;
   const bool hasProfile = image.get_typeof(VIPS_META_ICC_NAME) != 0;
   if (isCmyk || (hasProfile && !isSrgb(image))) {

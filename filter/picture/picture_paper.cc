@@ -70,21 +70,21 @@ bool readPicturePaper(const char* ppdPath, const char* optionsText, PicturePaper
     return false;
   }
   out->sizeName = size->name;
-  out->width = size->width;
-  out->length = size->length;
+  out->width = static_cast<double>(size->width);
+  out->length = static_cast<double>(size->length);
   paper.roll = isRoll(out->sizeName);
   const double longest = paper.roll && ppd->variable_sizes != 0
-                             ? std::max(double{ppd->custom_max[1]}, out->length)
+                             ? std::max(static_cast<double>(ppd->custom_max[1]), out->length)
                              : out->length;
   paper.width = std::max(1U, dots(out->width, paper.dpiX, documents::kMostWidth));
   paper.height = std::max(1U, dots(longest, paper.dpiY, documents::kMostHeight));
-  paper.left = dots(size->left, paper.dpiX, paper.width);
-  paper.right = dots(size->width - size->right, paper.dpiX, paper.width);
-  paper.top = dots(size->length - size->top, paper.dpiY, paper.height);
-  paper.bottom = dots(size->bottom, paper.dpiY, paper.height);
+  paper.left = dots(static_cast<double>(size->left), paper.dpiX, paper.width);
+  paper.right = dots(out->width - static_cast<double>(size->right), paper.dpiX, paper.width);
+  paper.top = dots(out->length - static_cast<double>(size->top), paper.dpiY, paper.height);
+  paper.bottom = dots(static_cast<double>(size->bottom), paper.dpiY, paper.height);
 
   const double maxMediaWidth =
-      dravPpdGetAttrAsFloatDefault(ppd.get(), "MaxMediaWidth", nullptr, 0.0);
+      static_cast<double>(dravPpdGetAttrAsFloatDefault(ppd.get(), "MaxMediaWidth", nullptr, 0.0));
   const cups_page_header2_t header = picturePageHeader(*out, 1);
   const uint64_t beyond = skippedRightPixels(maxMediaLinePixels(maxMediaWidth, header), header);
   paper.right = static_cast<uint32_t>(std::max<uint64_t>(paper.right, beyond));
