@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # What is installed; DESTDIR stages all of it, cmake/layout.cmake has the folders.
-# Components: `driver` and `tools` are the same for everyone; `host` is what a
+# Components: `driver`, `pictures` and `tools` are the same for everyone; `host` is what a
 # distribution's package lays out in its own way (cmake/packages.cmake).
 drav_install_folders(driver ${DRAV_FILTER_DIR} ${DRAV_DRIVER_DIR})
 if(DRAV_LAYOUT STREQUAL "macos")
@@ -99,6 +99,13 @@ install(FILES ${PROJECT_SOURCE_DIR}/CHANGES.md ${PROJECT_SOURCE_DIR}/LICENSE
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT host)
 drav_install_guides(${CMAKE_INSTALL_DOCDIR} host)
 
+# With libvips come many libraries: who prints no pictures does without these programs.
+drav_install_folders(pictures ${DRAV_FILTER_DIR} ${CMAKE_INSTALL_LIBEXECDIR}/drav)
+install(TARGETS picturetodrav RUNTIME DESTINATION ${DRAV_FILTER_DIR} COMPONENT pictures
+        PERMISSIONS ${program_permissions})
+install(TARGETS drav-picture-reader RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/drav
+        COMPONENT pictures PERMISSIONS ${program_permissions})
+
 if(TARGET drav-clean)
   drav_install_folders(driver ${CMAKE_INSTALL_LIBEXECDIR}/drav)
   install(TARGETS drav-clean RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/drav COMPONENT driver
@@ -114,9 +121,10 @@ endif()
 
 # The scheduler wants root as the owner; who may give files away makes sure,
 # since a file that is up to date keeps its owner.
-install(CODE "
+function(drav_install_owner filter component)
+  install(CODE "
 cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX NORMALIZE OUTPUT_VARIABLE prefix)
-cmake_path(SET filter \"${DRAV_FILTER_DIR}/rastertodrav\")
+cmake_path(SET filter \"${DRAV_FILTER_DIR}/${filter}\")
 cmake_path(ABSOLUTE_PATH filter BASE_DIRECTORY \"\${prefix}\")
 set(filter \"\$ENV{DESTDIR}\${filter}\")
 execute_process(COMMAND id -u OUTPUT_VARIABLE user OUTPUT_STRIP_TRAILING_WHITESPACE)
@@ -125,4 +133,7 @@ if(user STREQUAL \"0\")
   if(NOT status EQUAL 0)
     message(WARNING \"\${filter} must belong to root, or the scheduler will not run it\")
   endif()
-endif()" COMPONENT driver)
+endif()" COMPONENT ${component})
+endfunction()
+drav_install_owner(rastertodrav driver)
+drav_install_owner(picturetodrav pictures)

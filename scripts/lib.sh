@@ -19,7 +19,9 @@ BUILD_PACKAGES=(
   "libjpeg-dev|JPEG pictures that the drav tool reads"
   "libexif-dev|which way up the photos are that the drav tool reads"
   "libcairo2-dev|contact sheets and test pages of the drav tool"
-  "pkg-config|tells the build where cairo and libexif are"
+  "libvips-dev|decodes pictures, in a program of its own"
+  "libseccomp-dev|keeps that program from network, files and other programs"
+  "pkg-config|tells the build where cairo, libexif, libvips and libseccomp are"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
@@ -46,6 +48,8 @@ TEST_PACKAGES=(
   "zsh|its completions of drav"
   "poppler-utils|draws PDFs where CUPS's converters are missing; reads PDFs back"
   "netpbm|reads large pictures in tests"
+  "python3-pil|makes the pictures that tests read"
+  "libheif-examples|makes HEIC and AVIF pictures"
   "strace|lists the system calls of a job"
   "binutils|readelf and objdump show how the programs were hardened"
   "git|names the files to check"
@@ -68,6 +72,15 @@ BENCH_PACKAGES=(
   "python3-pil|peer: Pillow"
   "netpbm|peer: pamditherbw, pgmtopbm"
   "imagemagick|peer: convert"
+)
+# shellcheck disable=SC2034
+CLEAN_PACKAGES=(
+  "python3-numpy|makes photos of drawings, and compares"
+  "python3-skimage|peer: Otsu, Niblack, Sauvola; thins lines"
+  "python3-scipy|blurs and measures distances"
+  "python3-pil|draws, reads and writes JPEG"
+  "fonts-dejavu-core|the lettering"
+  "imagemagick|peer: convert -lat"
 )
 # shellcheck disable=SC2034
 PORTABILITY_PACKAGES=(

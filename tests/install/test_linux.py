@@ -24,8 +24,10 @@ def expected_files() -> dict[str, int]:
     prefix, data = ARGUMENTS.prefix, ARGUMENTS.cups_data
     modes = {
         f"{ARGUMENTS.cups_filters}/rastertodrav": 0o755,
+        f"{ARGUMENTS.cups_filters}/picturetodrav": 0o755,
         f"{data}/drv/drav.drv": 0o644,
         f"{prefix}/bin/drav": 0o755,
+        f"{prefix}/libexec/drav/drav-picture-reader": 0o755,
         f"{prefix}/share/man/man1/drav.1": 0o644,
         f"{prefix}/share/man/man8/rastertodrav.8": 0o644,
         f"{prefix}/share/doc/drav/CHANGES.md": 0o644,

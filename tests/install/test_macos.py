@@ -38,7 +38,7 @@ class MacLayoutTest(unittest.TestCase):
         for command in (configure, make):
             subprocess.run(command, check=True, capture_output=True, stdin=subprocess.DEVNULL)
         (build / "bin").mkdir(exist_ok=True)
-        for program in ("rastertodrav", "drav", "drav-clean"):
+        for program in ("rastertodrav", "drav", "drav-clean", "drav-picture-reader", "picturetodrav"):
             if (pathlib.Path(ARGUMENTS.build) / "bin" / program).exists():
                 shutil.copy2(pathlib.Path(ARGUMENTS.build) / "bin" / program, build / "bin")
         if ARGUMENTS.with_completions:
@@ -51,7 +51,9 @@ class MacLayoutTest(unittest.TestCase):
     def test_every_file_with_its_mode(self):
         expected = {
             FILTER: 0o755,
+            FILTER.replace("raster", "picture"): 0o755,
             "/usr/local/bin/drav": 0o755,
+            "/usr/local/libexec/drav/drav-picture-reader": 0o755,
             "/usr/local/share/man/man1/drav.1": 0o644,
             "/usr/local/share/man/man8/rastertodrav.8": 0o644,
             "/usr/local/share/doc/drav/CHANGES.md": 0o644,

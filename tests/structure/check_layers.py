@@ -18,11 +18,16 @@ ALLOWED = {
     "image": {"image", "simd", "hwy"},
     "tattoo": {"tattoo", "simd", "hwy"},
     "printer": {"printer", "common", "image", "tattoo", "cups"},
+    "documents/prepare": {"documents/prepare"},
+    "documents": {"documents", "common"},
+    "documents/reader": {"documents/reader", "documents", "vips", "seccomp.h"},
+    "filter/picture": {"filter/picture", "filter", "documents", "printer", "common",
+                       "common/ppd_lookup", "cups"},
     "filter": {"filter", "printer", "common", "common/ppd_lookup", "image", "tattoo", "cups"},
 }
-FOLDERS = ("common", "simd", "image", "tattoo", "printer", "filter")
-LIBRARIES = {"cups", "hwy"}  # those that not every folder may use
-PPD_CALLERS = {"filter", "common/ppd_lookup"}
+FOLDERS = ("common", "documents", "simd", "image", "tattoo", "printer", "filter")
+LIBRARIES = {"cups", "hwy", "vips", "seccomp.h"}  # those that not every folder may use
+PPD_CALLERS = {"filter", "filter/picture", "common/ppd_lookup"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
 PPD_CALL = re.compile(r"\b(ppd[A-Z]\w*|cupsMarkOptions)\s*\(")
@@ -30,7 +35,12 @@ PPD_CALL = re.compile(r"\b(ppd[A-Z]\w*|cupsMarkOptions)\s*\(")
 
 def layer_of(path):
     """The layer of a project path such as printer/mono_pack.h."""
-    return "common/ppd_lookup" if path.startswith("common/ppd_lookup.") else path.split("/")[0]
+    if path.startswith("common/ppd_lookup."):
+        return "common/ppd_lookup"
+    for part in ("documents/prepare", "documents/reader", "filter/picture"):
+        if path.startswith(part + "/"):
+            return part
+    return path.split("/")[0]
 
 
 def findings(root):
@@ -77,11 +87,18 @@ def self_check():
         {"printer/a.cc": '#include "filter/settings.h"\n'},
         {"printer/a.cc": "x = ppdFindOption(ppd, name);\n"},
         {"printer/a.cc": "#include <hwy/highway.h>\n"},
+        {"documents/prepare/a.cc": '#include "image/row_ops.h"\n'},
+        {"documents/a.cc": "#include <vips/vips8>\n"},
+        {"documents/a.cc": '#include "documents/reader/picture.h"\n'},
+        {"documents/reader/a.cc": '#include "common/child_process.h"\n'},
+        {"documents/a.cc": '#include "image/row_ops.h"\n'},
         {"filter/a.cc": '#include "tools/drav/render/render.h"\n'},
+        {"filter/a.cc": '#include "documents/grey_pages.h"\n'},
     ]
     good = {
         "image/a.cc": '#include "simd/rows.h"\n',
         "printer/a.cc": '#include "tattoo/pipeline.h"\n#include <cups/raster.h>\n// ppdClose()\n',
+        "documents/prepare/a.cc": '#include "documents/prepare/b.h"\n',
         "filter/a.cc": '#include "common/ppd_lookup.h"\nppdClose(ppd);\n',
     }
     assert planted(good) == [], planted(good)

@@ -11,7 +11,7 @@ import sys
 from collections.abc import Iterator
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-FOLDERS = ("common", "image", "tattoo", "printer", "filter")
+FOLDERS = ("common", "image", "tattoo", "printer", "filter", "filter/picture")
 LEVELS = {"kLogDebug": "DEBUG:", "kLogInfo": "DEBUG:", "kLogWarning": "WARN:",
           "kLogError": "ERROR:", "kLogCritical": "CRIT:", "kLogInvalid": "INVALID:"}
 

@@ -10,9 +10,10 @@
 #include <chrono>
 #include <csignal>
 
+#include "common/child_process.h"
+#include "common/temporary_file.h"
 #include "tests/support/files.h"
 #include "tests/support/scoped_env.h"
-#include "tools/drav/io/child_process.h"
 #include "tools/drav/io/interruption.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/progress.h"

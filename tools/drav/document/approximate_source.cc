@@ -6,10 +6,11 @@
 #include <cmath>
 #include <utility>
 
+#include "common/child_process.h"
 #include "tools/drav/document/converter_messages.h"
 #include "tools/drav/document/page_header.h"
 #include "tools/drav/draw/area_average.h"
-#include "tools/drav/io/child_process.h"
+#include "tools/drav/io/interruption.h"
 #include "tools/drav/job/paper_scale.h"
 
 namespace {
@@ -72,6 +73,7 @@ class PopplerSource : public PageSource {
     path_ = path;
     ChildCommand command;
     command.program = program;
+    command.stopRequested = Interruption::requested;
     command.arguments = {"-gray",
                          "-rx",
                          std::to_string(driver.resolutionX()),

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tools/drav/document/converter_messages.h"
+#include "tools/drav/io/interruption.h"
 
 bool ConvertedSource::start(const std::string& program, const std::string& path,
                             const std::string& type, const DriverFile& driver,
@@ -11,6 +12,7 @@ bool ConvertedSource::start(const std::string& program, const std::string& path,
   path_ = path;
   ChildCommand command;
   command.program = program;
+  command.stopRequested = Interruption::requested;
   command.arguments = {"-p", driver.path(),
                        "-i", type,
                        "-m", "application/vnd.cups-raster",

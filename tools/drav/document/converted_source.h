@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
+#include "common/child_process.h"
 #include "tools/drav/document/raster_reader.h"
 #include "tools/drav/driver/driver_file.h"
-#include "tools/drav/io/child_process.h"
 
 class ConvertedSource : public PageSource {
  public:

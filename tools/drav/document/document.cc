@@ -10,13 +10,13 @@
 #include <cerrno>
 #include <cstring>
 
+#include "common/child_process.h"
 #include "common/scope_guard.h"
 #include "tools/drav/document/approximate_source.h"
 #include "tools/drav/document/converted_source.h"
 #include "tools/drav/document/exif.h"
 #include "tools/drav/document/picture.h"
 #include "tools/drav/document/raster_reader.h"
-#include "tools/drav/io/child_process.h"
 #include "tools/drav/io/input_file.h"
 #include "tools/drav/io/text.h"
 

@@ -16,10 +16,10 @@
 
 #include "common/log.h"
 #include "common/scope_guard.h"
+#include "common/temporary_file.h"
 #include "filter/run_filter.h"
 #include "tools/drav/io/interruption.h"
 #include "tools/drav/io/memory_file.h"
-#include "tools/drav/io/scratch_folder.h"
 #include "tools/drav/job/job_stream.h"
 
 namespace {

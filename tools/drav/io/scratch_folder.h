@@ -31,11 +31,4 @@ class ScratchFolder {
 [[nodiscard]] bool writeScratchFile(const std::string& path, const void* content, size_t size,
                                     std::string& error);
 
-// Opens a file without a name, which is gone when its descriptor is closed: in memory
-// where the system has that, else below TMPDIR. -1 with one line in `error`.
-[[nodiscard]] int openAnonymousFile(std::string& error);
-
-// The same with `content` in it, at its start.
-[[nodiscard]] int openAnonymousFile(const void* content, size_t size, std::string& error);
-
 #endif  // TOOLS_DRAV_IO_SCRATCH_FOLDER_H_

@@ -4,10 +4,13 @@
 #include <algorithm>
 #include <array>
 
+#include "tools/drav/io/interruption.h"
+
 ChildCommand trialCommand(const std::string& program, const std::vector<std::string>& arguments) {
   ChildCommand command;
   command.program = program;
   command.arguments = arguments;
+  command.stopRequested = Interruption::requested;
   command.bareEnvironment = true;
   command.folder.assign(1, '/');
   command.memoryBytes = UINT64_MAX;

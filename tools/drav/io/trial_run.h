@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/drav/io/child_process.h"
+#include "common/child_process.h"
 
 // A program that is given little: no environment but PATH, the root folder, 5 s to
 // end, 5 s of processor time, no core dump and no file writing.

@@ -13,8 +13,8 @@
 #include <string_view>
 
 #include "common/ppd_lookup.h"
+#include "common/temporary_file.h"
 #include "tools/drav/driver/models.h"
-#include "tools/drav/io/scratch_folder.h"
 #include "tools/drav/io/text.h"
 #include "tools/drav/job/paper_scale.h"
 

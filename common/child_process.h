@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Runs another program with limits and reads what it prints.
-#ifndef TOOLS_DRAV_IO_CHILD_PROCESS_H_
-#define TOOLS_DRAV_IO_CHILD_PROCESS_H_
+#ifndef COMMON_CHILD_PROCESS_H_
+#define COMMON_CHILD_PROCESS_H_
 
 #include <sys/types.h>
 
@@ -22,6 +22,7 @@ struct ChildCommand {
   bool bareEnvironment = false;  // of our own nothing, but a PATH of the system's folders
   std::string folder;            // where it runs; empty for where we are
   std::string input;             // what it reads on standard input; empty for /dev/null
+  int inputDescriptor = -1;      // or an open file that it reads there; the caller keeps it
   bool joinsErrors = false;      // its standard error goes where its standard output goes
   // The user and group that it runs as if this process is root's; both or none.
   std::optional<uid_t> uid;
@@ -34,6 +35,8 @@ struct ChildCommand {
   // For all of it: the longest time without any output, and the longest time at all.
   int silenceMilliseconds = 120'000;
   int mostMilliseconds = std::numeric_limits<int>::max();
+  // Asked every so often while the program is waited for; true ends it.
+  std::function<bool()> stopRequested;
 };
 
 // How a program ended; `code` goes with it.
@@ -42,18 +45,17 @@ enum class ChildEnd {
   kExited,       // the exit status
   kSignalled,    // the signal
   kTimedOut,     // killed
-  kInterrupted,  // killed, since an Interruption was requested
+  kInterrupted,  // killed, since stopRequested said so
   kNotStarted,   // the errno of execve
   kNotTried,     // the errno of what could not be made for it
 };
 
 // One program, in a process group of its own, with no descriptor of ours but its
-// standard ones. The destructor kills what is left of the group. Waiting ends at
-// once when an Interruption is requested.
+// standard ones. The destructor kills what is left of the group.
 class ChildProcess {
  public:
   ChildProcess() = default;
-  ~ChildProcess() { kill(); }
+  ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
   ChildProcess(ChildProcess&&) = delete;
@@ -94,6 +96,7 @@ class ChildProcess {
   void readMessages();
   void stopFor(ChildEnd end, const std::string& what);
   bool overdue(Clock::time_point since) const;
+  bool shallStop() const { return stopRequested_ && stopRequested_(); }
   void reap(bool forced);
   void tellEnd(int status);
   void closePipes();
@@ -109,6 +112,7 @@ class ChildProcess {
   std::string failure_;
   std::string messages_;
   std::function<void()> idle_;
+  std::function<bool()> stopRequested_;
 };
 
 // Path of a program; empty when there is none. If the caller names an environment
@@ -116,4 +120,4 @@ class ChildProcess {
 // it is the first executable `name` in PATH or in the folders of the system's own programs.
 std::string findProgram(const std::string& name, const char* variable = nullptr);
 
-#endif  // TOOLS_DRAV_IO_CHILD_PROCESS_H_
+#endif  // COMMON_CHILD_PROCESS_H_

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/io/child_process.h"
+#include "common/child_process.h"
 
 #include <fcntl.h>
 #include <grp.h>
@@ -17,8 +17,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "tools/drav/io/interruption.h"
-#include "tools/drav/io/scratch_folder.h"
+#include "common/temporary_file.h"
 
 namespace {
 
@@ -61,12 +60,17 @@ struct Pipes {
 
   // False with errno.
   bool open(const ChildCommand& command) {
-    return openInput(command.input) && openPipe(output) && openPipe(report) &&
+    return openInput(command) && openPipe(output) && openPipe(report) &&
            (command.joinsErrors || openPipe(errors));
   }
 
  private:
-  bool openInput(const std::string& text) {
+  bool openInput(const ChildCommand& command) {
+    if (command.inputDescriptor >= 0) {
+      input = ::fcntl(command.inputDescriptor, F_DUPFD_CLOEXEC, 0);
+      return input >= 0;
+    }
+    const std::string& text = command.input;
     if (text.empty()) {
       input = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
       return input >= 0;
@@ -181,6 +185,7 @@ bool ChildProcess::start(const ChildCommand& command, std::string& error) {
   end_ = ChildEnd::kNone;
   program_ = command.program.substr(command.program.rfind('/') + 1);
   silence_ = std::chrono::milliseconds(command.silenceMilliseconds);
+  stopRequested_ = command.stopRequested;
   deadline_ = Clock::now() + std::chrono::milliseconds(command.mostMilliseconds);
 
   std::vector<std::string> arguments = {command.program};
@@ -245,7 +250,7 @@ bool ChildProcess::waitForOutput() {
   for (;;) {
     std::array<pollfd, 2> watched = {pollfd{output_, POLLIN, 0}, pollfd{errors_, POLLIN, 0}};
     const int ready = ::poll(watched.data(), watched.size(), kTickMilliseconds);
-    if (Interruption::requested()) {
+    if (shallStop()) {
       stopFor(ChildEnd::kInterrupted, "interrupted");
     } else if (ready < 0 && errno != EINTR) {
       stopFor(ChildEnd::kNotTried, program_ + " cannot be watched: " + systemText(errno));
@@ -298,8 +303,8 @@ void ChildProcess::reap(bool forced) {
         ::waitid(P_PID, static_cast<id_t>(process_), &ended, WEXITED | WNOHANG | WNOWAIT);
     if ((waited == 0 && ended.si_pid == process_) || (waited < 0 && errno != EINTR)) break;
     if (errors_ >= 0) readMessages();
-    if (!forced && (Interruption::requested() || overdue(start))) {
-      if (Interruption::requested())
+    if (!forced && (shallStop() || overdue(start))) {
+      if (shallStop())
         stopFor(ChildEnd::kInterrupted, "interrupted");
       else
         stopFor(ChildEnd::kTimedOut, program_ + " does not end");
@@ -330,6 +335,16 @@ void ChildProcess::tellEnd(int status) {
   end_ = ChildEnd::kExited;
   code_ = WEXITSTATUS(status);
   if (code_ != 0) failure_ = program_ + " ended with status " + std::to_string(code_);
+}
+
+ChildProcess::~ChildProcess() {
+  try {
+    kill();
+  } catch (...) {  // no memory for what it still said: it ends all the same
+    (void)::kill(-process_, SIGKILL);
+    (void)::waitpid(process_, nullptr, 0);
+    closePipes();
+  }
 }
 
 void ChildProcess::kill() {

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "documents/buffered_child.h"
+
+#include <algorithm>
+
+namespace documents {
+
+bool BufferedChild::fill() {
+  const ssize_t got = process_.read(buffer_.data(), buffer_.size());
+  begin_ = 0;
+  end_ = got > 0 ? static_cast<size_t>(got) : 0;
+  hasEnded_ = end_ == 0;
+  return end_ != 0;
+}
+
+bool BufferedChild::read(std::span<uint8_t> bytes) {
+  while (!bytes.empty()) {
+    if (begin_ == end_ && !fill()) return false;
+    const size_t count = std::min(bytes.size(), end_ - begin_);
+    std::copy_n(buffer_.begin() + static_cast<std::ptrdiff_t>(begin_), count, bytes.begin());
+    begin_ += count;
+    bytes = bytes.subspan(count);
+  }
+  return true;
+}
+
+std::string BufferedChild::readLine(size_t most) {
+  std::string line;
+  while (line.size() < most) {
+    if (begin_ == end_ && !fill()) return "";
+    line.push_back(static_cast<char>(buffer_[begin_++]));
+    if (line.back() == '\n') return line;
+  }
+  return "";
+}
+
+bool BufferedChild::skip(uint64_t count) {
+  while (count != 0) {
+    if (begin_ == end_ && !fill()) return false;
+    const auto step = static_cast<size_t>(std::min<uint64_t>(count, end_ - begin_));
+    begin_ += step;
+    count -= step;
+  }
+  return true;
+}
+
+}  // namespace documents

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "documents/picture_pages.h"
+
+#include <csignal>
+#include <utility>
+
+#include "documents/buffered_child.h"
+#include "documents/placed_pages.h"
+#include "documents/reader_protocol.h"
+
+namespace documents {
+namespace {
+
+class PicturePages : public PlacedPages {
+ public:
+  PicturePages(FileKind kind, const Paper& paper, const PageWish& wish)
+      : PlacedPages(wish.mirror), kind_(kind), paper_(paper), wish_(wish) {}
+
+  bool start(int descriptor, const World& world, std::string& error) {
+    ChildCommand command;
+    command.program = world.pictureReader;
+    command.arguments = {requestText(paper_, wish_)};
+    command.inputDescriptor = descriptor;
+    command.stopRequested = world.stopRequested;
+    // It limits its memory itself, once it has loaded its libraries.
+    command.memoryBytes = UINT64_MAX;
+    command.fileBytes = 0;
+    command.cpuSeconds = kReaderSeconds;
+    command.silenceMilliseconds = 1000 * int{kReaderSeconds};
+    return reader_.start(command, error);
+  }
+
+  Step nextPage(GreyPage& page, std::string& error) override {
+    if (std::exchange(begun_, true)) return finish(error);
+    page = {};
+    PictureFacts facts;
+    if (!readFacts(reader_.readLine(kMostFactsLine), facts)) return fail(error);
+    const Placing placing = placePicture(facts, paper_, wish_, &page.notes);
+    beginPage(facts, placing, page);
+    return Step::page;
+  }
+
+ protected:
+  bool readRow(std::span<uint8_t> grey, std::string& error) override {
+    if (!reader_.read(grey)) {
+      (void)fail(error);
+      return false;
+    }
+    // With the last row all must have gone well: the page is whole.
+    return unreadRows() != 0 || finish(error) == Step::end;
+  }
+
+ private:
+  Step finish(std::string& error) {
+    if (failed_) return Step::failed;
+    if (unreadRows() != 0) {  // nobody wants the rest
+      reader_.process().kill();
+      return Step::end;
+    }
+    return reader_.atEnd() && reader_.process().finish() ? Step::end : fail(error);
+  }
+
+  Step fail(std::string& error) {
+    failed_ = true;
+    error = std::string("cannot be read as ") + kindName(kind_) + ": ";
+    ChildProcess& process = reader_.process();
+    if (!reader_.hasEnded()) {
+      process.kill();
+      error += "its decoder does not keep to what it announced";
+      return Step::failed;
+    }
+    const bool endedWell = process.finish();
+    const std::string& messages = process.messages();
+    const size_t at = messages.rfind(kRefused);
+    if (process.end() == ChildEnd::kExited && process.code() == 1 && at != std::string::npos) {
+      const size_t text = at + kRefused.size();
+      error = messages.substr(text, messages.find('\n', text) - text);
+    } else if (process.end() == ChildEnd::kSignalled) {
+      const bool overtime = process.code() == SIGXCPU || process.code() == SIGKILL;
+      error += overtime ? "it took more than 60 s" : "its decoder crashed";
+    } else {
+      error += endedWell ? std::string("its decoder gave too little") : process.failure();
+    }
+    return Step::failed;
+  }
+
+  const FileKind kind_;
+  const Paper paper_;
+  const PageWish wish_;
+  BufferedChild reader_;
+  bool begun_ = false;
+  bool failed_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<GreyPages> openPicturePages(int descriptor, FileKind kind, const Paper& paper,
+                                            const PageWish& wish, const World& world,
+                                            std::string& error) {
+  if (world.pictureReader.empty()) {
+    error = "cannot be read: drav-picture-reader, which reads pictures, is not installed";
+    return nullptr;
+  }
+  auto pages = std::make_unique<PicturePages>(kind, paper, wish);
+  if (!pages->start(descriptor, world, error)) return nullptr;
+  return pages;
+}
+
+}  // namespace documents

@@ -1,0 +1,147 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""The picture filter against the raster filter: the same page gives the same bytes."""
+import os
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+import cups_raster
+import harness
+from picture_files import Levels, image, png, ramp, saved
+from placing_model import Paper, place
+
+PICTURES, RASTER = os.environ["DRAV_PICTURE_FILTER"], os.environ["DRAV_FILTER"]
+PPDS = pathlib.Path(os.environ["DRAV_PPDS"])
+LONGEST = 3000  # mm, of a custom page
+
+
+def dots(millimetres: float, dpi: int) -> int:
+    return int(millimetres / 25.4 * dpi + 0.5)
+
+
+def paper_of(dpi: int, size: tuple[float, float], head: float, roll: bool) -> Paper:
+    """`head` is the printable width in points, as the driver file states it."""
+    width = dots(size[0], dpi)
+    beyond = max(0, width - int(head * dpi / 72))
+    return Paper((dpi, dpi), width, dots(LONGEST if roll else size[1], dpi),
+                 (0, 0, beyond, 0), roll)
+
+
+# Driver file, size, paper.
+SIZES = (
+    ("dravr582", "X48MMY200MM", paper_of(203, (48, 200), 135.3103, True)),
+    ("dravr582", "X58MMY100MM", paper_of(203, (58, 100), 135.3103, True)),
+    ("dravr802", "X72MMY100MM", paper_of(203, (72, 100), 203.4089, True)),
+    ("dravr803", "X80MMY200MM", paper_of(300, (80, 200), 202.92, True)),
+    ("dravsa43", "A4", paper_of(300, (210, 297), 575.4, False)),
+    ("dravsa43", "X203MMY600MM", paper_of(300, (203, 600), 575.4, True)))
+
+
+class PictureFilterTest(unittest.TestCase):
+    def setUp(self) -> None:
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def run_filter(self, program: str, model: str, options: str, data: bytes, copies: str = "1",
+                   as_file: bool = True) -> subprocess.CompletedProcess:
+        path = self.folder / "input"
+        path.write_bytes(data)
+        arguments = [program, "7", "me", "title", copies, f"KeepPictures=False {options}"]
+        return subprocess.run(arguments + [str(path)] * as_file, capture_output=True, check=False,
+                              timeout=100, input=None if as_file else data,
+                              env=os.environ | {"PPD": str(PPDS / f"{model}.ppd")})
+
+    def raster_of(self, levels: Levels, paper: Paper, size: str,
+                  options: dict[str, str]) -> cups_raster.Page:
+        """The page as the model places these levels, which must not be scaled."""
+        placed = place((len(levels[0]), len(levels)), (0, 0), paper, options)
+        if placed.quarters == 1:
+            levels = [list(column) for column in zip(*levels)][::-1]
+        self.assertEqual((len(levels[0]), len(levels)), placed.size)
+        rows = [bytearray(placed.page[0]) for _ in range(placed.page[1])]
+        for y, row in enumerate(levels):
+            for x, level in enumerate(row):
+                at = (placed.at[0] + x, placed.at[1] + y)
+                if all(0 <= one < limit for one, limit in zip(at, placed.page)):
+                    rows[at[1]][at[0]] = 255 - level
+        return cups_raster.grey(map(bytes, rows), HWResolution=paper.dpi, cupsPageSizeName=size)
+
+    def assertSamePrint(self, model: str, size: str, paper: Paper, levels: Levels, data: bytes,
+                        copies: int = 1, **options: str) -> None:
+        text = " ".join([f"PageSize={size}", *(f"{name}={value}"
+                                               for name, value in options.items())])
+        got = self.run_filter(PICTURES, model, text, data, str(copies))
+        raster = cups_raster.stream([self.raster_of(levels, paper, size, options)] * copies)
+        want = self.run_filter(RASTER, model, text, raster)
+        self.assertEqual((got.returncode, want.returncode), (0, 0), got.stderr.decode())
+        self.assertEqual(got.stdout, want.stdout, (model, size, options))
+        self.assertGreater(len(got.stdout), 100)
+
+    def test_all_models(self) -> None:
+        levels = ramp(123, 77)
+        data = saved(image(levels), "PNG")
+        for model, size, paper in SIZES:
+            with self.subTest(model, size=size):
+                self.assertSamePrint(model, size, paper, levels, data)
+                self.assertSamePrint(model, size, paper, levels, data, copies=3,
+                                     HalftoneType="Burkes", position="right")
+
+    def test_turned_cut_and_told(self) -> None:
+        model, size, paper = SIZES[0]
+        levels = ramp(900, 100)  # wider than the head of 384 dots
+        data = saved(image(levels), "PNG")
+        self.assertSamePrint(model, size, paper, levels, data)
+        result = self.run_filter(PICTURES, model, f"PageSize={size}", data)
+        self.assertIn("DEBUG:The picture: it was turned a quarter to the left to fit the page.",
+                      result.stderr.decode().splitlines())
+        options = {"print-scaling": "none", "orientation-requested": "3"}
+        self.assertSamePrint(model, size, paper, levels, data, **options)
+        result = self.run_filter(PICTURES, model, f"PageSize={size} print-scaling=none "
+                                                  "orientation-requested=3", data)
+        self.assertRegex(result.stderr.decode(),
+                         r"WARN:Of the picture: 6\d\.\d mm of its width and 0\.0 mm of its height "
+                         "lie beyond the page\\.\n")
+
+    def test_brightness_is_the_filters_own(self) -> None:
+        model, size, paper = SIZES[4]
+        levels = [[180] * 200 for _ in range(100)]
+        self.assertSamePrint(model, size, paper, levels, saved(image(levels), "PNG"),
+                             Brightness="-10", HalftoneType="FloydSteinberg")
+
+    def test_from_standard_input(self) -> None:
+        data = saved(image(ramp(50, 50)), "PNG")
+        by_name = self.run_filter(PICTURES, "dravsa43", "", data)
+        by_pipe = self.run_filter(PICTURES, "dravsa43", "", data, as_file=False)
+        self.assertEqual((by_pipe.returncode, by_pipe.stdout), (0, by_name.stdout))
+
+    def test_what_is_refused_sends_nothing(self) -> None:
+        good = saved(image(ramp(90, 90)), "PNG")
+        for data, options, line in (
+                (good[:2000], "", "The document is damaged or cut, or no PNG"),
+                (b"", "", "The document is empty!"),
+                (b"plain text\n", "", "The document is text"),
+                (b"%PDF-1.4\n", "", "The document is PDF, and no picture!"),
+                (png(65_000, 65_000, 8, 0, [b""]), "", "The document has 65000 x 65000 pixels"),
+                (good, "number-up=2", "A picture cannot be printed with number-up"),
+                (good, "page-ranges=2-3", "A picture cannot be printed with page-ranges")):
+            result = self.run_filter(PICTURES, "dravsa43", options, data)
+            errors = [text for text in result.stderr.decode().splitlines()
+                      if text.startswith("ERROR:")]
+            self.assertEqual((result.returncode, result.stdout, len(errors)), (1, b"", 1), errors)
+            self.assertIn(f"ERROR:{line}", errors[0])
+        for options in ("number-up=1", "page-ranges=1", "page-ranges=1-4", "page-ranges=-2"):
+            self.assertEqual(self.run_filter(PICTURES, "dravsa43", options, good).returncode, 0)
+
+    def test_arguments(self) -> None:
+        result = subprocess.run([PICTURES, "1"], capture_output=True, check=False, timeout=60)
+        self.assertEqual((result.returncode, result.stdout), (1, b""))
+        self.assertIn(b"picturetodrav job_id user title", result.stderr)
+        result = self.run_filter(PICTURES, "missing", "", b"")
+        self.assertEqual((result.returncode, result.stdout), (1, b""))
+
+
+if __name__ == "__main__":
+    harness.run_tests()
