@@ -2,6 +2,7 @@
 // A raster stream that ends at any byte.
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,9 +41,7 @@ class FilterCutTest : public FilterFixture {
 
   // Cuts the stream of both pages in front of byte `end` and compares with the
   // job that the model makes of what is left.
-  void expectCutAt(const StreamForm& form, size_t end) {
-    Bytes raster = form.write(pages_);
-    raster.resize(end);
+  void expectCutAt(const StreamForm& form, const Bytes& whole, size_t end) {
     std::vector<model::RasterPage> left;
     size_t at = kSyncBytes;
     for (const model::RasterPage& page : pages_) {
@@ -53,10 +52,21 @@ class FilterCutTest : public FilterFixture {
       left.back().pixels.resize(pixels);
       at += page.pixels.size();
     }
-    const FilterResult result = run(raster);
+    const FilterResult result = run(Bytes(whole.data(), whole.data() + end));
     SCOPED_TRACE(form.name + ", cut at " + std::to_string(end));
-    expectSame(model::runJob(settings_, left), result);
+    expectSame(expectedOf(left), result);
     EXPECT_EQ(result.leftDescriptors, 0);
+  }
+
+  // Many cuts in a row leave the same pages.
+  const model::JobResult& expectedOf(const std::vector<model::RasterPage>& left) {
+    std::vector<size_t> sizes;
+    for (const model::RasterPage& page : left) sizes.push_back(page.pixels.size());
+    if (!expected_ || sizes != sizes_) {
+      sizes_ = sizes;
+      expected_ = model::runJob(settings_, left);
+    }
+    return *expected_;
   }
 
   size_t secondHeader(const StreamForm& form) const {
@@ -66,12 +76,17 @@ class FilterCutTest : public FilterFixture {
   const std::vector<model::RasterPage> pages_ = {patternPage("circles", 24, 110),
                                                  patternPage("text", 16, 100)};
   model::JobSettings settings_;
+
+ private:
+  std::vector<size_t> sizes_;
+  std::optional<model::JobResult> expected_;
 };
 
 TEST_F(FilterCutTest, EveryByteOfTheSyncWordAndTheFirstHeader) {
   for (const StreamForm& form : streamForms()) {
+    const Bytes whole = form.write(pages_);
     for (size_t end = 0; end < kSyncBytes + form.headerBytes; ++end) {
-      expectCutAt(form, end);
+      expectCutAt(form, whole, end);
       if (HasFailure()) return;
     }
   }
@@ -79,8 +94,9 @@ TEST_F(FilterCutTest, EveryByteOfTheSyncWordAndTheFirstHeader) {
 
 TEST_F(FilterCutTest, EveryByteOfALaterHeader) {
   for (const StreamForm& form : streamForms()) {
+    const Bytes whole = form.write(pages_);
     for (size_t at = 0; at < form.headerBytes; ++at) {
-      expectCutAt(form, secondHeader(form) + at);
+      expectCutAt(form, whole, secondHeader(form) + at);
       if (HasFailure()) return;
     }
   }
@@ -89,6 +105,7 @@ TEST_F(FilterCutTest, EveryByteOfALaterHeader) {
 TEST_F(FilterCutTest, RandomBytesOfThePixels) {
   model::Random random(6);
   for (const StreamForm& form : streamForms()) {
+    const Bytes whole = form.write(pages_);
     const size_t first = kSyncBytes + form.headerBytes;
     const size_t second = secondHeader(form) + form.headerBytes;
     std::vector<size_t> ends = {first, first + 1, secondHeader(form) - 1, secondHeader(form),
@@ -99,7 +116,7 @@ TEST_F(FilterCutTest, RandomBytesOfThePixels) {
       ends.push_back((page == 0 ? first : second) + random.below(pixels + 1));
     }
     for (const size_t end : ends) {
-      expectCutAt(form, end);
+      expectCutAt(form, whole, end);
       if (HasFailure()) return;
     }
   }

@@ -128,14 +128,13 @@ class FilterMemoryTest : public FilterFixture, public testing::WithParamInterfac
     describe(settings_, true);
   }
 
-  FilterResult runGranting(const std::vector<model::RasterPage>& pages, int granted,
-                           Refusal refusal) {
+  FilterResult runGranting(const Bytes& raster, int granted, Refusal refusal) {
     surround_ = [&](const std::function<void()>& filter) {
       const FailingAllocations failing(granted, refusal);
       filter();
       refused_ = failing.refused();
     };
-    FilterResult result = run(pages);
+    FilterResult result = run(raster);
     surround_ = nullptr;
     return result;
   }
@@ -144,11 +143,12 @@ class FilterMemoryTest : public FilterFixture, public testing::WithParamInterfac
   // how many it makes.
   int refuseEach(const std::vector<model::RasterPage>& pages, Refusal refusal) {
     const Endings endings(settings_, pages);
-    run(pages);  // what is made once for the process stays
+    const Bytes raster = rawRaster(pages);
+    run(raster);  // what is made once for the process stays
     for (int granted = 0; granted < 1000; ++granted) {
       SCOPED_TRACE("granted " + std::to_string(granted) +
                    (refusal == Refusal::onlyOne ? ", one refused" : ", all others refused"));
-      const FilterResult result = runGranting(pages, granted, refusal);
+      const FilterResult result = runGranting(raster, granted, refusal);
       EXPECT_EQ(result.leftBlocks, 0);
       EXPECT_EQ(result.leftDescriptors, 0);
       const Ending* ending = endings.find(result);
@@ -210,9 +210,10 @@ TEST_P(FilterMemoryTest, RefusalsBeforeAnythingWasMadeForTheProcess) {
   const std::vector<model::RasterPage> pages = {patternPage("circles", 16, 20),
                                                 patternPage("photo", 9, 97)};
   const Endings endings(settings_, pages);
+  const Bytes raster = rawRaster(pages);
   for (int granted = 0; granted < 1000; ++granted) {
     SCOPED_TRACE(granted);
-    const FilterResult result = runGranting(pages, granted, Refusal::everyFurther);
+    const FilterResult result = runGranting(raster, granted, Refusal::everyFurther);
     const Ending* ending = endings.find(result);
     ASSERT_NE(ending, nullptr);
     if (refused_ == 0) {
