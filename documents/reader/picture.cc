@@ -208,13 +208,20 @@ VImage luminance(const VImage& image) {
       .colourspace(isWide(image) ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W);
 }
 
-// One band of 8 bits.
-VImage toGrey(const VImage& source) {
+// 8 bits a band: one of grey, or red, green and blue.
+VImage toLevels(const VImage& source, bool colour) {
   if (source.format() != VIPS_FORMAT_UCHAR && source.format() != VIPS_FORMAT_USHORT)
     throw Refusal("has pixels of an unusual kind; save it with 8 or 16 bits a colour");
   VImage image = onWhite(toSrgb(source));
-  if (image.bands() >= 3) image = luminance(image);
-  if (image.bands() > 1) image = image.extract_band(0);
+  if (colour) {
+    const bool isGrey = image.bands() < 3;
+    const VImage first = image.extract_band(0);
+    image = isGrey ? first.bandjoin(first).bandjoin(first)
+                   : image.extract_band(0, VImage::option()->set("n", 3));
+  } else {
+    if (image.bands() >= 3) image = luminance(image);
+    if (image.bands() > 1) image = image.extract_band(0);
+  }
   if (isWide(image)) image = image.linear(1 / k16BitsPer8, 0).rint().cast(VIPS_FORMAT_UCHAR);
   return image;
 }
@@ -294,8 +301,8 @@ class Picture::Implementation {
 
   const PictureFacts& facts() const { return facts_; }
 
-  void writeRows(const Placing& placing, int descriptor) {
-    VImage image = kind_ == FileKind::kSvg ? drawn(placing) : upright(placing);
+  void writeRows(const Placing& placing, bool colour, int descriptor) {
+    VImage image = kind_ == FileKind::kSvg ? drawn(placing, colour) : upright(placing, colour);
     const auto width = static_cast<int>(placing.width);
     const auto height = static_cast<int>(placing.height);
     const bool isFarSmaller =
@@ -340,22 +347,22 @@ class Picture::Implementation {
     return image;
   }
 
-  // The pixels as grey, turned as the camera and the job say.
-  VImage upright(const Placing& placing) const {
-    VImage grey = toGrey(ofFullRange(image_));
-    if (orientation_ == 1 && placing.turn == Turn::kNone) return grey;
-    grey = grey.copy_memory();  // turning goes back and forth
-    grey.set(VIPS_META_ORIENTATION, orientation_);
-    return turned(grey.autorot(), placing.turn);
+  // The pixels' levels, turned as the camera and the job say.
+  VImage upright(const Placing& placing, bool colour) const {
+    VImage levels = toLevels(ofFullRange(image_), colour);
+    if (orientation_ == 1 && placing.turn == Turn::kNone) return levels;
+    levels = levels.copy_memory();  // turning goes back and forth
+    levels.set(VIPS_META_ORIENTATION, orientation_);
+    return turned(levels.autorot(), placing.turn);
   }
 
   // SVG is drawn anew at the size that is wanted.
-  VImage drawn(const Placing& placing) const {
+  VImage drawn(const Placing& placing, bool colour) const {
     const bool isSideways = placing.turn == Turn::kLeft || placing.turn == Turn::kRight;
     const double width = isSideways ? placing.height : placing.width;
     const VImage image = placing.isExact ? image_ : load(svgScale_ * width / facts_.width);
-    const VImage grey = toGrey(image);
-    return placing.turn == Turn::kNone ? grey : turned(grey.copy_memory(), placing.turn);
+    const VImage levels = toLevels(image, colour);
+    return placing.turn == Turn::kNone ? levels : turned(levels.copy_memory(), placing.turn);
   }
 
   const FileKind kind_;
@@ -379,9 +386,9 @@ Picture::~Picture() = default;
 
 const PictureFacts& Picture::facts() const { return implementation_->facts(); }
 
-void Picture::writeRows(const Placing& placing, int descriptor) {
+void Picture::writeRows(const Placing& placing, bool colour, int descriptor) {
   try {
-    implementation_->writeRows(placing, descriptor);
+    implementation_->writeRows(placing, colour, descriptor);
   } catch (const vips::VError& error) {
     implementation_->refuseWith(error);
   }
