@@ -12,6 +12,7 @@
 // After the header that it needs.
 #include <vips/vector.h>
 
+#include "documents/luminance.h"
 #include "documents/reader/file_facts.h"
 
 namespace documents {
@@ -194,9 +195,45 @@ VImage onWhite(const VImage& image) {
       .cast(format);
 }
 
+// Of a region of 8 bits a band. VIPS_REGION_ADDR is this with mixed signs.
+uint8_t* rowOf(const VipsRegion& region, int x, int y) {
+  return region.data + std::ptrdiff_t{y - region.valid.top} * region.bpl +
+         std::ptrdiff_t{x - region.valid.left} * region.im->Bands;
+}
+
+// What libvips calls for a part of a picture of grey.
+int makeGrey(VipsRegion* out, void* sequence, void* /*image*/, void* /*unused*/,
+             gboolean* /*stop*/) {
+  auto* colours = static_cast<VipsRegion*>(sequence);
+  const VipsRect& area = out->valid;
+  if (vips_region_prepare(colours, &area) != 0) return -1;
+  const auto width = static_cast<size_t>(area.width);
+  for (int y = area.top; y < area.top + area.height; ++y)
+    luminanceRow(rowOf(*colours, area.left, y), static_cast<size_t>(colours->im->Bands), width,
+                 rowOf(*out, area.left, y));
+  return 0;
+}
+
+// Of 8 bits. In one step: through libvips' colour spaces it takes longer than all the rest.
+VImage luminance8(const VImage& image) {
+  VipsImage* colours = image.get_image();
+  VipsImage* grey = vips_image_new();
+  const VImage owned(grey);
+  g_object_ref(colours);
+  vips_object_local(grey, colours);  // goes with it
+  if (vips_image_pipelinev(grey, VIPS_DEMAND_STYLE_THINSTRIP, colours, nullptr) != 0)
+    throw vips::VError();
+  grey->Bands = 1;
+  grey->Type = VIPS_INTERPRETATION_B_W;
+  if (vips_image_generate(grey, vips_start_one, makeGrey, vips_stop_one, colours, nullptr) != 0)
+    throw vips::VError();
+  return owned;
+}
+
 // Luminance, of linear light. libvips' own way weighs the colours 0.2, 0.7 and 0.1; with
 // three bands that are luminance already it only encodes.
 VImage luminance(const VImage& image) {
+  if (!isWide(image)) return luminance8(image);
   constexpr std::array kWeights = {0.2126, 0.7152, 0.0722};  // of sRGB's primaries
   std::vector<double> rows;
   for (size_t row = 0; row < kWeights.size(); ++row)
@@ -205,7 +242,7 @@ VImage luminance(const VImage& image) {
   return image.colourspace(VIPS_INTERPRETATION_scRGB)
       .recomb(matrix)
       .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_scRGB))
-      .colourspace(isWide(image) ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W);
+      .colourspace(VIPS_INTERPRETATION_GREY16);
 }
 
 // 8 bits a band: one of grey, or red, green and blue.
