@@ -291,42 +291,54 @@ class OutputTest(PrepareCase):
 
 
 class TileTest(PrepareCase):
-    def test_the_sheets_hold_the_art_and_its_marks(self) -> None:
-        """Two columns and two rows on rolls of 48 x 100 mm."""
-        rows = noise(500, 900, 7)
-        # Grey, so that the art can be told from the marks.
-        rows = [bytes(60 + level % 120 for level in row) for row in rows]
-        source = self.write("flash.png", picture(rows))
-        args = (*ROLL, "--tile", "--overlap", 5)
-        result = self.prepare(source, *args)
-        text = result.stdout.decode().splitlines()
-        band, caption, overlap = (round(mm * DPI / 25.4) for mm in (5, 8, 5))
-        window = REACH - 2 * band
+    def check_sheets(self, rows: list[bytes], dpi: int, reach: tuple[int, int], *paper: object,
+                     counts: tuple[int, int]) -> None:
+        """Each sheet shows its part of the art, with marks around it and a caption below."""
+        self.prepare(self.write("flash.png", make_png(
+            len(rows[0]), len(rows), 8, 0, rows,
+            pHYs=struct.pack(">IIB", *[round(dpi / 0.0254)] * 2, 1))), *paper, "--tile",
+            "--overlap", 5)
         sheets = pdf_pages((self.folder / "out.pdf").read_bytes())
-        columns = 1 + math.ceil((500 - window) / (window - overlap))
-        self.assertEqual(columns, 2)
-        self.assertEqual(len(sheets) % columns, 0)
-        self.assertEqual(len(text), len(sheets))
-        self.assertIn(f"sheet 1 of {len(sheets)} (2 x {len(sheets) // 2})", text[0])
-        tall = 0
-        covered = [0] * 900
-        for number, (_, width, height, page) in enumerate(sheets):
-            left = number % 2 * (window - overlap)
-            part = min(window, 500 - left)
-            inner = height - 2 * band - caption
-            if number % 2 == 0 and number:
-                tall += previous - overlap
-            previous = inner
-            for y in range(inner):
-                self.assertTrue(page[band + y][band:band + part] == rows[tall + y][left:left + part],
-                                f"sheet {number}, row {y}")
-                covered[tall + y] += number % 2 == 0
-            # The plan and the words below the art, and marks in the bands beside it.
-            self.assertIn(0, b"".join(page[-caption:]))
-            top = b"".join(page[:band])
-            self.assertIn(0, top)
-            self.assertEqual(width, WIDTH)
-        self.assertEqual(min(covered), 1)
+        columns, down = counts
+        self.assertEqual(len(sheets), columns * down)
+        band, caption, overlap = (round(mm * dpi / 25.4) for mm in (5, 8, 5))
+        window = (reach[0] - 2 * band, reach[1] - 2 * band - caption)
+        self.assertLess((columns - 1) * (window[0] - overlap) + overlap, len(rows[0]))
+        self.assertGreaterEqual(columns * (window[0] - overlap) + overlap, len(rows[0]))
+        for number, (_, _, _, page) in enumerate(sheets):
+            left = number % columns * (window[0] - overlap)
+            top = number // columns * (window[1] - overlap)
+            part = [row[left:left + window[0]] for row in rows[top:top + window[1]]]
+            self.assert_rows([row[band:band + len(part[0])] for row in page[band:band + len(part)]],
+                             part)
+            below = page[band + len(part) + band:][:caption]
+            self.assertLess(min(b"".join(row[band:] for row in below)), 60)  # plan and words
+            # A mark stands beside each end of an overlap, and nowhere else.
+            def has_mark(x: int, y: int) -> bool:
+                return any(min(page[y + dy][x - 3:x + 4]) < 128 for dy in range(-3, 4))
+
+            middle = band // 2
+            for at, wanted in ((overlap // 2, number % columns > 0),
+                               (window[0] - overlap + overlap // 2, number % columns < columns - 1),
+                               (window[0] // 3, False)):
+                if at < len(part[0]):
+                    self.assertEqual(has_mark(band + at, middle), wanted, (number, at))
+            for at, wanted in ((overlap // 2, number // columns > 0),
+                               (window[1] - overlap + overlap // 2, number // columns < down - 1),
+                               (window[1] // 3, False)):
+                if at < len(part):
+                    self.assertEqual(has_mark(middle, band + at), wanted, (number, at))
+
+    def test_sheets(self) -> None:
+        """A6, all of which the head reaches."""
+        self.check_sheets(noise(1500, 1900, 7), 300, (1240, 1748), "--paper", "Tattoo_A6",
+                          counts=(2, 2))
+
+    def test_rolls_are_as_long_as_the_art(self) -> None:
+        self.check_sheets(noise(500, 300, 8), DPI, (REACH, 20_000), *ROLL, counts=(2, 1))
+        text = self.prepare(self.folder / "flash.png", *ROLL, "--tile").stdout.decode()
+        self.assertRegex(text.splitlines()[1],
+                         r"page 1: 62.6 x 37.5 mm, sheet 2 of 2 \(2 x 1\), X48MMY100MM, ")
 
     def test_art_that_fits_is_one_plain_page(self) -> None:
         rows = noise(100, 50)
