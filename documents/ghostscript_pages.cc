@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "documents/buffered_child.h"
+#include "documents/luminance.h"
 #include "documents/placed_pages.h"
 #include "documents/reader_protocol.h"
 
@@ -21,6 +22,7 @@ constexpr size_t kMostHeaderLine = 200;
 constexpr int kMostSilence = 60'000;  // milliseconds, so for each page
 constexpr uint64_t kMostCpuSeconds = 3600;
 constexpr uint8_t kWhite = 255;
+constexpr size_t kDrawn = 3;  // bytes of a pixel that Ghostscript draws
 constexpr const char* kNowhere = "/nonexistent";
 
 struct Pixels {
@@ -64,7 +66,7 @@ class GhostscriptPages : public PlacedPages {
  public:
   GhostscriptPages(int descriptor, FileKind kind, const Paper& paper, const PageWish& wish,
                    const World& world)
-      : PlacedPages(wish.mirror),
+      : PlacedPages(wish),
         descriptor_(descriptor),
         kind_(kind),
         paper_(paper),
@@ -75,19 +77,11 @@ class GhostscriptPages : public PlacedPages {
   bool start(const Density& density, std::string& error) {
     ChildCommand command;
     command.program = world_.ghostscript;
-    command.arguments = {"-q",
-                         "-dSAFER",
-                         "-dBATCH",
-                         "-dNOPAUSE",
-                         "-dUseCropBox",
-                         "-dMaxBitmap=300000000",
-                         "-sDEVICE=pgmraw",
-                         densityArgument(density),
-                         "-dFirstPage=" + std::to_string(page_),
-                         "-sstdout=%stderr",
-                         "-sOutputFile=-",
-                         "-f",
-                         "/dev/stdin"};
+    command.arguments = {
+        "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-dUseCropBox", "-dMaxBitmap=300000000",
+        // In colour, since its grey devices move a grey by one level.
+        "-sDEVICE=ppmraw", densityArgument(density), "-dFirstPage=" + std::to_string(page_),
+        "-sstdout=%stderr", "-sOutputFile=-", "-f", "/dev/stdin"};
     command.inputDescriptor = descriptor_;
     // A document may write to the folder of temporary files, -dSAFER or not: it gets one that
     // is not there, and may write no byte to any file. Pages of the largest size need none.
@@ -128,15 +122,15 @@ class GhostscriptPages : public PlacedPages {
     size_ = size;
     placing_ = placing;
     beginPage(facts_, placing, page);
-    unreadBytes_ = uint64_t{size.width} * size.height;
+    unreadBytes_ = uint64_t{size.width} * size.height * kDrawn;
     rowsRead_ = 0;
     turned_.clear();
     return Step::page;
   }
 
  protected:
-  bool readRow(std::span<uint8_t> grey, std::string& error) override {
-    return placing_.turn == Turn::kNone ? readUpright(grey, error) : readTurned(grey, error);
+  bool readRow(std::span<uint8_t> levels, std::string& error) override {
+    return placing_.turn == Turn::kNone ? readUpright(levels, error) : readTurned(levels, error);
   }
 
  private:
@@ -171,7 +165,7 @@ class GhostscriptPages : public PlacedPages {
       ended_ = End::well;
       return Step::end;
     }
-    bool good = drawing_.readLine(kMostHeaderLine) == "P5\n";
+    bool good = drawing_.readLine(kMostHeaderLine) == "P6\n";
     std::string line = drawing_.readLine(kMostHeaderLine);
     while (line.starts_with('#')) line = drawing_.readLine(kMostHeaderLine);
     good = good && readSize(line, size) && drawing_.readLine(kMostHeaderLine) == "255\n";
@@ -187,7 +181,7 @@ class GhostscriptPages : public PlacedPages {
   }
 
   bool readWholeRow(std::vector<uint8_t>& row, std::string& error) {
-    row.resize(size_.width);
+    row.resize(size_t{size_.width} * kDrawn);
     if (rowsRead_ >= size_.height) {  // one less than was computed
       std::fill(row.begin(), row.end(), kWhite);
       return true;
@@ -197,45 +191,69 @@ class GhostscriptPages : public PlacedPages {
       return false;
     }
     ++rowsRead_;
-    unreadBytes_ -= size_.width;
+    unreadBytes_ -= row.size();
     return true;
   }
 
-  bool readUpright(std::span<uint8_t> grey, std::string& error) {
+  bool readUpright(std::span<uint8_t> levels, std::string& error) {
     while (rowsRead_ < std::min(placing_.visibleTop(), size_.height))
       if (!readWholeRow(row_, error)) return false;
     if (!readWholeRow(row_, error)) return false;
-    const size_t left = placing_.visibleLeft();
-    for (size_t x = 0; x < grey.size(); ++x)
-      grey[x] = left + x < row_.size() ? row_[left + x] : kWhite;
+    for (size_t x = 0; x * channels() < levels.size(); ++x) {
+      const size_t from = placing_.visibleLeft() + x;
+      if (from < size_.width)
+        take(&row_[from * kDrawn], &levels[x * channels()]);
+      else  // one less than was computed
+        std::fill_n(&levels[x * channels()], channels(), kWhite);
+    }
     return true;
   }
 
-  bool readTurned(std::span<uint8_t> grey, std::string& error) {
-    if (turned_.empty()) {
-      turnedRow_ = placing_.visibleTop();
-      turned_.resize(size_t{size_.width} * size_.height);
-      if (!drawing_.read(turned_)) {
-        (void)fail(error);
-        return false;
-      }
-      unreadBytes_ = 0;
-    }
+  bool readTurned(std::span<uint8_t> levels, std::string& error) {
+    if (turned_.empty() && !readWholePage(error)) return false;
     const int64_t y = turnedRow_++;
     const Pixels drawn = unturned(placing_);
-    for (size_t i = 0; i < grey.size(); ++i) {
+    for (size_t i = 0; i * channels() < levels.size(); ++i) {
       const auto x = static_cast<int64_t>(placing_.visibleLeft() + i);
-      grey[i] = placing_.turn == Turn::kLeft    ? level(drawn.width - 1 - y, x)
-                : placing_.turn == Turn::kRight ? level(y, drawn.height - 1 - x)
-                                                : level(drawn.width - 1 - x, drawn.height - 1 - y);
+      uint8_t* to = &levels[i * channels()];
+      if (placing_.turn == Turn::kLeft)
+        copyDot(drawn.width - 1 - y, x, to);
+      else if (placing_.turn == Turn::kRight)
+        copyDot(y, drawn.height - 1 - x, to);
+      else
+        copyDot(drawn.width - 1 - x, drawn.height - 1 - y, to);
     }
     return true;
   }
 
-  uint8_t level(int64_t x, int64_t y) const {
+  bool readWholePage(std::string& error) {
+    turnedRow_ = placing_.visibleTop();
+    turned_.resize(size_t{size_.width} * size_.height * channels());
+    uint8_t* to = turned_.data();
+    for (uint32_t y = 0; y < size_.height; ++y) {
+      if (!readWholeRow(row_, error)) return false;
+      for (uint32_t x = 0; x < size_.width; ++x, to += channels())
+        take(&row_[size_t{x} * kDrawn], to);
+    }
+    return true;
+  }
+
+  // Of the page that is turned.
+  void copyDot(int64_t x, int64_t y, uint8_t* to) const {
     const bool isThere = x >= 0 && y >= 0 && x < size_.width && y < size_.height;
-    return isThere ? turned_[static_cast<size_t>(y) * size_.width + static_cast<size_t>(x)]
-                   : kWhite;
+    const size_t at = static_cast<size_t>(y) * size_.width + static_cast<size_t>(x);
+    if (isThere)
+      std::copy_n(&turned_[at * channels()], channels(), to);
+    else
+      std::fill_n(to, channels(), kWhite);
+  }
+
+  // A pixel as the page has it.
+  void take(const uint8_t* drawn, uint8_t* to) const {
+    if (channels() == 1)
+      *to = luminance(drawn[0], drawn[1], drawn[2]);
+    else
+      std::copy_n(drawn, kDrawn, to);
   }
 
   Step fail(std::string& error) {

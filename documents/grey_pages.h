@@ -54,7 +54,10 @@ class GreyPages {
   // The next row of the page: 0 is no ink, 255 full ink. False with one line in `error`.
   // Damage can show at the last row only: who must not print a part of a page keeps its
   // rows until the last one has come.
-  // REQUIRES: as many calls a page as it has rows, and a row as wide as the page.
+  // With PageWish::colour each dot has three such levels: how much red, green and blue light
+  // it takes away.
+  // REQUIRES: as many calls a page as it has rows, and a row of as many levels as the page
+  // is wide, times three with colour.
   virtual bool nextRow(std::span<uint8_t> row, std::string& error) = 0;
 };
 

@@ -50,7 +50,11 @@ struct PageWish {
   std::optional<Turn> turn;  // asked for; kNone then means upright whatever happens
   bool landscape = false;    // a quarter to the left, unless `turn` says otherwise
   bool mirror = false;
+  bool colour = false;  // rows of red, green and blue instead of grey
 };
+
+// Bytes of a dot in a row.
+inline uint32_t channelsOf(const PageWish& wish) { return wish.colour ? 3 : 1; }
 
 inline constexpr uint32_t kMostPercent = 1000;
 

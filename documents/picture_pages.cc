@@ -14,7 +14,7 @@ namespace {
 class PicturePages : public PlacedPages {
  public:
   PicturePages(FileKind kind, const Paper& paper, const PageWish& wish)
-      : PlacedPages(wish.mirror), kind_(kind), paper_(paper), wish_(wish) {}
+      : PlacedPages(wish), kind_(kind), paper_(paper), wish_(wish) {}
 
   bool start(int descriptor, const World& world, std::string& error) {
     ChildCommand command;
@@ -41,8 +41,8 @@ class PicturePages : public PlacedPages {
   }
 
  protected:
-  bool readRow(std::span<uint8_t> grey, std::string& error) override {
-    if (!reader_.read(grey)) {
+  bool readRow(std::span<uint8_t> levels, std::string& error) override {
+    if (!reader_.read(levels)) {
       (void)fail(error);
       return false;
     }

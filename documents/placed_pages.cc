@@ -21,11 +21,15 @@ bool PlacedPages::nextRow(std::span<uint8_t> row, std::string& error) {
   if (y_++ < top || unread_ == 0) return true;
   --unread_;
   const auto left = static_cast<size_t>(std::max<int64_t>(placing_.x, 0));
-  const std::span<uint8_t> part = row.subspan(left, placing_.visibleWidth());
+  const std::span<uint8_t> part =
+      row.subspan(left * channels_, size_t{placing_.visibleWidth()} * channels_);
   if (!readRow(part, error)) return false;
   std::transform(part.begin(), part.end(), part.begin(),
                  [](uint8_t level) { return static_cast<uint8_t>(255 - level); });
-  if (mirror_) std::reverse(row.begin(), row.end());
+  if (!mirror_) return true;
+  std::reverse(row.begin(), row.end());
+  for (size_t at = 0; channels_ > 1 && at + channels_ <= row.size(); at += channels_)
+    std::reverse(&row[at], &row[at] + channels_);
   return true;
 }
 

@@ -67,12 +67,12 @@ std::string requestText(const Paper& paper, const PageWish& wish) {
                  static_cast<uint64_t>(wish.scaling), wish.fitToPage ? 1U : 0U,
                  wish.percent.value_or(0), millionths(ppi.x), millionths(ppi.y),
                  static_cast<uint64_t>(wish.across), static_cast<uint64_t>(wish.along), turn,
-                 wish.landscape ? 1U : 0U});
+                 wish.landscape ? 1U : 0U, wish.colour ? 1U : 0U});
 }
 
 bool readRequest(const std::string& text, Paper& paper, PageWish& wish) {
   const std::vector<uint64_t> numbers = split(text);
-  constexpr size_t kNumbers = 18;
+  constexpr size_t kNumbers = 19;
   if (numbers.size() != kNumbers) return false;
   size_t at = 0;
   for (uint32_t* field : {&paper.dpiX, &paper.dpiY, &paper.width, &paper.height, &paper.left,
@@ -89,7 +89,8 @@ bool readRequest(const std::string& text, Paper& paper, PageWish& wish) {
   const auto across = choice(numbers[at++], Position::kEnd);
   const auto along = choice(numbers[at++], Position::kEnd);
   const uint64_t turn = numbers[at++];
-  wish.landscape = numbers[at] != 0;
+  wish.landscape = numbers[at++] != 0;
+  wish.colour = numbers[at] != 0;
   constexpr auto kTurns = static_cast<uint64_t>(Turn::kRight) + 1;
   if (!scaling || !across || !along || turn > kTurns || percent > kMostPercent || !isSane(paper))
     return false;

@@ -4,9 +4,10 @@
 //   drav-picture-reader REQUEST <picture
 //
 // The program writes one line of facts, then the rows of the picture's visible part: as
-// many bytes a row and as many rows as placePicture() tells of these facts, 0 black to 255
-// white. Both sides compute the placing, so nothing that a decoder says can move more bytes
-// than the page has. Exit status 0, or 1 with a line "refused: ..." on standard error.
+// many dots a row and as many rows as placePicture() tells of these facts, 0 black to 255
+// white, a byte a dot or with PageWish::colour three. Both sides compute the placing, so nothing
+// that a decoder says can move more bytes than the page has. Exit status 0, or 1 with a line
+// "refused: ..." on standard error.
 #ifndef DOCUMENTS_READER_PROTOCOL_H_
 #define DOCUMENTS_READER_PROTOCOL_H_
 

@@ -14,6 +14,7 @@ BUILD_PACKAGES=(
   "libhwy-dev|vector code for all processors"
   "libcli11-dev|command line of the drav tool"
   "libpng-dev|pictures of the drav tool"
+  "zlib1g-dev|packs the pictures in PDF files of the drav tool"
   "nlohmann-json3-dev|JSON reports of the drav tool"
   "libarchive-dev|support bundles of drav doctor"
   "libjpeg-dev|JPEG pictures that the drav tool reads"

@@ -53,7 +53,7 @@ void run(const char* program, const Paper& paper, const PageWish& wish) {
   writeAll(line);
   const Placing placing = placePicture(facts, paper, wish);
   if (placing.visibleWidth() != 0 && placing.visibleHeight() != 0)
-    picture.writeRows(placing, STDOUT_FILENO);
+    picture.writeRows(placing, wish.colour, STDOUT_FILENO);
 }
 
 int refuse(const char* why) {

@@ -12,6 +12,7 @@
 // After the header that it needs.
 #include <vips/vector.h>
 
+#include "documents/luminance.h"
 #include "documents/reader/file_facts.h"
 
 namespace documents {
@@ -194,9 +195,45 @@ VImage onWhite(const VImage& image) {
       .cast(format);
 }
 
+// Of a region of 8 bits a band. VIPS_REGION_ADDR is this with mixed signs.
+uint8_t* rowOf(const VipsRegion& region, int x, int y) {
+  return region.data + std::ptrdiff_t{y - region.valid.top} * region.bpl +
+         std::ptrdiff_t{x - region.valid.left} * region.im->Bands;
+}
+
+// What libvips calls for a part of a picture of grey.
+int makeGrey(VipsRegion* out, void* sequence, void* /*image*/, void* /*unused*/,
+             gboolean* /*stop*/) {
+  auto* colours = static_cast<VipsRegion*>(sequence);
+  const VipsRect& area = out->valid;
+  if (vips_region_prepare(colours, &area) != 0) return -1;
+  const auto width = static_cast<size_t>(area.width);
+  for (int y = area.top; y < area.top + area.height; ++y)
+    luminanceRow(rowOf(*colours, area.left, y), static_cast<size_t>(colours->im->Bands), width,
+                 rowOf(*out, area.left, y));
+  return 0;
+}
+
+// Of 8 bits. In one step: through libvips' colour spaces it takes longer than all the rest.
+VImage luminance8(const VImage& image) {
+  VipsImage* colours = image.get_image();
+  VipsImage* grey = vips_image_new();
+  const VImage owned(grey);
+  g_object_ref(colours);
+  vips_object_local(grey, colours);  // goes with it
+  if (vips_image_pipelinev(grey, VIPS_DEMAND_STYLE_THINSTRIP, colours, nullptr) != 0)
+    throw vips::VError();
+  grey->Bands = 1;
+  grey->Type = VIPS_INTERPRETATION_B_W;
+  if (vips_image_generate(grey, vips_start_one, makeGrey, vips_stop_one, colours, nullptr) != 0)
+    throw vips::VError();
+  return owned;
+}
+
 // Luminance, of linear light. libvips' own way weighs the colours 0.2, 0.7 and 0.1; with
 // three bands that are luminance already it only encodes.
 VImage luminance(const VImage& image) {
+  if (!isWide(image)) return luminance8(image);
   constexpr std::array kWeights = {0.2126, 0.7152, 0.0722};  // of sRGB's primaries
   std::vector<double> rows;
   for (size_t row = 0; row < kWeights.size(); ++row)
@@ -205,16 +242,23 @@ VImage luminance(const VImage& image) {
   return image.colourspace(VIPS_INTERPRETATION_scRGB)
       .recomb(matrix)
       .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_scRGB))
-      .colourspace(isWide(image) ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_B_W);
+      .colourspace(VIPS_INTERPRETATION_GREY16);
 }
 
-// One band of 8 bits.
-VImage toGrey(const VImage& source) {
+// 8 bits a band: one of grey, or red, green and blue.
+VImage toLevels(const VImage& source, bool colour) {
   if (source.format() != VIPS_FORMAT_UCHAR && source.format() != VIPS_FORMAT_USHORT)
     throw Refusal("has pixels of an unusual kind; save it with 8 or 16 bits a colour");
   VImage image = onWhite(toSrgb(source));
-  if (image.bands() >= 3) image = luminance(image);
-  if (image.bands() > 1) image = image.extract_band(0);
+  if (colour) {
+    const bool isGrey = image.bands() < 3;
+    const VImage first = image.extract_band(0);
+    image = isGrey ? first.bandjoin(first).bandjoin(first)
+                   : image.extract_band(0, VImage::option()->set("n", 3));
+  } else {
+    if (image.bands() >= 3) image = luminance(image);
+    if (image.bands() > 1) image = image.extract_band(0);
+  }
   if (isWide(image)) image = image.linear(1 / k16BitsPer8, 0).rint().cast(VIPS_FORMAT_UCHAR);
   return image;
 }
@@ -294,8 +338,8 @@ class Picture::Implementation {
 
   const PictureFacts& facts() const { return facts_; }
 
-  void writeRows(const Placing& placing, int descriptor) {
-    VImage image = kind_ == FileKind::kSvg ? drawn(placing) : upright(placing);
+  void writeRows(const Placing& placing, bool colour, int descriptor) {
+    VImage image = kind_ == FileKind::kSvg ? drawn(placing, colour) : upright(placing, colour);
     const auto width = static_cast<int>(placing.width);
     const auto height = static_cast<int>(placing.height);
     const bool isFarSmaller =
@@ -340,22 +384,22 @@ class Picture::Implementation {
     return image;
   }
 
-  // The pixels as grey, turned as the camera and the job say.
-  VImage upright(const Placing& placing) const {
-    VImage grey = toGrey(ofFullRange(image_));
-    if (orientation_ == 1 && placing.turn == Turn::kNone) return grey;
-    grey = grey.copy_memory();  // turning goes back and forth
-    grey.set(VIPS_META_ORIENTATION, orientation_);
-    return turned(grey.autorot(), placing.turn);
+  // The pixels' levels, turned as the camera and the job say.
+  VImage upright(const Placing& placing, bool colour) const {
+    VImage levels = toLevels(ofFullRange(image_), colour);
+    if (orientation_ == 1 && placing.turn == Turn::kNone) return levels;
+    levels = levels.copy_memory();  // turning goes back and forth
+    levels.set(VIPS_META_ORIENTATION, orientation_);
+    return turned(levels.autorot(), placing.turn);
   }
 
   // SVG is drawn anew at the size that is wanted.
-  VImage drawn(const Placing& placing) const {
+  VImage drawn(const Placing& placing, bool colour) const {
     const bool isSideways = placing.turn == Turn::kLeft || placing.turn == Turn::kRight;
     const double width = isSideways ? placing.height : placing.width;
     const VImage image = placing.isExact ? image_ : load(svgScale_ * width / facts_.width);
-    const VImage grey = toGrey(image);
-    return placing.turn == Turn::kNone ? grey : turned(grey.copy_memory(), placing.turn);
+    const VImage levels = toLevels(image, colour);
+    return placing.turn == Turn::kNone ? levels : turned(levels.copy_memory(), placing.turn);
   }
 
   const FileKind kind_;
@@ -379,9 +423,9 @@ Picture::~Picture() = default;
 
 const PictureFacts& Picture::facts() const { return implementation_->facts(); }
 
-void Picture::writeRows(const Placing& placing, int descriptor) {
+void Picture::writeRows(const Placing& placing, bool colour, int descriptor) {
   try {
-    implementation_->writeRows(placing, descriptor);
+    implementation_->writeRows(placing, colour, descriptor);
   } catch (const vips::VError& error) {
     implementation_->refuseWith(error);
   }

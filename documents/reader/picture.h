@@ -36,8 +36,9 @@ class Picture {
 
   const PictureFacts& facts() const;
 
-  // Writes the rows of the visible part to a descriptor, one byte a dot, 255 white.
-  void writeRows(const Placing& placing, int descriptor);
+  // Writes the rows of the visible part to a descriptor, 255 white: one byte a dot, or three
+  // for red, green and blue.
+  void writeRows(const Placing& placing, bool colour, int descriptor);
 
  private:
   class Implementation;

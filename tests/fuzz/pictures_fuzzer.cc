@@ -39,6 +39,7 @@ documents::Paper drawPaper(uint8_t choice) {
 documents::PageWish drawWish(uint8_t choice) {
   documents::PageWish wish;
   wish.scaling = static_cast<documents::PrintScaling>(choice % 5);
+  wish.colour = (choice & 16U) != 0;
   if ((choice & 32U) != 0) wish.turn = static_cast<documents::Turn>(choice >> 6U);
   return wish;
 }
@@ -69,10 +70,11 @@ void checkPicture(FileKind kind, std::span<const uint8_t> file, const documents:
   PictureFacts facts;
   require(documents::readFacts(documents::factsLine(picture.facts()), facts), "facts");
   const Placing placing = documents::placePicture(facts, paper, wish);
-  const uint64_t bytes = uint64_t{placing.visibleWidth()} * placing.visibleHeight();
+  const uint64_t bytes =
+      uint64_t{placing.visibleWidth()} * placing.visibleHeight() * documents::channelsOf(wish);
   if (bytes == 0) return;
   const int descriptor = emptyFile();
-  picture.writeRows(placing, descriptor);
+  picture.writeRows(placing, wish.colour, descriptor);
   require(static_cast<uint64_t>(lseek(descriptor, 0, SEEK_END)) == bytes, "all rows");
 }
 

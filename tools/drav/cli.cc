@@ -12,6 +12,7 @@
 #include "tools/drav/doctor/doctor_command.h"
 #include "tools/drav/inspect/inspect_command.h"
 #include "tools/drav/io/nearest_word.h"
+#include "tools/drav/prepare/prepare_command.h"
 #include "tools/drav/proof/proof_command.h"
 #include "tools/drav/render/render_command.h"
 #include "tools/drav/sheet/sheet_command.h"
@@ -40,14 +41,15 @@ int runParsed(int argc, const char* const* argv) {
       "Examples:\n"
       "  drav proof drawing.pdf\n"
       "  drav sheet drawing.pdf\n"
+      "  drav prepare photo.jpg --clean --width 120 -O stencil.pdf\n"
       "  drav inspect job.bin\n"
       "  drav render job.bin job.png\n"
       "  sudo drav doctor\n\n"
       "Exit status: 0 done, 1 findings, 2 bad input, failure or wrong usage.\n");
   // One line a command; help lists them in this order.
   const std::vector<Command> commands = {
-      addProof(app),  addSheet(app),  addTestPage(app),   addInspect(app),
-      addRender(app), addDoctor(app), addCompletion(app),
+      addProof(app),   addSheet(app),  addPrepare(app), addTestPage(app),
+      addInspect(app), addRender(app), addDoctor(app),  addCompletion(app),
   };
 
   try {

@@ -41,9 +41,9 @@ TEST(ReaderProtocol, ARequestArrivesAsItWasMeant) {
 
   wish = {};
   got = {};
-  wish.fitToPage = wish.landscape = true;
+  wish.fitToPage = wish.landscape = wish.colour = true;
   ASSERT_TRUE(readRequest(requestText(somePaper(), wish), paper, got));
-  EXPECT_TRUE(got.fitToPage && got.landscape);
+  EXPECT_TRUE(got.fitToPage && got.landscape && got.colour);
   EXPECT_FALSE(got.turn || got.percent || got.ppi);
 }
 
