@@ -108,7 +108,7 @@ drav_install_guides(${CMAKE_INSTALL_DOCDIR} host)
 drav_install_folders(pictures ${DRAV_FILTER_DIR} ${CMAKE_INSTALL_LIBEXECDIR}/drav)
 install(TARGETS picturetodrav RUNTIME DESTINATION ${DRAV_FILTER_DIR} COMPONENT pictures
         PERMISSIONS ${program_permissions})
-install(TARGETS drav-picture-reader RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/drav
+install(TARGETS drav-picture-reader drav-text-reader RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/drav
         COMPONENT pictures PERMISSIONS ${program_permissions})
 # The rules by which the scheduler calls the filter: it reads them when it starts, and
 # passes over those whose program is missing. The system of macOS is sealed.

@@ -45,8 +45,7 @@ constexpr PrinterModel kModels[] = {
      "X72MMY200MM", kPapers80},
     {"dravr803", "Receipt 80 mm 300 dpi", 4, 300, 202.92, "FloydSteinberg", "1", false,
      "X72MMY200MM", kPapers80},
-    {"dravsa43", "Stencil A4 300 dpi", 1, 300, 575.4, "Tattoo", "0", true, "A4",
-     kStencilPapers},
+    {"dravsa43", "Stencil A4 300 dpi", 1, 300, 575.4, "Tattoo", "0", true, "A4", kStencilPapers},
 };
 
 constexpr auto kHalftoneNames =

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Pictures of every kind through the scheduler and the picture filter, on all models.
+"""Pictures of every kind through the scheduler and the picture filter, on all models; text
+and PDF pages on rolls.
 
 What must be printed is computed by Pillow's levels, the placing in exact fractions of
 tests/documents, and the plain model of the printer's stream.
@@ -19,6 +20,8 @@ from PIL import Image  # noqa: E402
 
 import cups_case  # noqa: E402
 import cups_raster  # noqa: E402
+import documents  # noqa: E402
+import escpos_stream  # noqa: E402
 import expected  # noqa: E402
 import ipp  # noqa: E402
 import picture_files  # noqa: E402
@@ -147,7 +150,8 @@ class PicturesTest(CupsCase):
     @classmethod
     def prepare(cls) -> None:
         cls.cups.install_pictures(cups_case.variable("DRAV_PICTURE_FILTER"),
-                                  cups_case.variable("DRAV_PICTURE_READER"))
+                                  cups_case.variable("DRAV_PICTURE_READER"),
+                                  cups_case.variable("DRAV_TEXT_READER"))
 
     def model_queue(self, model: Model) -> Queue:
         driver = DriverFile.load(PPDS / f"{model.name}.ppd")
@@ -201,6 +205,79 @@ class PicturesTest(CupsCase):
                 self.assertEqual(state, ipp.COMPLETED, name)
                 self.assertIn(str(number), started)
                 self.assert_same(got.data, want[id(options)])
+
+    # ---- Text and PDF --------------------------------------------------------------
+
+    def printed(self, queue: Queue, jobs: list[tuple[pathlib.Path, cups_case.Options]],
+                program: str) -> list[list[list[bytes]]]:
+        """The rows of each page of each job; `program` must have made them."""
+        numbers = [self.submit(queue, path, options) for path, options in jobs]
+        received = queue.printer.wait_jobs(len(jobs))
+        for number in numbers:
+            self.assertEqual(self.cups.wait_job(number), ipp.COMPLETED, self.lines(number))
+            self.assertIn(f"/{program} (PID", "\n".join(self.cups.job_log(number)))
+        return [escpos_stream.page_rows(escpos_stream.decode(bytes(one.data)))
+                for one in received]
+
+    def assert_marked(self, rows: list[bytes], dpi: int, size: tuple[float, float],
+                      at: tuple[float, float] = (0, 0)) -> None:
+        """A page of documents.marked_pdf at its true size, upright, with its corner at `at` mm."""
+        def dots(millimetres: float) -> int:
+            return round(millimetres / 25.4 * dpi)
+        self.assertLessEqual(abs(len(rows) - dots(size[1])), 1)
+        side, x, y = documents.SQUARE_MM, *at
+        for inside in range(dots(y + side) + 2, dots(y + 2 * side) - 2):
+            bits = f"{int.from_bytes(rows[inside], 'big'):0{8 * len(rows[inside])}b}"
+            self.assertNotIn("1", bits[:dots(x + side) - 2])
+            self.assertNotIn("0", bits[dots(x + side) + 2:dots(x + 2 * side) - 2])
+            self.assertNotIn("1", bits[dots(x + 2 * side) + 2:dots(x + 12) - 2])
+        for outside in (*range(dots(y + side) - 2), *range(dots(y + 2 * side) + 2,
+                                                           dots(y + 2 * side + 0.5))):
+            self.assertNotIn("1", f"{int.from_bytes(rows[outside], 'big'):b}")
+
+    def test_pdf_pages_are_upright_and_of_their_size(self) -> None:
+        plain = {"HalftoneType": "None"}
+        sizes = ((72, 60), (72, 350), (72, 200), (40, 30))
+        jobs = [(documents.marked_pdf(self.folder / f"{width}x{length}.pdf", width, length, 5),
+                 {**plain, "position": "left"}) for width, length in sizes]
+        custom = {**plain, "PageSize": "Custom.72x60mm"}
+        jobs.append((jobs[0][0], custom))
+        pages = self.printed(self.model_queue(MODELS[1]), jobs, "picturetodrav")
+        for size, (page,) in zip((*sizes, sizes[0]), pages, strict=True):
+            with self.subTest(size=size):
+                self.assert_marked(page, 203, size)
+
+        # Sheets, and rolls without the filter for pictures, have CUPS's own converters.
+        sheets = self.printed(self.model_queue(MODELS[3]), [
+            (documents.marked_pdf(self.folder / "a4.pdf", 210, 297, 5), plain),
+            (documents.marked_pdf(self.folder / "wide.pdf", 203, 100, 5),
+             {**plain, "PageSize": "Custom.203x100mm"})], "gstoraster")
+        for size, (page,) in zip(((210, 297), (203, 100)), sheets, strict=True):
+            with self.subTest(size=size):
+                self.assert_marked(page, 300, size)
+        old = DriverFile.load(PPDS / "dravr802.ppd").with_filter()
+        (page,), = self.printed(self.queue(old), [(jobs[0][0], custom)], "gstoraster")
+        self.assert_marked(page, 203, (72, 60))
+
+    def test_text(self) -> None:
+        """48 columns on 80 mm, in one line; 12 lines take 60 mm at most."""
+        files = {"one": "W" * 48, "two": "W" * 49, "receipt": "Bread        2.40\n" * 12,
+                 "pages": "first\fsecond\tpage\n"}
+        paths = []
+        for name, text in files.items():
+            paths.append(self.folder / f"{name}.txt")
+            paths[-1].write_text(text)
+        one, two, receipt, pages = self.printed(
+            self.model_queue(MODELS[1]),
+            [(path, {"HalftoneType": "None", "TrimPaper": "End"}) for path in paths],
+            "picturetodrav")
+        line = 203 * 3.5 / 25.4
+        self.assertLess(len(one[0]), line)
+        self.assertGreater(len(two[0]), len(one[0]))
+        self.assertLess(len(two[0]), 2 * line)
+        self.assertLessEqual(len(receipt[0]), 60 / 25.4 * 203)
+        self.assertGreater(len(receipt[0]), 11 * 2.5 / 25.4 * 203)
+        self.assertEqual(len(pages), 2)
 
 
 if __name__ == "__main__":

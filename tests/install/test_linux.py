@@ -30,6 +30,7 @@ def expected_files() -> dict[str, int]:
         f"{data}/mime/drav.convs": 0o644,
         f"{prefix}/bin/drav": 0o755,
         f"{prefix}/libexec/drav/drav-picture-reader": 0o755,
+        f"{prefix}/libexec/drav/drav-text-reader": 0o755,
         f"{prefix}/share/man/man1/drav.1": 0o644,
         f"{prefix}/share/man/man8/rastertodrav.8": 0o644,
         f"{prefix}/share/man/man8/picturetodrav.8": 0o644,
@@ -93,7 +94,8 @@ class InstallTest(StagedTest):
         self.install("--component", "pictures")
         self.assertEqual(set(staged.files(self.stage)), {
             f"{ARGUMENTS.cups_filters}/picturetodrav", f"{ARGUMENTS.cups_data}/mime/drav.convs",
-            f"{ARGUMENTS.prefix}/libexec/drav/drav-picture-reader"})
+            *(f"{ARGUMENTS.prefix}/libexec/drav/drav-{kind}-reader"
+              for kind in ("picture", "text"))})
 
     def test_links_of_the_guides_stay_in_their_folder(self):
         """As they are installed, and as the Debian package has them."""

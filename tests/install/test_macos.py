@@ -54,6 +54,7 @@ class MacLayoutTest(unittest.TestCase):
             FILTER.replace("raster", "picture"): 0o755,
             "/usr/local/bin/drav": 0o755,
             "/usr/local/libexec/drav/drav-picture-reader": 0o755,
+            "/usr/local/libexec/drav/drav-text-reader": 0o755,
             "/usr/local/share/man/man1/drav.1": 0o644,
             "/usr/local/share/man/man8/rastertodrav.8": 0o644,
             "/usr/local/share/man/man8/picturetodrav.8": 0o644,

@@ -24,6 +24,7 @@ DRIVER, PICTURES, TOOLS = "printer-driver-drav", "drav-pictures", "drav-tools"
 FILTER = "/usr/lib/cups/filter/rastertodrav"
 PICTURE_FILTER = "/usr/lib/cups/filter/picturetodrav"
 PICTURE_READER = "/usr/libexec/drav/drav-picture-reader"
+TEXT_READER = "/usr/libexec/drav/drav-text-reader"
 RULES = "/usr/share/cups/mime/drav.convs"
 UPDATER = "/usr/share/cups/ppd-updaters/printer-driver-drav.ppd-updater"
 CLEAN = "/usr/libexec/drav/drav-clean"
@@ -95,12 +96,12 @@ class Check:
         for name in added & set(listed):
             status = self.root.path(name).lstat()
             mode = stat.S_IMODE(status.st_mode)
-            program = (name in (FILTER, PICTURE_FILTER, PICTURE_READER, CLEAN, "/usr/bin/drav")
+            program = (name in (FILTER, PICTURE_FILTER, PICTURE_READER, TEXT_READER, CLEAN, "/usr/bin/drav")
                        or stat.S_ISDIR(status.st_mode))
             need((status.st_uid, status.st_gid) == (0, 0), f"{name} is not root's")
             need(mode == (0o755 if program else 0o644), f"{name} has the mode {mode:o}")
             seen += 1
-        need({FILTER, PICTURE_FILTER, PICTURE_READER, "/usr/bin/drav"} <= added,
+        need({FILTER, PICTURE_FILTER, PICTURE_READER, TEXT_READER, "/usr/bin/drav"} <= added,
              "a program is missing")
         self.with_clean = CLEAN in added
         for folder in pathlib.PurePosixPath(FILTER).parents:  # as the scheduler wants them
@@ -110,9 +111,10 @@ class Check:
         return f"{seen} files and folders, root's, 755 and 644"
 
     def programs_start(self) -> str:
-        missing = self.root.run("ldd", FILTER, PICTURE_FILTER, PICTURE_READER, "/usr/bin/drav")
+        missing = self.root.run("ldd", FILTER, PICTURE_FILTER, PICTURE_READER, TEXT_READER,
+                                "/usr/bin/drav")
         need("not found" not in missing, missing)
-        without = self.root.run("ldd", FILTER, PICTURE_FILTER, "/usr/bin/drav")
+        without = self.root.run("ldd", FILTER, PICTURE_FILTER, TEXT_READER, "/usr/bin/drav")
         need("libvips" not in without, "libvips is in a program that reads no picture")
         version = self.root.run("drav", "--version").strip()
         need(self.root.try_run(FILTER).returncode == 1, "the filter does not start")
