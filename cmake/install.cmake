@@ -16,6 +16,11 @@ else()
     drav_install_folders(driver ${DRAV_DRIVER_PARTS_DIR})
     install(FILES ${DRAV_DRIVER_PARTS} DESTINATION ${DRAV_DRIVER_PARTS_DIR} COMPONENT driver)
   endif()
+  # With the driver: a scheduler that does not know a kind of file may send it to the
+  # printer as it is.
+  drav_install_folders(driver ${DRAV_CUPS_DATADIR}/mime)
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/mime/drav.types
+          DESTINATION ${DRAV_CUPS_DATADIR}/mime COMPONENT driver)
 endif()
 
 # The scheduler refuses a filter that group or others can write to.
@@ -91,7 +96,7 @@ endfunction()
 
 drav_install_folders(host ${CMAKE_INSTALL_MANDIR}/man1 ${CMAKE_INSTALL_MANDIR}/man8
                      ${CMAKE_INSTALL_DOCDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/man/rastertodrav.8
+install(FILES ${PROJECT_SOURCE_DIR}/man/rastertodrav.8 ${PROJECT_SOURCE_DIR}/man/picturetodrav.8
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT host)
 install(FILES ${PROJECT_SOURCE_DIR}/man/drav.1
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
@@ -103,8 +108,15 @@ drav_install_guides(${CMAKE_INSTALL_DOCDIR} host)
 drav_install_folders(pictures ${DRAV_FILTER_DIR} ${CMAKE_INSTALL_LIBEXECDIR}/drav)
 install(TARGETS picturetodrav RUNTIME DESTINATION ${DRAV_FILTER_DIR} COMPONENT pictures
         PERMISSIONS ${program_permissions})
-install(TARGETS drav-picture-reader RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/drav
+install(TARGETS drav-picture-reader drav-text-reader RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/drav
         COMPONENT pictures PERMISSIONS ${program_permissions})
+# The rules by which the scheduler calls the filter: it reads them when it starts, and
+# passes over those whose program is missing. The system of macOS is sealed.
+if(DRAV_LAYOUT STREQUAL "linux")
+  drav_install_folders(pictures ${DRAV_CUPS_DATADIR}/mime)
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/mime/drav.convs
+          DESTINATION ${DRAV_CUPS_DATADIR}/mime COMPONENT pictures)
+endif()
 
 if(TARGET drav-clean)
   drav_install_folders(driver ${CMAKE_INSTALL_LIBEXECDIR}/drav)

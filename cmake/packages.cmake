@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-# `cpack` makes two Debian packages from any build: printer-driver-drav and
-# drav-tools. What Debian lays out differently from `cmake --install` is in the
-# components driver_debian and tools_debian, which nothing else installs.
+# `cpack` makes three Debian packages from any build: printer-driver-drav, drav-pictures
+# and drav-tools. What Debian lays out differently from `cmake --install` is in the
+# components driver_debian, pictures_debian and tools_debian, which nothing else installs.
 find_program(DRAV_DPKG_DEB dpkg-deb)
 find_program(DRAV_GZIP gzip)
 mark_as_advanced(DRAV_DPKG_DEB DRAV_GZIP)
@@ -11,7 +11,7 @@ endif()
 set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(made ${PROJECT_BINARY_DIR}/debian)
 
-# The changelog's first entry has the version and the date of both packages.
+# The changelog's first entry has the version and the date of all packages.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${debian}/changelog)
 file(STRINGS ${debian}/changelog entry REGEX "^drav \\(" LIMIT_COUNT 1)
 if(NOT entry MATCHES "^drav \\(([^)]+)-([0-9a-z.+~]+)\\)" OR
@@ -39,6 +39,7 @@ endfunction()
 drav_compress(${debian}/changelog changelog.Debian)
 drav_compress(${PROJECT_SOURCE_DIR}/CHANGES.md changelog)
 drav_compress(${PROJECT_SOURCE_DIR}/man/rastertodrav.8 rastertodrav.8)
+drav_compress(${PROJECT_SOURCE_DIR}/man/picturetodrav.8 picturetodrav.8)
 drav_compress(${PROJECT_SOURCE_DIR}/man/drav.1 drav.1)
 add_custom_target(drav_package_files ALL DEPENDS ${compressed})
 
@@ -73,6 +74,11 @@ if(TARGET drav-clean)
           DESTINATION lib/systemd/system COMPONENT driver_debian EXCLUDE_FROM_ALL)
 endif()
 
+drav_install_package_docs(drav-pictures pictures_debian)
+drav_install_folders(pictures_debian share/man/man8)
+install(FILES ${made}/picturetodrav.8.gz DESTINATION share/man/man8
+        COMPONENT pictures_debian EXCLUDE_FROM_ALL)
+
 drav_install_package_docs(drav-tools tools_debian)
 drav_install_folders(tools_debian share/man/man1)
 install(FILES ${made}/drav.1.gz DESTINATION share/man/man1
@@ -94,6 +100,8 @@ set(CPACK_DEBIAN_DRIVER_PACKAGE_NAME printer-driver-drav)
 set(CPACK_DEBIAN_DRIVER_PACKAGE_SECTION text)
 # cups makes the PPD files and brings the converters and ppd-updaters.
 set(CPACK_DEBIAN_DRIVER_PACKAGE_DEPENDS "cups, cups-filters")
+# Who prints PDF alone does without libvips and the hundred libraries behind it.
+set(CPACK_DEBIAN_DRIVER_PACKAGE_RECOMMENDS drav-pictures)
 set(CPACK_DEBIAN_DRIVER_PACKAGE_SUGGESTS drav-tools)
 if(TARGET drav-clean)
   set(CPACK_DEBIAN_DRIVER_PACKAGE_CONTROL_EXTRA
@@ -102,20 +110,29 @@ endif()
 file(READ ${debian}/printer-driver-drav.description description)
 string(STRIP "${description}" CPACK_DEBIAN_DRIVER_DESCRIPTION)
 
+set(CPACK_DEBIAN_PICTURES_PACKAGE_NAME drav-pictures)
+set(CPACK_DEBIAN_PICTURES_PACKAGE_SECTION text)
+# cups has the folders of the filter and of the rules. Ghostscript draws PDF pages.
+set(CPACK_DEBIAN_PICTURES_PACKAGE_DEPENDS "cups, ghostscript, fonts-dejavu-core")
+set(CPACK_DEBIAN_PICTURES_PACKAGE_RECOMMENDS printer-driver-drav)
+set(CPACK_DEBIAN_PICTURES_PACKAGE_CONTROL_EXTRA
+    "${debian}/pictures/postinst;${debian}/pictures/postrm")
+file(READ ${debian}/drav-pictures.description description)
+string(STRIP "${description}" CPACK_DEBIAN_PICTURES_DESCRIPTION)
+
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME drav-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION text)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "printer-driver-drav, poppler-utils")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "printer-driver-drav, drav-pictures, poppler-utils")
 file(READ ${debian}/drav-tools.description description)
 string(STRIP "${description}" CPACK_DEBIAN_TOOLS_DESCRIPTION)
 
 configure_file(${PROJECT_SOURCE_DIR}/cmake/packages_run.cmake.in ${made}/packages_run.cmake @ONLY)
 set(CPACK_PROJECT_CONFIG_FILE ${made}/packages_run.cmake)
-set(CPACK_COMPONENTS_ALL driver driver_debian tools tools_debian)
+set(CPACK_COMPONENTS_ALL driver driver_debian pictures pictures_debian tools tools_debian)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
 include(CPack)
-cpack_add_component_group(driver)
-cpack_add_component_group(tools)
-foreach(group driver tools)
+foreach(group driver pictures tools)
+  cpack_add_component_group(${group})
   cpack_add_component(${group} GROUP ${group})
   cpack_add_component(${group}_debian GROUP ${group})
 endforeach()

@@ -2,6 +2,9 @@
 #include "documents/buffered_child.h"
 
 #include <algorithm>
+#include <csignal>
+
+#include "documents/reader_protocol.h"
 
 namespace documents {
 
@@ -42,6 +45,27 @@ bool BufferedChild::skip(uint64_t count) {
     count -= step;
   }
   return true;
+}
+
+std::string readerFailure(BufferedChild& reader, const std::string& cannot) {
+  ChildProcess& process = reader.process();
+  if (!reader.hasEnded()) {
+    process.kill();
+    return cannot + ": its decoder does not keep to what it announced";
+  }
+  const bool endedWell = process.finish();
+  const std::string& messages = process.messages();
+  const size_t at = messages.rfind(kRefused);
+  if (process.end() == ChildEnd::kExited && process.code() == 1 && at != std::string::npos) {
+    const size_t text = at + kRefused.size();
+    return messages.substr(text, messages.find('\n', text) - text);
+  }
+  if (process.end() == ChildEnd::kSignalled) {
+    const bool overtime = process.code() == SIGXCPU || process.code() == SIGKILL;
+    return cannot + (overtime ? ": it took more than 60 s" : ": its decoder crashed");
+  }
+  return cannot + ": " +
+         (endedWell ? std::string("its decoder gave too little") : process.failure());
 }
 
 }  // namespace documents

@@ -45,6 +45,10 @@ class BufferedChild {
   bool hasEnded_ = false;
 };
 
+// Why drav-picture-reader or drav-text-reader failed: its own refusal, or `cannot` with a
+// reason. Ends it.
+std::string readerFailure(BufferedChild& reader, const std::string& cannot);
+
 }  // namespace documents
 
 #endif  // DOCUMENTS_BUFFERED_CHILD_H_

@@ -91,8 +91,17 @@ bool isTextByte(uint8_t byte) {
                       : "\t\n\f\r\b\x1B"sv.find(static_cast<char>(byte)) != std::string_view::npos;
 }
 
+// Text of the encodings with one byte a letter, which the older programs of tills write:
+// few letters but ASCII's, and no control characters.
+bool isSingleByteText(std::span<const uint8_t> bytes) {
+  const auto others =
+      std::count_if(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte >= 0x80; });
+  return 4 * static_cast<size_t>(others) <= bytes.size() &&
+         std::all_of(bytes.begin(), bytes.end(), isTextByte);
+}
+
 // A sequence that the end of `bytes` cuts is taken as good.
-bool isText(std::span<const uint8_t> bytes) {
+bool isUtf8Text(std::span<const uint8_t> bytes) {
   for (size_t at = 0; at < bytes.size();) {
     const size_t length = sequenceLength(bytes[at]);
     if (length == 0 || (length == 1 && !isTextByte(bytes[at]))) return false;
@@ -100,7 +109,7 @@ bool isText(std::span<const uint8_t> bytes) {
       if ((bytes[i] & 0xC0U) != 0x80) return false;
     at += length;
   }
-  return !bytes.empty();
+  return true;
 }
 
 struct Mark {
@@ -146,7 +155,7 @@ FileKind fileKind(std::span<const uint8_t> start) {
   if (isPortable(text)) return FileKind::kPortable;
   if (text.substr(0, kPdfMarkBytes).find("%PDF-"sv) != text.npos) return FileKind::kPdf;
   if (isSvg(text)) return FileKind::kSvg;
-  return isText(start) ? FileKind::kText : FileKind::kUnknown;
+  return isUtf8Text(start) || isSingleByteText(start) ? FileKind::kText : FileKind::kUnknown;
 }
 
 const char* kindName(FileKind kind) {

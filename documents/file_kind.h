@@ -24,7 +24,7 @@ enum class FileKind : uint8_t {
   kPdf,
   kPostScript,
   kRaster,  // CUPS or PWG raster
-  kText,    // UTF-8 or ASCII without control characters
+  kText,    // UTF-8, or one byte a letter, without control characters
   kJpegXl,  // from here on: known, to be refused by name
   kGzip,
   kZip,

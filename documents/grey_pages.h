@@ -6,10 +6,10 @@
 //     for (uint32_t y = 0; y < page.height; ++y)
 //       if (!pages->nextRow(row, error)) ...;  // row.size() == page.width
 //
-// Pictures are decoded by the program drav-picture-reader, PDF and PostScript drawn by
-// Ghostscript. Both are child processes with limits of memory and time, so a file that
-// makes one of them fail is a file that is refused. One page is worked on at a time, and
-// its rows are passed on as they come.
+// Pictures are decoded by the program drav-picture-reader, text is set by drav-text-reader,
+// PDF and PostScript are drawn by Ghostscript. All are child processes with limits of memory and
+// time, so a file that makes one of them fail is a file that is refused. One page is worked on at a
+// time, and its rows are passed on as they come.
 #ifndef DOCUMENTS_GREY_PAGES_H_
 #define DOCUMENTS_GREY_PAGES_H_
 
@@ -64,14 +64,16 @@ class GreyPages {
 // Where the programs are, and how to end a wait for them.
 struct World {
   std::string pictureReader;  // paths; empty for "not there"
+  std::string textReader;
   std::string ghostscript;
   std::function<bool()> stopRequested;  // asked every so often, from the caller's thread
 };
 
-// The programs of this machine. drav-picture-reader is looked for beside the running
-// program, in ../libexec/drav from there, in the folder that it was built to be installed
-// in, and in /usr/libexec/drav; gs in PATH. The environment variables DRAV_PICTURE_READER
-// and DRAV_GHOSTSCRIPT name others, or with an empty value none.
+// The programs of this machine. drav-picture-reader and drav-text-reader are looked for
+// beside the running program, in ../libexec/drav from there, in the folder that they were
+// built to be installed in, and in /usr/libexec/drav; gs in PATH. The environment variables
+// DRAV_PICTURE_READER, DRAV_TEXT_READER and DRAV_GHOSTSCRIPT name others, or with an empty
+// value none.
 World installedWorld();
 
 // Kind of the regular file; kUnknown when it cannot be read.

@@ -15,7 +15,8 @@ enum class NoteKind : uint8_t {
   kFirstFrame,         // of several
   kOnePixel,           // 1 x 1
   kResolutionIgnored,  // what the file states is out of range
-  kOptionIgnored,      // the job's option has a value that means nothing
+  kOptionIgnored,      // the job's option has a value that means nothing, or does nothing
+  kNotUtf8,            // text, read as Windows-1252
 };
 
 struct Note {

@@ -16,11 +16,13 @@
 #include "documents/grey_pages.h"
 #include "documents/picture_pages.h"
 #include "documents/reader_protocol.h"
+#include "documents/text_pages.h"
 
 namespace documents {
 namespace {
 
 constexpr const char* kReaderVariable = "DRAV_PICTURE_READER";
+constexpr const char* kTextReaderVariable = "DRAV_TEXT_READER";
 constexpr const char* kGhostscriptVariable = "DRAV_GHOSTSCRIPT";
 
 // Folder of the running program; empty where the system does not tell.
@@ -31,14 +33,14 @@ std::string programFolder() {
   return program.substr(0, program.rfind('/') == std::string::npos ? 0 : program.rfind('/'));
 }
 
-std::string findReader() {
-  if (const char* chosen = std::getenv(kReaderVariable)) return chosen;
+std::string findReader(std::string_view name, const char* variable) {
+  if (const char* chosen = std::getenv(variable)) return chosen;
   const std::string folder = programFolder();
   for (const std::string& place :
        {folder, folder + "/../libexec/drav", std::string(DRAV_LIBEXEC_DIR),
         std::string("/usr/libexec/drav")}) {
     std::string path = place;
-    path.append("/").append(kReaderName);
+    path.append("/").append(name);
     if (path.starts_with('/') && ::access(path.c_str(), X_OK) == 0) return path;
   }
   return "";
@@ -68,7 +70,7 @@ std::string refusal(FileKind kind) {
       return "is empty";
     case FileKind::kUnknown:
       return "is of a kind that is not known here; PNG, JPEG, WebP, TIFF, GIF, HEIC, AVIF, SVG, "
-             "BMP, portable maps, PDF and PostScript are";
+             "BMP, portable maps, PDF, PostScript and plain text are";
     case FileKind::kJpegXl:
       return "is " + name + ", which is not read here; save it as PNG or JPEG";
     case FileKind::kGzip:
@@ -107,7 +109,8 @@ bool copyAll(int from, int to, std::string& error) {
 
 World installedWorld() {
   World world;
-  world.pictureReader = findReader();
+  world.pictureReader = findReader(kReaderName, kReaderVariable);
+  world.textReader = findReader(kTextReaderName, kTextReaderVariable);
   world.ghostscript = findProgram("gs", kGhostscriptVariable);
   return world;
 }
@@ -137,6 +140,7 @@ std::unique_ptr<GreyPages> openGreyPages(int descriptor, const Paper& paper, con
   if (isPicture(kind)) return openPicturePages(descriptor, kind, paper, wish, world, error);
   if (kind == FileKind::kPdf || kind == FileKind::kPostScript)
     return openGhostscriptPages(descriptor, kind, paper, wish, world, error);
+  if (kind == FileKind::kText) return openTextPages(descriptor, start, paper, wish, world, error);
   error = refusal(kind);
   return nullptr;
 }

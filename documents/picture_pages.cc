@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "documents/picture_pages.h"
 
-#include <csignal>
 #include <utility>
 
 #include "documents/buffered_child.h"
@@ -62,25 +61,7 @@ class PicturePages : public PlacedPages {
 
   Step fail(std::string& error) {
     failed_ = true;
-    error = std::string("cannot be read as ") + kindName(kind_) + ": ";
-    ChildProcess& process = reader_.process();
-    if (!reader_.hasEnded()) {
-      process.kill();
-      error += "its decoder does not keep to what it announced";
-      return Step::failed;
-    }
-    const bool endedWell = process.finish();
-    const std::string& messages = process.messages();
-    const size_t at = messages.rfind(kRefused);
-    if (process.end() == ChildEnd::kExited && process.code() == 1 && at != std::string::npos) {
-      const size_t text = at + kRefused.size();
-      error = messages.substr(text, messages.find('\n', text) - text);
-    } else if (process.end() == ChildEnd::kSignalled) {
-      const bool overtime = process.code() == SIGXCPU || process.code() == SIGKILL;
-      error += overtime ? "it took more than 60 s" : "its decoder crashed";
-    } else {
-      error += endedWell ? std::string("its decoder gave too little") : process.failure();
-    }
+    error = readerFailure(reader_, std::string("cannot be read as ") + kindName(kind_));
     return Step::failed;
   }
 

@@ -72,11 +72,15 @@ Sizing sizing(const PageWish& wish) {
 
 struct Area {
   uint32_t left, top, width, height;
-
-  bool holds(const Size& size) const {
-    return wholeDots(size.width.dots()) <= width && wholeDots(size.height.dots()) <= height;
-  }
 };
+
+// Whether the area holds the true size, or would if it were a little larger: a head is not
+// as wide to the dot as its paper's name says.
+bool holds(const Area& area, const Size& size, const Paper& paper) {
+  const auto more = [](uint32_t dpi) { return kToleratedTenths * dpi / 254; };
+  return wholeDots(size.width.dots()) <= area.width + more(paper.dpiX) &&
+         wholeDots(size.height.dots()) <= area.height + more(paper.dpiY);
+}
 
 Area printable(const Paper& paper) {
   return {paper.left, paper.top, paper.width - paper.left - paper.right,
@@ -121,8 +125,8 @@ Factor filling(const Size& size, const Area& area, uint32_t percent, bool covers
   return {static_cast<double>(room) * percent, side.over * 100, side.under};
 }
 
-int64_t placeAt(uint32_t start, int64_t room, Position position) {
-  const std::array<int64_t, 3> offsets = {0, room / 2, room};
+int64_t placeAt(uint32_t start, int64_t room, Position position, bool isAtEdge) {
+  const std::array<int64_t, 3> offsets = {0, isAtEdge && room < 0 ? 0 : room / 2, room};
   return start + offsets.at(static_cast<size_t>(position));
 }
 
@@ -192,13 +196,13 @@ Placing placePicture(const PictureFacts& facts, const Paper& paper, const PageWi
   const Sizing wanted = sizing(wish);
   Area area = printable(paper);
   Placing placing;
-  const bool fitsUpright = area.holds(trueSize(facts, dpi, paper, Turn::kNone));
-  const bool fitsTurned = area.holds(trueSize(facts, dpi, paper, Turn::kLeft));
+  const bool fitsUpright = holds(area, trueSize(facts, dpi, paper, Turn::kNone), paper);
+  const bool fitsTurned = holds(area, trueSize(facts, dpi, paper, Turn::kLeft), paper);
   placing.turn = chooseTurn(wish, wanted.scaling, fitsUpright, fitsTurned);
   placing.isTurned = !wish.turn && !wish.landscape && placing.turn != Turn::kNone;
 
   const Size size = trueSize(facts, dpi, paper, placing.turn);
-  const PrintScaling scaling = resolved(wanted.scaling, area.holds(size), paper);
+  const PrintScaling scaling = resolved(wanted.scaling, holds(area, size, paper), paper);
   if (scaling == PrintScaling::kFill) area = {0, 0, paper.width, paper.height};
   Factor factor;
   if (scaling != PrintScaling::kNone)
@@ -219,9 +223,12 @@ Placing placePicture(const PictureFacts& facts, const Paper& paper, const PageWi
   if (paper.roll)
     placing.pageHeight =
         area.top + std::min(placing.height, area.height) + (paper.height - area.top - area.height);
-  placing.x = placeAt(area.left, int64_t{area.width} - placing.width, wish.across);
-  placing.y =
-      paper.roll ? area.top : placeAt(area.top, int64_t{area.height} - placing.height, wish.along);
+  // What is only tolerated begins at the edge.
+  const bool isTolerated = scaling == PrintScaling::kNone && wanted.scaling != PrintScaling::kNone;
+  placing.x = placeAt(area.left, int64_t{area.width} - placing.width, wish.across, isTolerated);
+  placing.y = paper.roll ? area.top
+                         : placeAt(area.top, int64_t{area.height} - placing.height, wish.along,
+                                   isTolerated);
   if (notes != nullptr) tell({facts, paper, wish, placing, size}, *notes);
   return placing;
 }

@@ -19,6 +19,10 @@ inline constexpr double kMostDpi = 2400;
 
 inline constexpr double kMillimetresPerInch = 25.4;
 
+// So many tenths of a millimetre a picture's true size may lie beyond the page and still count
+// as one that fits.
+inline constexpr uint32_t kToleratedTenths = 6;
+
 // A picture, or a page of a document, as its file tells: the right way up.
 struct PictureFacts {
   uint32_t width = 0;  // pixels, from 1

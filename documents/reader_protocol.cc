@@ -12,6 +12,7 @@ namespace {
 
 constexpr double kMillion = 1e6;
 constexpr std::string_view kFactsName = "picture";
+constexpr std::string_view kTextFactsName = "page";
 constexpr uint64_t kMostMillionths = uint64_t{1} << 53U;
 
 uint64_t millionths(double value) {
@@ -123,6 +124,23 @@ bool readFacts(const std::string& line, PictureFacts& facts) {
   facts.height = static_cast<uint32_t>(numbers[1]);
   facts.dpi = {fromMillionths(numbers[2]), fromMillionths(numbers[3])};
   facts.frames = static_cast<uint32_t>(numbers[4]);
+  return true;
+}
+
+std::string textFactsLine(const TextFacts& facts) {
+  return std::string(kTextFactsName) + " " + joined({facts.height, facts.isUtf8 ? 1U : 0U}) + "\n";
+}
+
+bool readTextFacts(const std::string& line, TextFacts& facts) {
+  const size_t start = kTextFactsName.size() + 1;
+  if (line.size() < start + 1 || !line.starts_with(kTextFactsName) || line.back() != '\n')
+    return false;
+  const std::vector<uint64_t> numbers =
+      split(std::string_view(line).substr(start, line.size() - start - 1));
+  if (numbers.size() != 2 || numbers[0] == 0 || numbers[0] > kMostHeight || numbers[1] > 1)
+    return false;
+  facts.height = static_cast<uint32_t>(numbers[0]);
+  facts.isUtf8 = numbers[1] == 1;
   return true;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Between this library and drav-picture-reader.
+// Between this library and drav-picture-reader and drav-text-reader.
 //
 //   drav-picture-reader REQUEST <picture
 //
@@ -20,6 +20,7 @@
 namespace documents {
 
 inline constexpr std::string_view kReaderName = "drav-picture-reader";
+inline constexpr std::string_view kTextReaderName = "drav-text-reader";
 inline constexpr std::string_view kRefused = "refused: ";
 inline constexpr uint64_t kMostPixels = 300'000'000;
 inline constexpr uint32_t kReaderSeconds = 60;
@@ -35,6 +36,18 @@ bool readRequest(const std::string& text, Paper& paper, PageWish& wish);
 std::string factsLine(const PictureFacts& facts);
 // False for a line, with its end, that is none or passes a limit.
 bool readFacts(const std::string& line, PictureFacts& facts);
+
+// drav-text-reader is called alike. For each page it writes a line with the number of its
+// rows, and the rows, as wide as the paper.
+struct TextFacts {
+  uint32_t height = 0;
+  bool isUtf8 = true;  // or it was read as Windows-1252
+};
+inline constexpr uint64_t kMostTextBytes = uint64_t{4} << 20U;
+
+std::string textFactsLine(const TextFacts& facts);
+// False for a line, with its end, that is none.
+bool readTextFacts(const std::string& line, TextFacts& facts);
 
 }  // namespace documents
 

@@ -39,14 +39,13 @@ constexpr const char* kStencilPapers[] = {"A4",
                                           "X210MMY3000MM"};
 
 constexpr PrinterModel kModels[] = {
-    {"dravr582", "Receipt 58 mm 203 dpi", 2, 203, 135.310302734375, "FloydSteinberg", "0", false,
+    {"dravr582", "Receipt 58 mm 203 dpi", 2, 203, 135.3103, "FloydSteinberg", "0", false,
      "X48MMY200MM", kPapers58},
-    {"dravr802", "Receipt 80 mm 203 dpi", 3, 203, 203.408905029297, "FloydSteinberg", "1", false,
+    {"dravr802", "Receipt 80 mm 203 dpi", 3, 203, 203.4089, "FloydSteinberg", "1", false,
      "X72MMY200MM", kPapers80},
-    {"dravr803", "Receipt 80 mm 300 dpi", 4, 300, 202.919998168945, "FloydSteinberg", "1", false,
+    {"dravr803", "Receipt 80 mm 300 dpi", 4, 300, 202.92, "FloydSteinberg", "1", false,
      "X72MMY200MM", kPapers80},
-    {"dravsa43", "Stencil A4 300 dpi", 1, 300, 575.400024414062, "Tattoo", "0", true, "A4",
-     kStencilPapers},
+    {"dravsa43", "Stencil A4 300 dpi", 1, 300, 575.4, "Tattoo", "0", true, "A4", kStencilPapers},
 };
 
 constexpr auto kHalftoneNames =

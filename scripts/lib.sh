@@ -21,8 +21,9 @@ BUILD_PACKAGES=(
   "libexif-dev|which way up the photos are that the drav tool reads"
   "libcairo2-dev|contact sheets and test pages of the drav tool"
   "libvips-dev|decodes pictures, in a program of its own"
-  "libseccomp-dev|keeps that program from network, files and other programs"
-  "pkg-config|tells the build where cairo, libexif, libvips and libseccomp are"
+  "libpango1.0-dev|sets text, in a program of its own"
+  "libseccomp-dev|keeps these programs from network, files and other programs"
+  "pkg-config|tells the build where cairo, libexif, libvips, pango and libseccomp are"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
@@ -50,6 +51,7 @@ TEST_PACKAGES=(
   "poppler-utils|draws PDFs where CUPS's converters are missing; reads PDFs back"
   "netpbm|reads large pictures in tests"
   "python3-pil|makes the pictures that tests read"
+  "fonts-dejavu-core|the font of text"
   "libheif-examples|makes HEIC and AVIF pictures"
   "strace|lists the system calls of a job"
   "binutils|readelf and objdump show how the programs were hardened"

@@ -4,8 +4,6 @@
 #include <cups/cups.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -15,6 +13,7 @@
 #include "common/log.h"
 #include "common/scope_guard.h"
 #include "documents/page_options.h"
+#include "filter/picture/page_choice.h"
 #include "filter/picture/picture_paper.h"
 #include "filter/print_job.h"
 #include "filter/usage.h"
@@ -52,41 +51,30 @@ class JobOptions {
     return wish;
   }
 
-  // What is asked for and cannot be done; null for nothing.
-  const char* refused() const {
-    const char* up = cupsGetOption("number-up", count_, options_);
-    if (up != nullptr && std::atoi(up) != 1) return "number-up: print the picture as a PDF";
-    const char* ranges = cupsGetOption("page-ranges", count_, options_);
-    if (ranges != nullptr && !holdsFirst(ranges)) return "page-ranges: it has page 1 alone";
-    return nullptr;
-  }
+  const char* refused() const { return unsupportedOption(count_, options_); }
+
+  PageChoice pages(const char* copies) const { return {count_, options_, copies}; }
 
  private:
-  // "1-3,7", where either end of a range may be missing.
-  static bool holdsFirst(const char* ranges) {
-    for (const char* at = ranges; *at != '\0'; at += *at == ',' ? 1 : 0) {
-      if (*at == '-' || std::strtol(at, nullptr, 10) == 1) return true;
-      while (*at != '\0' && *at != ',') ++at;
-    }
-    return false;
-  }
-
   cups_option_t* options_ = nullptr;
   int count_;
 };
 
-// The picture's page, with all its rows.
-class PicturePage {
+// A page with all its rows.
+class WholePage {
  public:
-  PicturePage(const FilterEnvironment& environment, const PicturePaper& paper)
+  WholePage(const FilterEnvironment& environment, const PicturePaper& paper)
       : environment_(environment), paper_(paper) {}
 
-  Outcome read(documents::GreyPages& pages) {
+  // The next page that the job wants.
+  Outcome read(documents::GreyPages& pages, const PageChoice& choice) {
     std::string error;
     GreyPage page;
-    const Step step = pages.nextPage(page, error);
-    if (step == Step::end) return Outcome::ended;
-    if (step == Step::failed) return fail(error);
+    do {
+      const Step step = pages.nextPage(page, error);
+      if (step == Step::end) return Outcome::ended;
+      if (step == Step::failed) return fail(error);
+    } while (!choice.has(++number_));
     logNotes(page.notes);
     header_ = picturePageHeader(paper_, page.height);
     const Outcome checked = checkPage(header_);
@@ -98,6 +86,8 @@ class PicturePage {
     }
     return Outcome::proceed;
   }
+
+  void startAgain() { number_ = 0; }
 
   Outcome print(PrintJob& job, int copies) {
     Outcome outcome = Outcome::proceed;
@@ -118,39 +108,63 @@ class PicturePage {
 
   const FilterEnvironment& environment_;
   const PicturePaper& paper_;
+  uint32_t number_ = 0;
   cups_page_header2_t header_ = {};
   std::vector<uint8_t> pixels_;
 };
 
+// The document as often as it is wanted from its beginning.
+class Document {
+ public:
+  Document(int file, const PicturePaper& paper, const documents::PageWish& wish,
+           const documents::World& world)
+      : file_(file), paper_(paper), wish_(wish), world_(world) {}
+
+  // Null after one error line.
+  std::unique_ptr<documents::GreyPages> open() const {
+    std::string error;
+    std::unique_ptr<documents::GreyPages> pages;
+    const documents::FileKind kind = documents::kindOfFile(file_);
+    // For sheets the scheduler has converters that know more of them.
+    if (!paper_.paper.roll &&
+        (kind == documents::FileKind::kPdf || kind == documents::FileKind::kPostScript))
+      error = std::string("is ") + documents::kindName(kind) + ", which is printed on rolls alone";
+    else
+      pages = documents::openGreyPages(file_, paper_.paper, wish_, world_, error);
+    if (!pages) dravLogCommon(kLogError, "The document %s!", error.c_str());
+    return pages;
+  }
+
+ private:
+  int file_;
+  const PicturePaper& paper_;
+  const documents::PageWish& wish_;
+  const documents::World& world_;
+};
+
 // Nothing goes out before the first page is there.
-int printPages(const Settings& settings, documents::GreyPages& pages, const PicturePaper& paper,
-               int copies, const FilterEnvironment& environment) {
-  PicturePage page(environment, paper);
-  Outcome outcome = page.read(pages);
+int printPages(const Settings& settings, const Document& document, const PicturePaper& paper,
+               const PageChoice& choice, const FilterEnvironment& environment) {
+  std::unique_ptr<documents::GreyPages> pages = document.open();
+  if (!pages) return EXIT_FAILURE;
+  WholePage page(environment, paper);
+  Outcome outcome = page.read(*pages, choice);
+  if (outcome == Outcome::ended)
+    dravLogCommon(kLogError, "The document has no page of those that were asked for!");
   if (outcome != Outcome::proceed) return EXIT_FAILURE;
   PrintJob job(settings, environment);
   job.start();
-  while (outcome == Outcome::proceed) {
-    outcome = page.print(job, copies);
-    if (outcome == Outcome::proceed) outcome = page.read(pages);
+  for (int round = 1; outcome == Outcome::proceed; ++round) {
+    while (outcome == Outcome::proceed) {
+      outcome = page.print(job, choice.copiesOfPage());
+      if (outcome == Outcome::proceed) outcome = page.read(*pages, choice);
+    }
+    if (outcome != Outcome::ended || round == choice.rounds()) break;
+    pages = document.open();
+    page.startAgain();
+    outcome = pages ? page.read(*pages, choice) : Outcome::failed;
   }
   return job.finish(outcome);
-}
-
-// The document, which must be a picture. Null after one error line.
-std::unique_ptr<documents::GreyPages> openPicture(int file, const documents::Paper& paper,
-                                                  const documents::PageWish& wish,
-                                                  const documents::World& world,
-                                                  std::string& error) {
-  std::unique_ptr<documents::GreyPages> pages;
-  const documents::FileKind kind =
-      file < 0 ? documents::FileKind::kEmpty : documents::kindOfFile(file);
-  if (kind == documents::FileKind::kPdf || kind == documents::FileKind::kPostScript)
-    error = std::string("is ") + documents::kindName(kind) + ", and no picture";
-  else if (file >= 0)
-    pages = documents::openGreyPages(file, paper, wish, world, error);
-  if (!pages) dravLogCommon(kLogError, "The document %s!", error.c_str());
-  return pages;
 }
 
 int runJob(int argc, char* const argv[], documents::World world,
@@ -179,10 +193,12 @@ int runJob(int argc, char* const argv[], documents::World world,
     if (file >= 0) ::close(file);
   });
   world.stopRequested = environment.cancelRequested;
-  const auto pages = openPicture(file, paper.paper, wish, world, error);
-  if (!pages) return EXIT_FAILURE;
-  const int copies = std::clamp(std::atoi(argv[4]), 1, 9999);
-  return printPages(settings, *pages, paper, copies, environment);
+  if (file < 0) {
+    dravLogCommon(kLogError, "The document %s!", error.c_str());
+    return EXIT_FAILURE;
+  }
+  return printPages(settings, Document(file, paper, wish, world), paper, options.pages(argv[4]),
+                    environment);
 }
 
 }  // namespace

@@ -64,7 +64,12 @@ class CupsCase(unittest.TestCase):
             raise RuntimeError("the test program must be run as a program")
         cls.cups = private_cups.PrivateCups(variable("DRAV_FILTER"), variable("DRAV_DRIVER"))
         cls.addClassCleanup(cls.cups.stop)
+        cls.prepare()
         cls.cups.start()
+
+    @classmethod
+    def prepare(cls) -> None:
+        """For what must be there when the scheduler starts."""
 
     def setUp(self) -> None:
         folder = tempfile.mkdtemp(prefix="drav-documents-")

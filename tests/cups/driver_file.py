@@ -37,6 +37,9 @@ class DriverFile:
 
     # ---- What it says ---------------------------------------------------------
 
+    def has(self, option: str) -> bool:
+        return re.search(rf"^\*Default{re.escape(option)}:", self.text, re.M) is not None
+
     def default(self, option: str) -> str:
         found = re.search(rf"^\*Default{re.escape(option)}: *(\S+)", self.text, re.M)
         if found is None:
@@ -62,8 +65,9 @@ class DriverFile:
         return DriverFile(text)
 
     def with_filter(self, source: str = RASTER, program: str = FILTER) -> "DriverFile":
-        """The filter line: what goes in, and the program's name."""
-        return self._replaced(r'^\*cupsFilter2: *".*"$',
+        """The filter line: what goes in, and the program's name. No other way in stays."""
+        only = DriverFile(re.sub(r'(?m)^\*cupsFilter2: *"[^"]* -"\n', "", self.text))
+        return only._replaced(r'^\*cupsFilter2: *".*"$',
                               f'*cupsFilter2: "{source} application/octet-stream 0 {program}"')
 
     def with_attribute(self, name: str, value: str | None) -> "DriverFile":

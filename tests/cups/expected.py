@@ -19,7 +19,7 @@ def settings(driver: driver_file.DriverFile, options: Mapping[str, str]) -> dict
     """The model's settings: the driver file's defaults under the job's options."""
     out = {}
     for option in driver_file.OPTIONS:
-        if option not in _UNSENT:
+        if option not in _UNSENT and driver.has(option):
             name = "halftoneName" if option == "HalftoneType" else option[0].lower() + option[1:]
             out[name] = options.get(option, driver.default(option))
     width = driver.attribute("MaxMediaWidth")

@@ -126,6 +126,8 @@ class PrivateCups:
         self.install_filter(filter_binary, "rastertodrav")
         (self.root / "share/drv").mkdir()
         shutil.copy(driver, self.root / "share/drv/drav.drv")
+        self._rules = driver.parent.parent / "packaging/mime"
+        shutil.copy(self._rules / "drav.types", self.root / "etc/drav.types")
         for part in [*driver.parent.glob("drav*.defs"), *driver.parent.glob("drav*.po")]:
             shutil.copy(part, self.root / "share/ppdc" / part.name)
         (self.root / "etc/cups-files.conf").write_text(
@@ -147,7 +149,7 @@ class PrivateCups:
     def _link_system(self) -> None:
         shutil.copy(str(find_program("cupsd")), self.root / "sbin/cupsd")
         for path in (SYSTEM_BIN / "filter").iterdir():
-            if path.name != "rastertodrav":
+            if path.name not in ("rastertodrav", "picturetodrav"):
                 (self.filters / path.name).symlink_to(path.resolve())
         (self.root / "lib/backend/socket").symlink_to(SYSTEM_BIN / "backend/socket")
         for name in ("daemon", "driver", "notifier", "monitor", "cgi-bin"):
@@ -173,6 +175,13 @@ class PrivateCups:
         os.chown(path, 0, 0)
         path.chmod(0o755)
         return path
+
+    def install_pictures(self, picture_filter: pathlib.Path, *readers: pathlib.Path) -> None:
+        """What the package for pictures brings; the filter looks for readers beside itself."""
+        self.install_filter(picture_filter, "picturetodrav")
+        for reader in readers:
+            self.install_filter(reader, reader.name)
+        shutil.copy(self._rules / "drav.convs", self.root / "etc/drav.convs")
 
     # ---- The scheduler --------------------------------------------------------
 

@@ -165,6 +165,23 @@ class InstalledTest(CupsCase):
         self.assertEqual(self.lines(job), [])
         self.assertEqual(received.data, tapped.printer.connections[0].data)
 
+    def test_without_the_package_for_pictures(self) -> None:
+        """Pictures that CUPS knows print as before, others are refused, the queue is sound."""
+        queue = self.queue(DriverFile.load(cups_case.variable("DRAV_PPD")))
+        path = documents.png(self.folder / "picture.png", documents.photo_rows(200, 100))
+        job = self.submit(queue, path, RECEIPT)
+        queue.printer.wait_jobs(1)
+        self.assertEqual(self.cups.wait_job(job), private_cups.ipp.COMPLETED, self.lines(job))
+        self.assertIn("/imagetoraster ", "\n".join(self.cups.job_log(job)))
+        unknown = self.folder / "picture.webp"
+        unknown.write_bytes(b"RIFF\x1a\0\0\0WEBPVP8L" + bytes(30))
+        done = self.cups.run("lp", "-d", queue.name, str(unknown), check=False)
+        self.assertNotEqual(done.returncode, 0)
+        self.assertIn('Unsupported document-format "image/webp"', done.stdout)
+        state = private_cups.ipp.printer_attributes(self.cups.socket, queue.name)
+        self.assertEqual((state["printer-state-reasons"], state["printer-state-message"]),
+                         (["none"], [""]))
+
 
 if __name__ == "__main__":
     cups_case.main()

@@ -8,6 +8,7 @@ import math
 from fractions import Fraction
 
 MOST_DOTS = 4_000_000
+TOLERATED = Fraction(6, 10)  # mm
 QUARTERS = {"3": 0, "4": 1, "5": 3, "6": 2}  # to the left, by orientation-requested
 
 
@@ -78,7 +79,8 @@ def place(pixels: tuple[int, int], stated: tuple[float, float], paper: Paper,
     room = [paper.width - left - right, paper.height - top - bottom]
 
     def fits(size: list[Fraction]) -> bool:
-        return all(to_dots(side) <= have for side, have in zip(size, room))
+        return all(to_dots(side) <= have + math.floor(TOLERATED * 10 / 254 * dots)
+                   for side, have, dots in zip(size, room, paper.dpi))
 
     mode, percent = options.get("print-scaling", "auto-fit"), 100
     if "ppi" in options:
@@ -124,7 +126,8 @@ def place(pixels: tuple[int, int], stated: tuple[float, float], paper: Paper,
     at = []
     for i, (start, end) in enumerate((("left", "right"), ("top", "bottom"))):
         spare = room[i] - dots[i]
-        shift = 0 if start in words else spare if end in words else half(spare)
+        middle = 0 if how == "none" != mode and spare < 0 else half(spare)
+        shift = 0 if start in words else spare if end in words else middle
         at.append(origin[i] + (0 if i == 1 and paper.roll else shift))
     return Placed(tuple(page), quarters, dots, tuple(at), unasked,
                   factor < 1 and mode not in ("fit", "fill"))

@@ -95,7 +95,8 @@ class HostileTest(DocumentCase):
 
     def test_what_is_no_picture(self) -> None:
         cases = {b"": "is empty", bytes(range(256)): "is of a kind that is not known here",
-                 b"Hello, world\n": "is text", b"<?xml version='1.0'?><html></html>": "is text",
+                 b"<?xml version='1.0'?><html></html>": "is text that describes a page",
+                 b"\n <!DOCTYPE html>\n": "is text that describes a page",
                  b"\xff\x0a\0\0": "JPEG XL", b"\x1f\x8b\x08\0": "unpack it",
                  b"PK\x03\x04": "unpack it", b"RaS3" + bytes(1800): "is raster"}
         for data, want in cases.items():

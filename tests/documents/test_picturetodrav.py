@@ -122,11 +122,13 @@ class PictureFilterTest(unittest.TestCase):
         for data, options, line in (
                 (good[:2000], "", "The document is damaged or cut, or no PNG"),
                 (b"", "", "The document is empty!"),
-                (b"plain text\n", "", "The document is text"),
-                (b"%PDF-1.4\n", "", "The document is PDF, and no picture!"),
+                (b"<html>text</html>\n", "", "The document is text that describes a page"),
+                (b"%PDF-1.4\n", "", "The document is PDF, which is printed on rolls alone!"),
                 (png(65_000, 65_000, 8, 0, [b""]), "", "The document has 65000 x 65000 pixels"),
                 (good, "number-up=2", "A picture cannot be printed with number-up"),
-                (good, "page-ranges=2-3", "A picture cannot be printed with page-ranges")):
+                (good, "page-ranges=2-3", "The document has no page of those"),
+                (good, "page-set=even", "The document has no page of those"),
+                (good, "outputorder=reverse", "A picture cannot be printed with outputorder")):
             result = self.run_filter(PICTURES, "dravsa43", options, data)
             errors = [text for text in result.stderr.decode().splitlines()
                       if text.startswith("ERROR:")]

@@ -26,10 +26,14 @@ def expected_files() -> dict[str, int]:
         f"{ARGUMENTS.cups_filters}/rastertodrav": 0o755,
         f"{ARGUMENTS.cups_filters}/picturetodrav": 0o755,
         f"{data}/drv/drav.drv": 0o644,
+        f"{data}/mime/drav.types": 0o644,
+        f"{data}/mime/drav.convs": 0o644,
         f"{prefix}/bin/drav": 0o755,
         f"{prefix}/libexec/drav/drav-picture-reader": 0o755,
+        f"{prefix}/libexec/drav/drav-text-reader": 0o755,
         f"{prefix}/share/man/man1/drav.1": 0o644,
         f"{prefix}/share/man/man8/rastertodrav.8": 0o644,
+        f"{prefix}/share/man/man8/picturetodrav.8": 0o644,
         f"{prefix}/share/doc/drav/CHANGES.md": 0o644,
         f"{prefix}/share/doc/drav/LICENSE": 0o644,
     }
@@ -84,6 +88,14 @@ class InstallTest(StagedTest):
         os.chown(installed, 65534, 65534)
         self.install()
         self.assertEqual((installed.stat().st_uid, installed.stat().st_gid), (0, 0))
+
+    def test_pictures_are_a_part_of_their_own(self):
+        """What needs libvips, and the rules that lead to it, come and go together."""
+        self.install("--component", "pictures")
+        self.assertEqual(set(staged.files(self.stage)), {
+            f"{ARGUMENTS.cups_filters}/picturetodrav", f"{ARGUMENTS.cups_data}/mime/drav.convs",
+            *(f"{ARGUMENTS.prefix}/libexec/drav/drav-{kind}-reader"
+              for kind in ("picture", "text"))})
 
     def test_links_of_the_guides_stay_in_their_folder(self):
         """As they are installed, and as the Debian package has them."""
@@ -140,7 +152,7 @@ class UninstallTest(StagedTest):
         self.assertEqual(staged.files(elsewhere), expected_files())
 
     def test_removes_what_was_installed_part_by_part(self):
-        for component in ("driver", "tools"):
+        for component in ("driver", "pictures", "tools"):
             self.install("--component", component)
         self.assertIn(f"{ARGUMENTS.prefix}/bin/drav", staged.files(self.stage))
         self.assertEqual(self.uninstall().returncode, 0)

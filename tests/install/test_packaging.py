@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""The maintainer scripts of the Debian package in every mode, and the clearing unit.
+"""The maintainer scripts of the Debian packages in every mode, and the clearing unit.
 
     test_packaging.py --clean PROGRAM --units FOLDER
 
@@ -33,6 +33,7 @@ ENABLE = [f"deb-systemd-helper unmask {TIMER}",
           f"deb-systemd-helper enable {TIMER}"]
 NOTE = [*ENABLE[:2], f"deb-systemd-helper update-state {TIMER}"]
 RELOAD = "systemctl --system daemon-reload"
+RESTART = "deb-systemd-invoke try-restart cups.service"
 PURGE = [f"deb-systemd-helper purge {TIMER}", f"deb-systemd-helper unmask {TIMER}"]
 # How dpkg calls the scripts (Debian Policy 6.5), and what they do then.
 FAILED_UPGRADE = ("failed-upgrade", "3.0-1", "3.1-1")
@@ -63,6 +64,26 @@ MODES: dict[str, dict[tuple[str, ...], list[str]]] = {
     "postrm": {
         ("remove",): [RELOAD],
         ("purge",): PURGE,
+        ("upgrade", "3.1-1"): [],
+        FAILED_UPGRADE: [],
+        ("abort-install",): [],
+        ("abort-install", "3.0-1"): [],
+        ("abort-upgrade", "3.0-1"): [],
+        ("disappear", "other", "1.0-1"): [],
+    },
+    # The scheduler reads its rules when it starts.
+    "pictures/postinst": {
+        ("configure", ""): [RESTART],
+        ("configure", "3.0-1"): [RESTART],
+        ("abort-upgrade", "3.1-1"): [RESTART],
+        ("abort-remove",): [RESTART],
+        ("abort-remove", *CONFLICT): [RESTART],
+        ("abort-deconfigure", *CONFLICT, "removing", "third", "2.0-1"): [RESTART],
+        ("triggered", "/usr/share/cups/mime"): [],
+    },
+    "pictures/postrm": {
+        ("remove",): [RESTART],
+        ("purge",): [],
         ("upgrade", "3.1-1"): [],
         FAILED_UPGRADE: [],
         ("abort-install",): [],
@@ -109,7 +130,7 @@ class MaintainerScriptsTest(unittest.TestCase):
         self.assertIn(RUNNING, text)
         # All that it may touch is below the scratch folder, whatever it does.
         text = text.replace(RUNNING, str(self.running))
-        script = self.folder / name
+        script = self.folder / pathlib.Path(name).name
         script.write_text(text, encoding="utf-8")
         log = self.folder / "log"
         log.write_text("", encoding="utf-8")
@@ -144,7 +165,7 @@ class MaintainerScriptsTest(unittest.TestCase):
                 self.assertEqual(self.run_script(name, *arguments), wanted, arguments)
 
     def test_below_another_root_nothing_is_started_or_stopped(self) -> None:
-        for name in ("postinst", "prerm"):
+        for name in ("postinst", "prerm", "pictures/postinst", "pictures/postrm"):
             for arguments, calls in MODES[name].items():
                 wanted = [call for call in calls if call.startswith("deb-systemd-helper")]
                 self.assertEqual(self.run_script(name, *arguments, root=True), wanted, arguments)
@@ -182,12 +203,13 @@ class MaintainerScriptsTest(unittest.TestCase):
         self.assertEqual(self.files(), {*PRINTED_PAGES, *OTHER_FILES})
 
     def test_every_script_is_in_the_package(self) -> None:
-        scripts = {path.name for path in SCRIPTS.iterdir()
-                   if path.read_bytes().startswith(b"#!") and "." not in path.name}
+        scripts = {path.relative_to(SCRIPTS).as_posix() for path in SCRIPTS.rglob("*")
+                   if path.is_file() and path.read_bytes().startswith(b"#!")}
         self.assertEqual(scripts, set(MODES))
         text = (staged.SOURCE / "cmake" / "packages.cmake").read_text(encoding="utf-8")
-        (packed,) = re.findall(r'PACKAGE_CONTROL_EXTRA\s+"([^"]*)"', text)
-        self.assertEqual({path.rpartition("/")[2] for path in packed.split(";")}, scripts)
+        packed = re.findall(r'PACKAGE_CONTROL_EXTRA\s+"([^"]*)"', text)
+        self.assertEqual(sorted(path.replace("${debian}/", "") for paths in packed
+                                for path in paths.split(";")), sorted(scripts))
 
 
 # What the documents promise of the clearing job: no capability, no folder writable but

@@ -20,12 +20,16 @@ from clean_root import CheckFailed, CleanRoot, SOCKET, wait_for
 from recording_printer import RecordingPrinter
 
 ARGUMENTS = argparse.Namespace()
-DRIVER, TOOLS = "printer-driver-drav", "drav-tools"
+DRIVER, PICTURES, TOOLS = "printer-driver-drav", "drav-pictures", "drav-tools"
 FILTER = "/usr/lib/cups/filter/rastertodrav"
+PICTURE_FILTER = "/usr/lib/cups/filter/picturetodrav"
+PICTURE_READER = "/usr/libexec/drav/drav-picture-reader"
+TEXT_READER = "/usr/libexec/drav/drav-text-reader"
+RULES = "/usr/share/cups/mime/drav.convs"
 UPDATER = "/usr/share/cups/ppd-updaters/printer-driver-drav.ppd-updater"
 CLEAN = "/usr/libexec/drav/drav-clean"
 TIMER_LINK = "/etc/systemd/system/timers.target.wants/drav-clean.timer"
-PICTURES = "/var/spool/cups/tmp"
+DIAGNOSTICS = "/var/spool/cups/tmp"
 QUEUE = "stencil"
 DAY = 24 * 60 * 60
 # What apt, dpkg and cups keep about any package and any job; no file of ours.
@@ -41,8 +45,8 @@ def need(condition: bool, complaint: str) -> None:
 
 def packages(folder: pathlib.Path) -> list[pathlib.Path]:
     found = sorted(folder.glob("*.deb"))
-    need([path.name.split("_")[0] for path in found] == [TOOLS, DRIVER],
-         f"not the two packages: {[path.name for path in found]}")
+    need([path.name.split("_")[0] for path in found] == [PICTURES, TOOLS, DRIVER],
+         f"not the three packages: {[path.name for path in found]}")
     return found
 
 
@@ -76,7 +80,7 @@ class Check:
             pass
         self.before = self.root.entries()
         self.put(ARGUMENTS.old)
-        return f"{field(packages(ARGUMENTS.old)[1], 'Version')}, no package missing"
+        return f"{field(packages(ARGUMENTS.old)[-1], 'Version')}, no package missing"
 
     def put(self, folder: pathlib.Path) -> None:
         names = []
@@ -86,17 +90,19 @@ class Check:
         self.root.run("apt-get", "install", "-y", "--no-install-recommends", *names)
 
     def owners_and_modes(self) -> str:
-        listed = self.root.run("dpkg-query", "--listfiles", DRIVER, TOOLS).split()
+        listed = self.root.run("dpkg-query", "--listfiles", DRIVER, PICTURES, TOOLS).split()
         added = set(self.root.entries()) - set(self.before)
         seen = 0
         for name in added & set(listed):
             status = self.root.path(name).lstat()
             mode = stat.S_IMODE(status.st_mode)
-            program = name in (FILTER, CLEAN, "/usr/bin/drav") or stat.S_ISDIR(status.st_mode)
+            program = (name in (FILTER, PICTURE_FILTER, PICTURE_READER, TEXT_READER, CLEAN, "/usr/bin/drav")
+                       or stat.S_ISDIR(status.st_mode))
             need((status.st_uid, status.st_gid) == (0, 0), f"{name} is not root's")
             need(mode == (0o755 if program else 0o644), f"{name} has the mode {mode:o}")
             seen += 1
-        need(FILTER in added and "/usr/bin/drav" in added, "a program is missing")
+        need({FILTER, PICTURE_FILTER, PICTURE_READER, TEXT_READER, "/usr/bin/drav"} <= added,
+             "a program is missing")
         self.with_clean = CLEAN in added
         for folder in pathlib.PurePosixPath(FILTER).parents:  # as the scheduler wants them
             status = self.root.path(str(folder)).stat()
@@ -105,8 +111,11 @@ class Check:
         return f"{seen} files and folders, root's, 755 and 644"
 
     def programs_start(self) -> str:
-        missing = self.root.run("ldd", FILTER, "/usr/bin/drav")
+        missing = self.root.run("ldd", FILTER, PICTURE_FILTER, PICTURE_READER, TEXT_READER,
+                                "/usr/bin/drav")
         need("not found" not in missing, missing)
+        without = self.root.run("ldd", FILTER, PICTURE_FILTER, TEXT_READER, "/usr/bin/drav")
+        need("libvips" not in without, "libvips is in a program that reads no picture")
         version = self.root.run("drav", "--version").strip()
         need(self.root.try_run(FILTER).returncode == 1, "the filter does not start")
         return version
@@ -164,13 +173,13 @@ class Check:
         return f"{len(jobs[0])} bytes, {drawn}"
 
     def pictures(self) -> set[str]:
-        return {path.name for path in self.root.path(PICTURES).glob("*.bmp")}
+        return {path.name for path in self.root.path(DIAGNOSTICS).glob("*.bmp")}
 
     def clearing(self) -> str:
         """As the unit runs it: root without a single capability."""
         if not self.with_clean:
             return "not in this build"
-        folder = self.root.path(PICTURES)
+        folder = self.root.path(DIAGNOSTICS)
         victim = self.root.path("/var/lib/victim.bmp")
         kept = {"origin_2026-1-2_3_4_5_7.bmp", "origin_2026-1-2_3_4_5_0.bmp.txt", "other.bmp",
                 "dithered_2026-1-2_3_4_5_9.bmp", "sub"}
@@ -207,7 +216,7 @@ class Check:
     def upgrade(self) -> str:
         """With the timer off, a choice of the queue's own, and the scheduler at work."""
         ppd = self.root.path(f"/etc/cups/ppd/{QUEUE}.ppd")
-        old, new = (field(packages(folder)[1], "Version").split("-")[0]
+        old, new = (field(packages(folder)[-1], "Version").split("-")[0]
                     for folder in (ARGUMENTS.old, ARGUMENTS.new))
         need(f'*FileVersion: "{old}"' in ppd.read_text("utf-8"), "the queue has another PPD file")
         if self.with_clean:
@@ -236,23 +245,24 @@ class Check:
     def remove(self) -> str:
         with self.root.scheduler():
             self.root.run("lpadmin", "-h", f"/{SOCKET}", "-x", QUEUE)
-        self.root.run("apt-get", "remove", "-y", DRIVER, TOOLS)
-        for name in (FILTER, UPDATER, CLEAN, "/usr/bin/drav", "/usr/share/cups/drv/drav.drv"):
+        self.root.run("apt-get", "remove", "-y", DRIVER, PICTURES, TOOLS)
+        for name in (FILTER, UPDATER, CLEAN, PICTURE_FILTER, PICTURE_READER, RULES,
+                     "/usr/bin/drav", "/usr/share/cups/drv/drav.drv"):
             need(not self.root.path(name).exists(), f"{name} is still there")
         return "programs and driver source gone"
 
     def purge(self) -> str:
-        other = self.root.path(PICTURES) / "drav-notes.bin"
+        other = self.root.path(DIAGNOSTICS) / "drav-notes.bin"
         other.write_bytes(b"not ours")
         stamp = self.root.path("/var/lib/systemd/timers/stamp-drav-clean.timer")
         if self.with_clean:
-            picture = self.root.path(PICTURES) / "origin_2026-1-2_3_4_5_0.bmp"
+            picture = self.root.path(DIAGNOSTICS) / "origin_2026-1-2_3_4_5_0.bmp"
             picture.write_bytes(b"BM")
-            record = self.root.path(PICTURES) / "drav-20260102030405.bin"
+            record = self.root.path(DIAGNOSTICS) / "drav-20260102030405.bin"
             record.write_bytes(b"\x1dv0")
             stamp.parent.mkdir(exist_ok=True)
             stamp.touch()
-        self.root.run("dpkg", "--purge", DRIVER, TOOLS)
+        self.root.run("dpkg", "--purge", DRIVER, PICTURES, TOOLS)
         need(other.exists(), "a file of others was removed")
         other.unlink()
         if stamp.parent.exists() and not any(stamp.parent.iterdir()):

@@ -163,13 +163,18 @@ def device_id(ppd: PpdFile) -> str:
 
 class ModelTest(StageTest):
     def test_lines_of_the_chain(self) -> None:
-        for _, ppd in self.files.items():
+        for name, ppd in self.files.items():
             attributes = ppd.attributes
             self.assertEqual(attributes["cupsManualCopies"], ["True"])
             raster = "application/vnd.cups-raster"
             self.assertEqual(attributes["cupsFilter"], [f"{raster} 0 rastertodrav"])
+            # No line names a program that another package brings: what picturetodrav makes
+            # goes to the printer as it is.
+            made = ["page"] if MODELS[name].stencil else ["page", "roll"]
             self.assertEqual(attributes["cupsFilter2"],
-                             [f"{raster} application/octet-stream 0 rastertodrav"])
+                             [f"{raster} application/octet-stream 0 rastertodrav",
+                              *(f"application/vnd.drav-{kind} application/octet-stream 0 -"
+                                for kind in made)])
             self.assertEqual(attributes["FileVersion"], [ARGUMENTS.version])
             (model,) = ppd.choices("ColorModel").values()
             self.assertIn("/cupsColorSpace 3/", model[1])

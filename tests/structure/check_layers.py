@@ -20,13 +20,14 @@ ALLOWED = {
     "printer": {"printer", "common", "image", "tattoo", "cups"},
     "documents/prepare": {"documents/prepare"},
     "documents": {"documents", "common"},
-    "documents/reader": {"documents/reader", "documents", "vips", "seccomp.h"},
+    "documents/reader": {"documents/reader", "documents", "vips", "seccomp.h", "pango",
+                         "cairo.h"},
     "filter/picture": {"filter/picture", "filter", "documents", "printer", "common",
                        "common/ppd_lookup", "cups"},
     "filter": {"filter", "printer", "common", "common/ppd_lookup", "image", "tattoo", "cups"},
 }
 FOLDERS = ("common", "documents", "simd", "image", "tattoo", "printer", "filter")
-LIBRARIES = {"cups", "hwy", "vips", "seccomp.h"}  # those that not every folder may use
+LIBRARIES = {"cups", "hwy", "vips", "seccomp.h", "pango", "cairo.h"}  # those that not every folder may use
 PPD_CALLERS = {"filter", "filter/picture", "common/ppd_lookup"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')

@@ -102,14 +102,26 @@ TEST(Placing, AutoFillsASheetWithoutMarginsAndFitsOneWithThem) {
 
 TEST(Placing, NoneCentresAndCuts) {
   const Placing placing =
-      placePicture(pixels(2403, 100, 300), sheet(), scaled(PrintScaling::kNone));
+      placePicture(pixels(2410, 100, 300), sheet(), scaled(PrintScaling::kNone));
   EXPECT_EQ(placing.turn, Turn::kLeft);  // it fits so
   PageWish upright = scaled(PrintScaling::kNone);
   upright.turn = Turn::kNone;
-  const Placing cut = placePicture(pixels(2403, 100, 300), sheet(), upright);
-  EXPECT_THAT(box(cut), ElementsAre(2403, 100, -1, 1704));
-  EXPECT_EQ(cut.visibleLeft(), 1U);
+  const Placing cut = placePicture(pixels(2410, 100, 300), sheet(), upright);
+  EXPECT_THAT(box(cut), ElementsAre(2410, 100, -5, 1704));
+  EXPECT_EQ(cut.visibleLeft(), 5U);
   EXPECT_EQ(cut.visibleWidth(), 2400U);
+}
+
+TEST(Placing, WhatIsTooLargeByLessThanItMattersFits) {
+  const Placing placing = placePicture(pixels(2407, 3515, 300), sheet(), {});
+  EXPECT_THAT(box(placing), ElementsAre(2407, 3515, 0, 0));
+  EXPECT_EQ(placing.turn, Turn::kNone);
+  EXPECT_TRUE(placing.isExact);
+  EXPECT_THAT(notesOf(pixels(2407, 3515, 300), sheet()), ElementsAre(NoteKind::kCut));
+  EXPECT_TRUE(placePicture(pixels(2408, 3500, 300), sheet(), {}).isReduced);
+  PageWish right;
+  right.across = Position::kEnd;
+  EXPECT_EQ(placePicture(pixels(2407, 100, 300), sheet(), right).x, -7);
 }
 
 TEST(Placing, PpiWinsOverScalingOverFitToPageOverPrintScaling) {
