@@ -104,7 +104,7 @@ string(STRIP "${description}" CPACK_DEBIAN_DRIVER_DESCRIPTION)
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME drav-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION text)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "printer-driver-drav, poppler-utils")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "printer-driver-drav, ghostscript")
 file(READ ${debian}/drav-tools.description description)
 string(STRIP "${description}" CPACK_DEBIAN_TOOLS_DESCRIPTION)
 
