@@ -122,7 +122,7 @@ string(STRIP "${description}" CPACK_DEBIAN_PICTURES_DESCRIPTION)
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME drav-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION text)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "printer-driver-drav, drav-pictures, poppler-utils")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "printer-driver-drav, drav-pictures, ghostscript")
 file(READ ${debian}/drav-tools.description description)
 string(STRIP "${description}" CPACK_DEBIAN_TOOLS_DESCRIPTION)
 

@@ -24,6 +24,7 @@ constexpr uint64_t kMostCpuSeconds = 3600;
 constexpr uint8_t kWhite = 255;
 constexpr size_t kDrawn = 3;  // bytes of a pixel that Ghostscript draws
 constexpr const char* kNowhere = "/nonexistent";
+constexpr std::string_view kMended = "**** Error: ";
 
 struct Pixels {
   uint32_t width = 0;
@@ -161,7 +162,9 @@ class GhostscriptPages : public PlacedPages {
   Step readHeader(Pixels& size, std::string& error) {
     if (drawing_.atEnd()) {
       if (!drawing_.process().finish()) return fail(error);
-      if (page_ == 1) return fail(error);
+      // It passes over what it cannot draw, and ends well.
+      const bool isMended = drawing_.process().messages().find(kMended) != std::string::npos;
+      if (page_ == 1 || isMended) return fail(error);
       ended_ = End::well;
       return Step::end;
     }

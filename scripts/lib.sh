@@ -17,13 +17,11 @@ BUILD_PACKAGES=(
   "zlib1g-dev|packs the pictures in PDF files of the drav tool"
   "nlohmann-json3-dev|JSON reports of the drav tool"
   "libarchive-dev|support bundles of drav doctor"
-  "libjpeg-dev|JPEG pictures that the drav tool reads"
-  "libexif-dev|which way up the photos are that the drav tool reads"
   "libcairo2-dev|contact sheets and test pages of the drav tool"
   "libvips-dev|decodes pictures, in a program of its own"
   "libpango1.0-dev|sets text, in a program of its own"
   "libseccomp-dev|keeps these programs from network, files and other programs"
-  "pkg-config|tells the build where cairo, libexif, libvips, pango and libseccomp are"
+  "pkg-config|tells the build where cairo, libvips, pango and libseccomp are"
 )
 # shellcheck disable=SC2034
 DEMO_PACKAGES=(
@@ -48,7 +46,7 @@ TEST_PACKAGES=(
   "locales|source of a locale whose numbers have a decimal comma"
   "fish|its completions of drav"
   "zsh|its completions of drav"
-  "poppler-utils|draws PDFs where CUPS's converters are missing; reads PDFs back"
+  "poppler-utils|reads PDFs back"
   "netpbm|reads large pictures in tests"
   "python3-pil|makes the pictures that tests read"
   "fonts-dejavu-core|the font of text"

@@ -1,18 +1,24 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""The picture filter against the raster filter: the same page gives the same bytes."""
+"""The picture filter against the raster filter and against drav proof: the same page gives the
+same bytes."""
 import os
 import pathlib
 import subprocess
+import sys
 import tempfile
 import unittest
 
 import cups_raster
 import harness
-from picture_files import Levels, image, png, ramp, saved
+from picture_files import Levels, exif, image, metres, png, ramp, saved
 from placing_model import Paper, place
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "e2e_tools"))
+import drav_case  # noqa: E402  pylint: disable=wrong-import-position
+
 PICTURES, RASTER = os.environ["DRAV_PICTURE_FILTER"], os.environ["DRAV_FILTER"]
+DRAV = os.environ["DRAV_TOOL"]
 PPDS = pathlib.Path(os.environ["DRAV_PPDS"])
 LONGEST = 3000  # mm, of a custom page
 
@@ -116,6 +122,39 @@ class PictureFilterTest(unittest.TestCase):
         by_name = self.run_filter(PICTURES, "dravsa43", "", data)
         by_pipe = self.run_filter(PICTURES, "dravsa43", "", data, as_file=False)
         self.assertEqual((by_pipe.returncode, by_pipe.stdout), (0, by_name.stdout))
+
+    def test_proof_draws_what_the_queue_sends(self) -> None:
+        levels = ramp(300, 190)
+        colour = image(levels).convert("RGB")
+        clear = colour.convert("RGBA")
+        clear.putalpha(image(ramp(300, 190)[::-1]))
+        svg = b'<svg xmlns="http://www.w3.org/2000/svg" width="30mm" height="9mm"><circle r="80"/></svg>'
+        for name, data, model, *options in (
+                ("grey.png", saved(image(levels), "PNG"), "dravr582", "HalftoneType=Ordered"),
+                ("soft.png", saved(clear, "PNG"), "dravsa43", "Brightness=-10", "position=right"),
+                ("fine.png", png(300, 190, 8, 0, [bytes(row) for row in levels], metres(23622)),
+                 "dravr802", "mirror", "landscape"),
+                ("photo.jpg", saved(colour, "JPEG", exif=exif(6)), "dravr803", "scaling=40"),
+                ("inks.jpg", saved(colour.convert("CMYK"), "JPEG"), "dravsa43", "ppi=200x150",
+                 "StencilMirror=True"),
+                ("map.pgm", b"P5 300 190 255 " + bytes(sum(levels, [])), "dravr582",
+                 "print-scaling=none", "orientation-requested=3"),
+                ("sheet.tiff", saved(colour, "TIFF"), "dravr803", "fit-to-page", "TrimPaper=Both",
+                 "orientation-requested=5"),
+                ("flat.webp", saved(colour, "WEBP"), "dravr582", "PageSize=Custom.48x90mm"),
+                ("drawn.svg", svg, "dravsa43", "PageSize=Tattoo_A6", "print-scaling=fill",
+                 "PaperFrame=2")):
+            with self.subTest(name):
+                sent = self.run_filter(PICTURES, model, " ".join(options), data)
+                self.assertEqual(sent.returncode, 0, sent.stderr.decode())
+                path = self.folder / name
+                path.write_bytes(data)
+                given = [part for option in options for part in ("-o", option)]
+                with tempfile.TemporaryDirectory(dir=self.folder) as folder:
+                    drawn = drav_case.proof_pages(DRAV, path, pathlib.Path(folder), "--ppd",
+                                                  str(PPDS / f"{model}.ppd"), *given)
+                self.assertTrue(any(any(row) for row in drawn[0]), "the page is blank")
+                self.assertEqual(drawn, drav_case.pages_of(sent.stdout))
 
     def test_what_is_refused_sends_nothing(self) -> None:
         good = saved(image(ramp(90, 90)), "PNG")

@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
 """Reads the pictures that drav writes, and makes those that it reads."""
-import base64
 import dataclasses
 import hashlib
 import struct
@@ -106,19 +105,6 @@ def make_png(width: int, height: int, depth: int, color: int, rows: list[bytes],
 def make_pgm(width: int, height: int, pixels: bytes) -> bytes:
     assert len(pixels) == width * height
     return b"P5\n%d %d\n255\n" % (width, height) + pixels
-
-
-# 32 x 24 pixels of four inks, inverted as Adobe's programs store them.
-CMYK_JPEG = base64.b64decode(
-    "/9j/7gAOQWRvYmUAZAAAAAAA/9sAQwANCQoLCggNCwoLDg4NDxMgFRMSEhMnHB4XIC4pMTAuKS0sMzpKPjM2Rj"
-    "csLUBXQUZMTlJTUjI+WmFaUGBKUVJP/8AAFAgAGAAgBEMRAE0RAFkRAEsRAP/EAB8AAAEFAQEBAQEBAAAAAAAA"
-    "AAABAgMEBQYHCAkKC//EALUQAAIBAwMCBAMFBQQEAAABfQECAwAEEQUSITFBBhNRYQcicRQygZGhCCNCscEVUt"
-    "HwJDNicoIJChYXGBkaJSYnKCkqNDU2Nzg5OkNERUZHSElKU1RVVldYWVpjZGVmZ2hpanN0dXZ3eHl6g4SFhoeI"
-    "iYqSk5SVlpeYmZqio6Slpqeoqaqys7S1tre4ubrCw8TFxsfIycrS09TV1tfY2drh4uPk5ebn6Onq8fLz9PX29/"
-    "j5+v/aAA4EQwBNAFkASwAAPwD06vTq9OrpfG3/AC5f9tP/AGWiiijxt/y5f9tP/Za+e6KKPG3/AC5f9tP/AGWi"
-    "iijxt/y5f9tP/Za+hK4z/hPP+oZ/5H/+xoo8bf8ALl/20/8AZaKP+E8/6hn/AJH/APsaKPG3/Ll/20/9lr57o/"
-    "4Tz/qGf+R//saKPG3/AC5f9tP/AGWij/hPP+oZ/wCR/wD7Gijxt/y5f9tP/Za+hK42ijxt/wAuX/bT/wBloooo"
-    "8bf8uX/bT/2Wvnuiijxt/wAuX/bT/wBloooo8bf8uX/bT/2Wv//Z")
 
 
 def _pdf(objects: list[bytes], trailer: bytes) -> bytes:

@@ -18,7 +18,7 @@ import unittest
 
 import drav_case
 from drav_case import DravCase, HALFTONES, filter_pages
-from pictures import make_pgm, read_png
+from pictures import make_pdf, read_png
 
 import cups_raster
 
@@ -299,12 +299,12 @@ class HtmlTest(DravCase):
         self.assertEqual(read_page(self.out / "a.html")[1]["number"], 1)
 
     def test_approximate_page_says_so(self):
-        path = self.write("a.pgm", make_pgm(20, 40, bytes(range(200)) * 4))
+        path = self.write("a.pdf", make_pdf([b"0.5 g 0 0 20 20 re f"], 40, 40))
         self.run_well("proof", path, "--model", "dravr582", "--html", self.out / "a.html",
                       env={"DRAV_CUPSFILTER": ""})
         _, data = read_page(self.out / "a.html")
         self.assertIn("cupsfilter", data["approximation"])
-        self.assertTrue(data["isPicture"])
+        self.assertEqual(data["maker"], "Ghostscript")
         self.assertEqual((data["page"]["dotsPerInchX"], data["page"]["dotsPerInchY"]), (203, 203))
 
     def test_notes_reach_the_page(self):

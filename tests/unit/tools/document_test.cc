@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a document is, and what its converters say.
+// What converters say, and what a raster stream holds.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -7,51 +7,11 @@
 
 #include "tests/support/bytes.h"
 #include "tools/drav/document/converter_messages.h"
-#include "tools/drav/document/document_kind.h"
-#include "tools/drav/document/picture.h"
 #include "tools/drav/document/raster_reader.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
-
-Bytes bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
-DocumentKind kindOf(const std::string& text) { return documentKind(bytesOf(text)); }
-
-TEST(DocumentKind, IsToldByTheFirstBytes) {
-  for (const char* word : {"RaSt", "tSaR", "RaS2", "2SaR", "RaS3", "3SaR"})
-    EXPECT_EQ(kindOf(word), DocumentKind::kRaster) << word;
-  EXPECT_EQ(kindOf("%PDF-1.4\n"), DocumentKind::kPdf);
-  EXPECT_EQ(kindOf("junk of a mailer\n%PDF-1.4\n"), DocumentKind::kPdf);
-  EXPECT_EQ(kindOf(std::string(1100, ' ') + "%PDF-1.4"), DocumentKind::kText);
-  EXPECT_EQ(kindOf("\x89PNG\r\n\x1A\n"), DocumentKind::kPng);
-  EXPECT_EQ(kindOf("\xFF\xD8\xFF\xE0"), DocumentKind::kJpeg);
-  for (const char* start : {"P1 3", "P2\n", "P3#", "P4\t", "P5\r", "P6 "})
-    EXPECT_EQ(kindOf(start), DocumentKind::kPortable) << start;
-  EXPECT_EQ(kindOf("P7 3"), DocumentKind::kText);
-  EXPECT_EQ(kindOf("P53"), DocumentKind::kText);
-}
-
-TEST(DocumentKind, TextIsUtf8WithoutControlCharacters) {
-  EXPECT_EQ(kindOf("Tea 2,50 \xE2\x82\xAC\r\n\f"), DocumentKind::kText);
-  EXPECT_EQ(kindOf("\xEF\xBB\xBFmarked"), DocumentKind::kText);
-  EXPECT_EQ(kindOf("cut \xE2\x82"), DocumentKind::kText);
-  EXPECT_EQ(kindOf("latin \xE9t\xE9"), DocumentKind::kUnknown);
-  EXPECT_EQ(kindOf("over \xC0\x80"), DocumentKind::kUnknown);
-  EXPECT_EQ(kindOf(std::string("a\0b", 3)), DocumentKind::kUnknown);
-  EXPECT_EQ(kindOf("a\x01"), DocumentKind::kUnknown);
-  EXPECT_EQ(kindOf(""), DocumentKind::kUnknown);
-}
-
-TEST(DocumentKind, MediaTypesAreTheSchedulers) {
-  EXPECT_STREQ(mediaType(DocumentKind::kPortable, bytesOf("P4 ")), "image/x-portable-bitmap");
-  EXPECT_STREQ(mediaType(DocumentKind::kPortable, bytesOf("P2 ")), "image/x-portable-graymap");
-  EXPECT_STREQ(mediaType(DocumentKind::kPortable, bytesOf("P6 ")), "image/x-portable-pixmap");
-  EXPECT_STREQ(mediaType(DocumentKind::kText, bytesOf("x")), "text/plain");
-  EXPECT_EQ(mediaType(DocumentKind::kRaster, bytesOf("3SaR")), nullptr);
-}
 
 TEST(ConverterMessages, PasswordsAndDamageAreNamed) {
   EXPECT_EQ(converterFailure("x", "ERROR: loadFilename failed: a.pdf: invalid password\n", "a.pdf"),
@@ -77,51 +37,6 @@ TEST(ConverterMessages, OtherwiseTheFirstReasonOrTheEndCounts) {
 TEST(ConverterMessages, AMissingConverterIsKnown) {
   EXPECT_TRUE(isMissingConverter("a\ncupsfilter: No filter to convert from image/png to b.\n"));
   EXPECT_FALSE(isMissingConverter("ERROR: other\n"));
-}
-
-TEST(Picture, PortablePicturesOfEveryKind) {
-  const auto decode = [](const std::string& text) {
-    GreyPicture picture;
-    size_t used = 0;
-    std::string error;
-    EXPECT_TRUE(decodePortable(bytesOf(text), picture, used, error)) << error;
-    EXPECT_EQ(picture.levels.size(), size_t{picture.width} * picture.height);
-    EXPECT_EQ(used, text.size());
-    return picture.levels;
-  };
-  EXPECT_THAT(decode("P1 3 2 1 0 1\n010"), ElementsAre(0, 255, 0, 255, 0, 255));
-  EXPECT_THAT(decode("P4 3 2\n\xA0\x40"), ElementsAre(0, 255, 0, 255, 0, 255));
-  EXPECT_THAT(decode("P2 #two\n2 1 #most\n4 1 4"), ElementsAre(63, 255));
-  EXPECT_THAT(decode("P5 2 1 255 \x10\xF0"), ElementsAre(16, 240));
-  EXPECT_THAT(decode(std::string("P5 2 1 65535 \x80\0\xFF\xFF", 17)), ElementsAre(127, 255));
-  EXPECT_THAT(decode("P3 1 1 255 255 0 0"), ElementsAre(76));
-  EXPECT_THAT(decode(std::string("P6 1 1 255 \0\xFF\0", 14)), ElementsAre(150));
-}
-
-TEST(Picture, DamagedPortablePicturesAreRefused) {
-  for (const char* text : {"P5", "P5 ", "P5 2", "P5 2 2 ", "P5 2 2 0 ....", "P5 2 2 255 ...",
-                           "P2 2 1 255 1", "P1 2 1 12", "P5 -2 2 255 ....", "P8 1 1 255 ."}) {
-    GreyPicture picture;
-    size_t used = 0;
-    std::string error;
-    EXPECT_FALSE(decodePortable(bytesOf(text), picture, used, error)) << text;
-    EXPECT_FALSE(error.empty());
-  }
-}
-
-TEST(Picture, LimitsAreHeldBeforeAnythingIsDecoded) {
-  const auto measure = [](const std::string& text) {
-    PictureSize size;
-    std::string error;
-    const bool good = measurePicture(DocumentKind::kPortable, bytesOf(text), size, error);
-    EXPECT_EQ(good, error.empty());
-    return error;
-  };
-  EXPECT_EQ(measure("P5 32767 4577 255 "), "");
-  EXPECT_EQ(measure("P5 32768 1 255 "), "is 32768 x 1 pixels; no side may have more than 32767");
-  EXPECT_EQ(measure("P5 32767 4578 255 "),
-            "is 32767 x 4578 pixels; a picture may have 150 million");
-  EXPECT_EQ(measure("P5 0 1 255 "), "is a picture of 0 x 1 pixels");
 }
 
 // A reader of bytes in memory that gives them in small pieces.

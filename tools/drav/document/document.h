@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Any input of a command as the grey pages that reach the filter.
 //
-// CUPS and PWG raster is taken as it is. Other documents go through the converters that
-// would print them. If those are missing, poppler draws a PDF and a picture is scaled
-// here; approximation() then says so.
+// CUPS and PWG raster is taken as it is. Pictures are placed as picturetodrav places them.
+// PDF, PostScript and text go through the converters of CUPS that would print them. Where
+// those are missing, Ghostscript draws the first two; approximation() then says so.
 #ifndef TOOLS_DRAV_DOCUMENT_DOCUMENT_H_
 #define TOOLS_DRAV_DOCUMENT_DOCUMENT_H_
 
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/drav/document/document_kind.h"
+#include "documents/file_kind.h"
 #include "tools/drav/document/grey_page.h"
 #include "tools/drav/driver/driver_file.h"
 
@@ -21,7 +21,7 @@ class Document {
   // `driver` is open and must outlive the document.
   explicit Document(const DriverFile& driver) : driver_(driver) {}
 
-  // `idle` is called every so often while the document waits for converters.
+  // `idle` is called every so often while the document waits for other programs.
   void setIdle(std::function<void()> idle) { idle_ = std::move(idle); }
   // Does without CUPS's converters even if they are installed.
   void setApproximate() { avoidConverters_ = true; }
@@ -40,11 +40,12 @@ class Document {
   // are the same. Known after the first page.
   const std::string& approximation() const { return approximation_; }
 
+  // Who drew the pages, where that could be another: "CUPS's converters" or "Ghostscript".
+  // Known after the first page.
+  const std::string& maker() const { return maker_; }
+
   // What the user should know, one line each; grows with the pages.
   const std::vector<std::string>& notes() const { return notes_; }
-
-  // PNG, JPEG or a portable picture.
-  bool isPicture() const;
 
   // The input's name for people.
   const std::string& name() const { return name_; }
@@ -54,28 +55,24 @@ class Document {
  private:
   bool openFile(const std::string& input, std::string& error);
   bool copyToScratch(const std::string& input, std::string& error);
-  bool checkPicture(std::string& error);
   bool chooseSource(std::string& error);
-  bool useConverters(const std::string& program, std::string& error);
-  bool useSubstitute(const std::string& given, std::string& error);
+  bool useConverters(const std::string& program, const char* type, std::string& error);
+  bool makeHere(const std::string& instead, std::string& error);
   void takeNote(const GreyPage& page);
   std::string failure(const std::string& why) const { return name_ + ": " + why; }
 
   const DriverFile& driver_;
   std::function<void()> idle_;
   bool avoidConverters_ = false;
-  bool isGarbled_ = false;  // a picture that CUPS's converter cannot read
-  bool isTurned_ = false;   // a photo that is stored sideways or upside down
   std::string name_;
   std::string title_;
   std::string path_;  // a regular file
-  DocumentKind kind_ = DocumentKind::kUnknown;
-  std::vector<uint8_t> start_;
-  uint64_t size_ = 0;
+  documents::FileKind kind_ = documents::FileKind::kUnknown;
   std::unique_ptr<PageSource> source_;
   class ConvertedSource* converted_ = nullptr;  // is source_, while no page has come
   unsigned pages_ = 0;
   std::string approximation_;
+  std::string maker_;
   std::vector<std::string> notes_;
 };
 

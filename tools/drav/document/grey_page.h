@@ -9,14 +9,15 @@
 #include <string>
 #include <vector>
 
-// No page may have more bytes: 4.5 m of A4-wide paper at 300 dpi.
+// No page of a raster file may have more bytes: 4.5 m of A4-wide paper at 300 dpi.
 inline constexpr uint64_t kMaxPageBytes = uint64_t{1} << 27U;
 
 // One page of CUPS raster. As documents come it is 8-bit K: a byte a pixel, 0 for no
 // ink. A raster file may hold anything that libcups reads.
 struct GreyPage {
   cups_page_header2_t header = {};
-  std::vector<uint8_t> pixels;  // header.cupsHeight rows of header.cupsBytesPerLine
+  std::vector<uint8_t> pixels;     // header.cupsHeight rows of header.cupsBytesPerLine
+  std::vector<std::string> notes;  // what the user should know, one line each
 };
 
 // Hands out pages in order.

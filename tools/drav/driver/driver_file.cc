@@ -10,7 +10,7 @@
 #include <memory>
 
 #include "common/ppd_lookup.h"
-#include "common/scope_guard.h"
+#include "documents/page_options.h"
 #include "filter/page_geometry.h"
 #include "tools/drav/driver/known_options.h"
 #include "tools/drav/driver/models.h"
@@ -101,7 +101,9 @@ void DriverFile::markOptions() {
   ppdMarkDefaults(ppd_.get());
   const ParsedOptions parsed(options_);
   cupsMarkOptions(ppd_.get(), parsed.count(), parsed.list());
+  std::vector<documents::Note> ignored;
   for (const cups_option_t& asked : parsed) {
+    (void)documents::takePageOption(asked.name, asked.value, wish_, ignored);
     ppd_option_t* option = ppdFindOption(ppd_.get(), asked.name);
     if (option == nullptr) noteUnknown(asked.name);
     if (option == nullptr || ppdFindChoice(option, asked.value) != nullptr ||
@@ -119,6 +121,7 @@ void DriverFile::markOptions() {
                      "\"; the filter takes " + current(asked.name).name +
                      " instead; the choices are " + names);
   }
+  for (documents::Note& note : ignored) notes_.push_back(std::move(note.text));
 }
 
 void DriverFile::noteUnknown(const std::string& name) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "documents/page_request.h"
 #include "tools/drav/io/scratch_folder.h"
 
 struct cups_page_header2_s;
@@ -59,6 +60,9 @@ class DriverFile {
   // The value that the job gives it, if it does.
   std::optional<std::string> given(const std::string& option) const;
 
+  // How the job wants its page placed.
+  const documents::PageWish& pageWish() const { return wish_; }
+
   // Name of the model for people, version included.
   std::string title() const;
 
@@ -88,7 +92,7 @@ class DriverFile {
   uint32_t printedColumns(const cups_page_header2_s& header) const;
 
   // What the user should know, one line each: options that nobody knows, and options
-  // with a value that the driver does not have, which the filter ignores.
+  // with a value that the driver, or the placing of a page, does not have and ignores.
   const std::vector<std::string>& notes() const { return notes_; }
 
  private:
@@ -108,6 +112,7 @@ class DriverFile {
   std::unique_ptr<ppd_file_s, PpdClose> ppd_;
   uint32_t resolutionX_ = 0;
   uint32_t resolutionY_ = 0;
+  documents::PageWish wish_;
   std::vector<std::string> notes_;
 };
 

@@ -51,7 +51,6 @@ class PageRun {
     if (!document_.open(request_.input, error)) return false;
     facts_.name = document_.name();
     facts_.title = document_.title();
-    facts_.isPicture = document_.isPicture();
     return visitAll(visitor, error);
   }
 
@@ -78,6 +77,7 @@ class PageRun {
 
   bool visitOne(const PageVisitor& visitor, const GreyPage& page, unsigned number,
                 std::string& error) {
+    for (const std::string& note : page.notes) addPageNote(note);
     for (const std::string& note : pageNotes(page, driver_)) addPageNote(note);
     gatherNotes();
     const double share = document_.share();
@@ -95,6 +95,7 @@ class PageRun {
 
   void gatherNotes() {
     facts_.approximation = document_.approximation();
+    facts_.maker = document_.maker();
     facts_.notes = driver_.notes();
     facts_.notes.insert(facts_.notes.end(), document_.notes().begin(), document_.notes().end());
   }
@@ -129,7 +130,8 @@ void addJobOptions(CLI::App& app, JobChoice& job) {
 
 void addPageOptions(CLI::App& app, PageRequest& request) {
   app.add_option("INPUT", request.input,
-                 "PDF, PNG, JPEG, PGM, text, CUPS or PWG raster; - is standard input")
+                 "PDF, PostScript, text, CUPS or PWG raster, or a picture: PNG, JPEG, WebP, TIFF, "
+                 "GIF, HEIC, AVIF, SVG, BMP, PBM, PGM, PPM; - is standard input")
       ->required();
   addJobOptions(app, request.job);
   app.add_option("--page", request.page, "Show only this page, counted from 1")
@@ -137,6 +139,11 @@ void addPageOptions(CLI::App& app, PageRequest& request) {
       ->check(CLI::Range(1U, 1'000'000U));
   app.add_flag("--approximate", request.approximate, "Make the pages without CUPS's converters");
   app.add_flag("-q,--quiet", request.quiet, "Print nothing but errors");
+}
+
+std::string accuracyText(const PageFacts& facts) {
+  if (!facts.approximation.empty()) return "approximate: " + facts.approximation;
+  return facts.maker.empty() ? "exact" : "exact, drawn by " + facts.maker;
 }
 
 bool runPages(const PageRequest& request, const PageVisitor& visitor, PageFacts& facts,

@@ -38,12 +38,15 @@ void addPageOptions(CLI::App& app, PageRequest& request);
 struct PageFacts {
   std::string name;                // of the input, for people
   std::string title;               // the same without its folders
-  bool isPicture = false;          // PNG, JPEG or portable
   std::string driver;              // of the driver file, for people
   std::string options;             // those that count for the picture, and those given
   std::string approximation;       // why the dots may differ from those of a queue; or empty
-  std::vector<std::string> notes;  // after the last page also those of pageNotes()
+  std::string maker;               // who drew the pages, as of Document::maker()
+  std::vector<std::string> notes;  // after the last page also those of the pages
 };
+
+// "exact", "exact, drawn by CUPS's converters" or "approximate: ...".
+std::string accuracyText(const PageFacts& facts);
 
 // A page, ready to be printed with any options.
 struct PageVisit {

@@ -185,7 +185,7 @@ class HtmlProofMaker {
             {"driver", facts.driver},
             {"options", facts.options},
             {"approximation", facts.approximation},
-            {"isPicture", facts.isPicture},
+            {"maker", facts.maker},
             {"notes", notes()},
             {"version", DRAV_VERSION},
             {"page",

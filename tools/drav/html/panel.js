@@ -197,16 +197,14 @@ function showSize(chosen) {
 }
 
 function aboutNotes() {
-  const { original, notes, approximation, isPicture, brightnesses } = proofData;
+  const { original, notes, approximation, maker } = proofData;
   const list = approximation
     ? [`Approximate: a print queue may send other dots. ${approximation}`]
     : ["After: every dot as the printer gets it, made by the filter that prints."];
+  if (maker) list.push(`The page was drawn by ${maker}.`);
   list.push("Before: the page in grey as it reaches the filter, mirrored and turned along with " +
     `its dots${original.shrink > 1 ? `, reduced to 1/${original.shrink}` : ""}.`);
   list.push("Paper length is that of the page, without feeds and cuts.");
-  if (isPicture && brightnesses.length > 1)
-    list.push("A picture file needs brightness as the queue's default: CUPS's converter takes " +
-      "the job's for its own.");
   return [...list, ...notes];
 }
 

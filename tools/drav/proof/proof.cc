@@ -72,12 +72,11 @@ PngNotes notesOf(const NumberedPage& page, const PageFacts& facts, const TextStr
   PngNotes notes;
   notes.dotsPerInchX = page.dots.dotsPerInchX;
   notes.dotsPerInchY = page.dots.dotsPerInchY;
-  const bool exact = facts.approximation.empty();
   notes.texts = {{"Software", "drav " DRAV_VERSION},
                  {"Source", facts.title + ", page " + std::to_string(page.number)},
                  {"Drav-Driver", facts.driver},
                  {"Drav-Options", facts.options},
-                 {"Drav-Accuracy", exact ? "exact" : "approximate: " + facts.approximation}};
+                 {"Drav-Accuracy", accuracyText(facts)}};
   if (strip.rows != 0) notes.texts.emplace_back("Drav-Strip-Rows", std::to_string(strip.rows));
   return notes;
 }

@@ -16,10 +16,6 @@ struct ProofArguments {
   ProofOutputs outputs;
 };
 
-std::string accuracyOf(const PageFacts& facts) {
-  return facts.approximation.empty() ? "exact" : "approximate: " + facts.approximation;
-}
-
 // "drawing-proof.png: 2400 x 3508 dots, 203.2 x 297.0 mm, 12.4 % black, exact"; for a
 // trimmed page "..., 203.2 x 120.0 mm, 177.0 mm of paper saved, ..."
 std::string summary(const ProofPicture& picture, const PageFacts& facts) {
@@ -37,14 +33,14 @@ std::string summary(const ProofPicture& picture, const PageFacts& facts) {
     line += text.data();
   }
   (void)std::snprintf(text.data(), text.size(), "%.1f %% black, ", picture.coverage * 100);
-  return line + text.data() + accuracyOf(facts);
+  return line + text.data() + accuracyText(facts);
 }
 
 // "drawing.html: page 1, 22 of 130 combinations of halftone and brightness, exact"
 std::string summary(const ProofHtml& html, const PageFacts& facts) {
   return html.path + ": page " + std::to_string(html.page) + ", " +
          std::to_string(html.combinations) + " of " + std::to_string(html.allCombinations) +
-         " combinations of halftone and brightness, " + accuracyOf(facts);
+         " combinations of halftone and brightness, " + accuracyText(facts);
 }
 
 int run(const ProofArguments& arguments) {
@@ -82,7 +78,8 @@ Command addProof(CLI::App& app) {
       "  drav proof drawing.png -o HalftoneType=Tattoo_X8 -O stencil.png\n"
       "  drav proof drawing.pdf --html drawing.html\n"
       "  drav proof receipts.pdf --page 2 --ppd /etc/cups/ppd/counter.ppd\n\n"
-      "DRAV_CUPSFILTER and DRAV_PDFTOPPM name the converters if drav does not find them.\n"
-      "If such a variable is set but empty, drav does without that converter.\n");
+      "DRAV_CUPSFILTER, DRAV_GHOSTSCRIPT and DRAV_PICTURE_READER name the programs that make "
+      "pages\nif drav does not find them. If such a variable is set but empty, drav does without "
+      "it.\n");
   return {proof, [arguments] { return run(*arguments); }};
 }

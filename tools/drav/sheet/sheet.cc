@@ -179,11 +179,6 @@ class SheetMaker {
                       crop_.height * kMillimetresPerInch / y) +
           lengthsText(" of ", sheet.pageWidth * kMillimetresPerInch / x,
                       sheet.pageHeight * kMillimetresPerInch / y));
-    if (option == "Brightness" && visit_.facts.isPicture)
-      sheet.titles.emplace_back(
-          "A picture file needs it as the queue's default: CUPS's converter takes the job's for "
-          "its "
-          "own");
     sheet.warns = !visit_.facts.approximation.empty();
     if (sheet.warns) sheet.titles.push_back("Approximate: " + visit_.facts.approximation);
   }

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+// Pages that documents/ makes of a file. Those of pictures are picturetodrav's, since paper,
+// options and header are read as there.
+#ifndef TOOLS_DRAV_DOCUMENT_PLACED_SOURCE_H_
+#define TOOLS_DRAV_DOCUMENT_PLACED_SOURCE_H_
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "documents/grey_pages.h"
+#include "filter/picture/picture_paper.h"
+#include "tools/drav/document/grey_page.h"
+#include "tools/drav/driver/driver_file.h"
+
+class PlacedSource : public PageSource {
+ public:
+  PlacedSource() = default;
+  ~PlacedSource() override;
+  PlacedSource(const PlacedSource&) = delete;
+  PlacedSource& operator=(const PlacedSource&) = delete;
+  PlacedSource(PlacedSource&&) = delete;
+  PlacedSource& operator=(PlacedSource&&) = delete;
+
+  // `idle` is called every so often while it waits. False with one line in `error`.
+  [[nodiscard]] bool open(const std::string& path, const DriverFile& driver,
+                          std::function<void()> idle, std::string& error);
+
+  Step next(GreyPage& page, std::string& error) override;
+
+ private:
+  int file_ = -1;
+  PicturePaper paper_;
+  std::string subject_;  // of its notes
+  std::unique_ptr<documents::GreyPages> pages_;
+};
+
+#endif  // TOOLS_DRAV_DOCUMENT_PLACED_SOURCE_H_
