@@ -20,6 +20,7 @@ BUILD_PACKAGES=(
   "libexif-dev|which way up the photos are that the drav tool reads"
   "libcairo2-dev|contact sheets and test pages of the drav tool"
   "libvips-dev|decodes pictures, in a program of its own"
+  "libpappl-dev|the IPP server of the printer application"
   "libseccomp-dev|keeps that program from network, files and other programs"
   "pkg-config|tells the build where cairo, libexif, libvips and libseccomp are"
 )
@@ -54,6 +55,7 @@ TEST_PACKAGES=(
   "binutils|readelf and objdump show how the programs were hardened"
   "git|names the files to check"
   "mandoc|linter of the manual pages"
+  "cups-ipp-utils|ipptool tests the printer application"
 )
 
 # shellcheck disable=SC2034
