@@ -231,25 +231,29 @@ size_t Connection::read(std::span<uint8_t> bytes, int milliseconds) {
   return got > 0 ? static_cast<size_t>(got) : 0;
 }
 
-void Connection::drain() {
+bool Connection::drain() {
   std::array<uint8_t, 256> bytes{};
-  for (int most = 64; most > 0 && read(bytes, 0) > 0; --most) {
+  for (int most = 64; most > 0 && waitFor(descriptor_, POLLIN, 0); --most) {
+    const ssize_t got = ::read(descriptor_, bytes.data(), bytes.size());
+    if (got < 0 && errno != EINTR && errno != EAGAIN) return false;
+    if (got == 0) break;
   }
+  return true;
 }
 
 // A socket that is closed over bytes that were not read is reset, and the reset throws
 // away what the printer has not taken yet.
-void Connection::finish(const GiveUp& giveUp) {
-  if (!isSocket_) return;
+bool Connection::finish(const GiveUp& giveUp) {
+  if (!isSocket_) return true;
   (void)::shutdown(descriptor_, SHUT_WR);
   const auto end = Clock::now() + kFinishTime;
   int left = 0;
-  while (::ioctl(descriptor_, SIOCOUTQ, &left) == 0 && left > 0 && Clock::now() < end &&
-         !giveUp()) {
-    drain();
+  while (drain()) {
+    if (::ioctl(descriptor_, SIOCOUTQ, &left) != 0 || left == 0) return drain();
+    if (Clock::now() > end || giveUp()) return false;
     (void)::poll(nullptr, 0, kSlice / 5);
   }
-  drain();
+  return false;
 }
 
 }  // namespace app

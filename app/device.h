@@ -62,11 +62,12 @@ class Connection {
   // Bytes that come within that time, at most as many as fit; 0 for none.
   size_t read(std::span<uint8_t> bytes, int milliseconds);
 
-  // Throws away what has come and was not read.
-  void drain();
+  // Throws away what has come and was not read. False when the connection has failed.
+  bool drain();
 
-  // Waits until the printer has got all of it, or `giveUp` says otherwise.
-  void finish(const GiveUp& giveUp);
+  // Waits until the printer has got all of it. False when it has not, or when `giveUp`
+  // says so.
+  bool finish(const GiveUp& giveUp);
 
  private:
   Connection(int descriptor, bool isSocket) : descriptor_(descriptor), isSocket_(isSocket) {}

@@ -79,7 +79,6 @@ bool DeviceJob::printPage(const cups_page_header2_t& header, const uint8_t* pixe
     }
     outcome_ = print_->startPage(header);
     if (outcome_ == Outcome::proceed) outcome_ = print_->printPage(pixels);
-    if (outcome_ == Outcome::proceed) papplJobSetImpressionsCompleted(job_, 1);
   }
   return outcome_ == Outcome::proceed;
 }
@@ -133,7 +132,7 @@ bool DeviceJob::finish() {
     good = good && ended;
     print_.reset();
     output_.reset();
-    connection_->finish(environment_.cancelRequested);
+    if (!connection_->finish(environment_.cancelRequested)) good = false;
   }
   connection_.reset();
   if (state_ != nullptr) state_->release();

@@ -87,6 +87,7 @@ class DocumentJob {
           return fail(error);
       }
       if (!device_.printPage(header, pixels_.data(), request_.copies)) return false;
+      papplJobSetImpressionsCompleted(job_, request_.copies);
     }
     return true;
   }

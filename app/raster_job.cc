@@ -59,7 +59,9 @@ class RasterJob {
       }
       return false;
     }
-    return device_.printPage(header_, page_.data(), request_.copies);
+    const bool printed = device_.printPage(header_, page_.data(), request_.copies);
+    if (printed) papplJobSetImpressionsCompleted(job_, request_.copies - 1);  // PAPPL counts one
+    return printed;
   }
 
   bool finish() { return device_.finish(); }

@@ -18,6 +18,7 @@ APP = os.environ["DRAV_PRINTER_APP"]
 FILTER = os.environ["DRAV_FILTER"]
 PICTURE_FILTER = os.environ["DRAV_PICTURE_FILTER"]
 PPDS = pathlib.Path(os.environ["DRAV_PPDS"])
+RASTER, PICTURE = "image/pwg-raster", "image/x-portable-anymap"
 ENDS = (CANCELED, ABORTED, COMPLETED)
 
 
@@ -76,6 +77,14 @@ class Server:
     def client(self, name: str) -> Client:
         return Client(self.port, f"/ipp/print/{name}")
 
+    def wait_state(self, *words: str) -> None:
+        """Until the state file says all of them."""
+        end = time.monotonic() + 10
+        while not self.state.exists() or not all(one in self.state.read_text() for one in words):
+            if time.monotonic() > end:
+                raise AssertionError(f"the state file does not say {words}")
+            time.sleep(0.05)
+
     def stop(self, number: int = signal.SIGTERM) -> float:
         """Seconds that it took to end."""
         assert self.process is not None
@@ -103,10 +112,25 @@ class AppCase(unittest.TestCase):
         cls.server = Server(cls.folder, *cls.options)
         cls.addClassCleanup(cls.server.stop, signal.SIGKILL)
 
+    @classmethod
+    def shared_sink(cls) -> Sink:
+        one = Sink()
+        cls.addClassCleanup(one.close)
+        return one
+
     def sink(self, **settings) -> Sink:
         one = Sink(**settings)
         self.addCleanup(one.close)
         return one
+
+    def submit(self, client: Client, document: bytes) -> int:
+        """The number of a picture job, which the server keeps until it can be printed."""
+        status, answer = client.print_job(PICTURE, document)
+        self.assertEqual(status, 0, answer)
+        return answer["job-id"][0]
+
+    def reasons(self, client: Client) -> set[str]:
+        return set(client.printer()["printer-state-reasons"])
 
     def printed(self, client: Client, format_: str, document: bytes,
                 *job: Attribute) -> dict:
@@ -128,11 +152,16 @@ class AppCase(unittest.TestCase):
         self.assertEqual(job["job-state"], [COMPLETED], f"{job}\n{self.log_tail()}")
 
     def assertAborted(self, job: dict) -> None:
-        self.assertEqual(job["job-state"], [ABORTED], f"{job}\n{self.log_tail()}")
+        self.assertEqual(job["job-state"], [ABORTED], str(job))
         self.assertTrue(self.server.lives)
 
+    def assertSameBytes(self, got: bytes, want: bytes) -> None:
+        at = next((i for i, (a, b) in enumerate(zip(got, want)) if a != b), -1)
+        self.assertTrue(got == want, f"{len(got)} bytes, not {len(want)}; they differ at {at}")
+
     def log_tail(self) -> str:
-        return self.server.log.read_text(errors="replace")[-2500:]
+        lines = self.server.log.read_text(errors="replace").splitlines()
+        return "\n".join([line for line in lines if "response:" not in line][-40:])
 
 
 def filtered(document: bytes, options: str = "", model: str = "dravsa43",
@@ -179,7 +208,12 @@ def urf(pages: list[Page]) -> bytes:
     out = b"UNIRAST\0" + struct.pack(">I", len(pages))
     for one in pages:
         width, height = one.header["cupsWidth"], one.header["cupsHeight"]
-        out += struct.pack(">BBBBIIIII8x", 8, 0, 1, 4, 0, width, height,
-                           one.header["HWResolution"][0], 0)[:32]
+        out += struct.pack(">BBBB8xIII8x", 8, 0, 1, 4, width, height,
+                           one.header["HWResolution"][0])
         out += compress(one.pixels, width)
     return out
+
+
+def picture(width: int = 60, height: int = 40) -> bytes:
+    """A portable map: as large as its pixels."""
+    return b"P5 %d %d 255\n" % (width, height) + drawing(width, height)

@@ -89,6 +89,7 @@ class _Reader:
                 name = str(value)
             else:
                 members.setdefault(name, []).append(value)
+        self.take(self.number() + self.number())  # of the end, which has no name and no value
         return members
 
 

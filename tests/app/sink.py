@@ -34,7 +34,8 @@ class Sink:
         self._connections: set[socket.socket] = set()
         self._socket = socket.socket()
         self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
+        if stall_at is not None:  # little is under way to a printer that waits
+            self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
         self._socket.bind(("127.0.0.1", port))
         self._socket.listen(8)
         self.port = self._socket.getsockname()[1]
@@ -105,9 +106,12 @@ class Sink:
     def job(self) -> bytes:
         """The one job that came since the last call."""
         (data,) = self.jobs(1)
+        self.forget()
+        return data
+
+    def forget(self) -> None:
         with self._changed:
             self._jobs.clear()
-        return data
 
     @property
     def overlaps(self) -> int:
