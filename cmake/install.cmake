@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # What is installed; DESTDIR stages all of it, cmake/layout.cmake has the folders.
-# Components: `driver`, `pictures` and `tools` are the same for everyone; `host` is what a
+# Components: `driver`, `pictures`, `tools` and `app` are the same for everyone; `host` is what a
 # distribution's package lays out in its own way (cmake/packages.cmake).
 drav_install_folders(driver ${DRAV_FILTER_DIR} ${DRAV_DRIVER_DIR})
 if(DRAV_LAYOUT STREQUAL "macos")
@@ -116,6 +116,14 @@ if(DRAV_LAYOUT STREQUAL "linux")
   drav_install_folders(pictures ${DRAV_CUPS_DATADIR}/mime)
   install(FILES ${PROJECT_SOURCE_DIR}/packaging/mime/drav.convs
           DESTINATION ${DRAV_CUPS_DATADIR}/mime COMPONENT pictures)
+endif()
+
+if(TARGET drav-printer-app AND DRAV_LAYOUT STREQUAL "linux")
+  drav_install_folders(app ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1)
+  install(TARGETS drav-printer-app RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT app
+          PERMISSIONS ${program_permissions})
+  install(FILES ${PROJECT_SOURCE_DIR}/man/drav-printer-app.1
+          DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT app)
 endif()
 
 if(TARGET drav-clean)

@@ -19,6 +19,7 @@ BUILD_PACKAGES=(
   "libarchive-dev|support bundles of drav doctor"
   "libcairo2-dev|contact sheets and test pages of the drav tool"
   "libvips-dev|decodes pictures, in a program of its own"
+  "libpappl-dev|the IPP server of the printer application"
   "libpango1.0-dev|sets text, in a program of its own"
   "libseccomp-dev|keeps these programs from network, files and other programs"
   "pkg-config|tells the build where cairo, libvips, pango and libseccomp are"
@@ -55,6 +56,7 @@ TEST_PACKAGES=(
   "binutils|readelf and objdump show how the programs were hardened"
   "git|names the files to check"
   "mandoc|linter of the manual pages"
+  "cups-ipp-utils|ipptool tests the printer application"
 )
 
 # shellcheck disable=SC2034

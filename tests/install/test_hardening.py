@@ -3,7 +3,7 @@
 """Stages an installation and looks at how its programs were hardened.
 
     test_hardening.py --cmake CMAKE --build FOLDER --filter-dir FOLDER
-                      [--with-clean] [--fortified] [--fortified-lists] [--control-flow]
+                      [--with-app] [--with-clean] [--fortified] [--fortified-lists] [--control-flow]
 """
 import argparse
 import os
@@ -51,6 +51,8 @@ class HardeningTest(unittest.TestCase):
             "picturetodrav": cls.stage / filter_dir.relative_to("/") / "picturetodrav",
             "drav": cls.stage / "usr/bin/drav",
             "drav-picture-reader": cls.stage / "usr/libexec/drav/drav-picture-reader"}
+        if ARGUMENTS.with_app:
+            cls.programs["drav-printer-app"] = cls.stage / "usr/bin/drav-printer-app"
         if ARGUMENTS.with_clean:
             cls.programs["drav-clean"] = cls.stage / "usr/libexec/drav/drav-clean"
 
@@ -154,6 +156,7 @@ def main() -> None:
     parser.add_argument("--build", required=True)
     parser.add_argument("--filter-dir", required=True)
     parser.add_argument("--with-clean", action="store_true")
+    parser.add_argument("--with-app", action="store_true")
     parser.add_argument("--fortified-lists", action="store_true")
     parser.add_argument("--fortified", action="store_true")
     parser.add_argument("--control-flow", action="store_true")

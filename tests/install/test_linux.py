@@ -41,6 +41,9 @@ def expected_files() -> dict[str, int]:
     modes |= {f"{prefix}/share/doc/drav/{name}": 0o644 for name in staged.guides()}
     if ARGUMENTS.with_completions:
         modes |= {f"{prefix}/share/{name}": 0o644 for name in staged.COMPLETIONS}
+    if ARGUMENTS.with_app:
+        modes[f"{prefix}/bin/drav-printer-app"] = 0o755
+        modes[f"{prefix}/share/man/man1/drav-printer-app.1"] = 0o644
     if ARGUMENTS.with_clean:
         modes[f"{prefix}/libexec/drav/drav-clean"] = 0o755
         for unit in ("service", "timer"):
@@ -206,6 +209,7 @@ def main() -> None:
     for name in ("cmake", "build", "prefix", "cups-filters", "cups-data"):
         parser.add_argument(f"--{name}", required=True)
     parser.add_argument("--with-clean", action="store_true")
+    parser.add_argument("--with-app", action="store_true")
     parser.add_argument("--with-completions", action="store_true")
     parser.parse_args(namespace=ARGUMENTS)
     harness.run_tests()

@@ -53,6 +53,18 @@ class ManualTest(unittest.TestCase):
                        if not re.search(rf"(?<![\w-]){option}(?![\w-])", entry[0])]
             self.assertEqual(missing, [], f"options of drav {command} that drav(1) does not tell of")
 
+    def test_printer_application_page_has_every_command(self):
+        page = rendered("drav-printer-app.1")
+        for command in ("server", "add", "autoadd", "modify", "delete", "default", "devices",
+                        "drivers", "printers", "options", "submit", "jobs", "cancel", "pause",
+                        "resume", "status", "shutdown"):
+            self.assertRegex(page, rf"\b{command}\b")
+        source = (staged.SOURCE / "app/server.cc").read_text(encoding="utf-8")
+        options = set(re.findall(r'options\.(?:text|isOn)\("([a-z-]+)"', source))
+        self.assertGreaterEqual(len(options), 10)
+        self.assertEqual([one for one in sorted(options - {"private-server"})  # PAPPL's own
+                          if not re.search(rf"\b{one}=", page)], [])
+
     def test_filter_page_has_every_key_that_the_filter_reads(self):
         page = rendered("rastertodrav.8")
         source = (staged.SOURCE / "filter/settings.cc").read_text(encoding="utf-8")

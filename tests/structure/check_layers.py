@@ -25,9 +25,10 @@ ALLOWED = {
     "filter/picture": {"filter/picture", "filter", "documents", "printer", "common",
                        "common/ppd_lookup", "cups"},
     "filter": {"filter", "printer", "common", "common/ppd_lookup", "image", "tattoo", "cups"},
+    "app": {"app", "filter", "filter/picture", "documents", "common", "cups", "pappl"},
 }
-FOLDERS = ("common", "documents", "simd", "image", "tattoo", "printer", "filter")
-LIBRARIES = {"cups", "hwy", "vips", "seccomp.h", "pango", "cairo.h"}  # those that not every folder may use
+FOLDERS = ("common", "documents", "simd", "image", "tattoo", "printer", "filter", "app")
+LIBRARIES = {"cups", "hwy", "vips", "seccomp.h", "pango", "cairo.h", "pappl"}  # not for every folder
 PPD_CALLERS = {"filter", "filter/picture", "common/ppd_lookup"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
@@ -95,6 +96,11 @@ def self_check():
         {"documents/a.cc": '#include "image/row_ops.h"\n'},
         {"filter/a.cc": '#include "tools/drav/render/render.h"\n'},
         {"filter/a.cc": '#include "documents/grey_pages.h"\n'},
+        {"filter/a.cc": '#include "app/device.h"\n'},
+        {"filter/a.cc": "#include <pappl/pappl.h>\n"},
+        {"app/a.cc": '#include "image/halftones.h"\n'},
+        {"app/a.cc": '#include "printer/mono_pack.h"\n'},
+        {"app/a.cc": "x = ppdFindOption(ppd, name);\n"},
     ]
     good = {
         "image/a.cc": '#include "simd/rows.h"\n',

@@ -1,0 +1,212 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""The server as a whole: its commands, its state, and what it must survive."""
+import http.client
+import pathlib
+import re
+import signal
+import socket
+import subprocess
+import time
+import unittest
+
+from app_case import (PICTURE, PICTURE_FILTER, RASTER, AppCase, Server, as_filter_raster, filtered, ink_page,
+                      picture, pwg)
+from ipp_client import ABORTED, BOOLEAN, INTEGER, KEYWORD, Attribute
+from picture_files import image, ramp, saved
+
+
+class CommandTest(AppCase):
+    def test_commands(self) -> None:
+        printer = self.sink()
+        run = self.server.run
+        for model in ("dravr582", "dravr802", "dravr803", "dravsa43"):
+            self.assertIn(f"{model} \"Drav ", run("drivers"))
+        run("devices")
+        self.server.add("first", printer.uri)
+        self.server.add("second", printer.uri, "dravr582")
+        self.assertEqual(run("printers").split(), ["first", "second"])
+        # PAPPL 1.3.1 tells the number of a new queue from the next start on.
+        self.server.wait_state('name="second"')
+        self.server.stop()
+        self.server.start()
+        run("default", "-d", "second")
+        self.assertEqual(run("default").strip(), "second")
+        self.assertIn("media=iso_a4_210x297mm", run("options", "-d", "first"))
+        run("pause", "-d", "first")
+        file = self.folder / "picture.pgm"
+        file.write_bytes(picture(60, 40))
+        self.assertEqual(run("submit", "-d", "first", str(file)).strip(), "first-1")
+        self.assertIn("picture.pgm", run("jobs", "-d", "first"))
+        run("cancel", "-d", "first", "-j", "1")
+        run("resume", "-d", "first")
+        self.assertEqual(run("-d", "first", "-o", "mirror=true", str(file)).strip(), "first-2")
+        printer.jobs(1)
+        run("status")
+        run("delete", "-d", "second")
+        self.assertEqual(run("printers").split(), ["first"])
+        run("modify", "-d", "first", "-o", "no-such-option=1")
+        self.assertIn("Unable", run("add", "-d", "third", "-v", printer.uri, "-m", "nobody",
+                                    status=1))
+        self.assertIn("Usage", run("--help"))
+        self.assertRegex(run("--version"), r"^\d+\.\d+\.\d+")
+        run("shutdown")
+        assert self.server.process is not None
+        self.server.process.wait(5)
+
+    def test_a_port_that_is_no_number(self) -> None:
+        self.assertIn("server-port", self.server.run("server", "-o", "server-port=x", status=1))
+
+
+class SecurityTest(AppCase):
+    options = ("pdf=no",)
+
+    def test_only_this_machine_reaches_the_server(self) -> None:
+        table = pathlib.Path("/proc/net/tcp").read_text() + pathlib.Path(
+            "/proc/net/tcp6").read_text()
+        mine = re.findall(rf": ([0-9A-F]+):{self.server.port:04X} [0-9A-F]+:0000 0A", table)
+        self.assertEqual(mine, ["0100007F"])
+
+    def test_web_pages_that_would_end_the_server_are_not_there(self) -> None:
+        for path in ("/", "/addprinter", "/config", "/logs", "/network", "/security"):
+            connection = http.client.HTTPConnection("127.0.0.1", self.server.port, timeout=10)
+            connection.request("GET", path)
+            self.assertEqual(connection.getresponse().status, 404, path)
+            connection.close()
+        self.assertTrue(self.server.lives)
+
+    def test_queues_print_into_files_only_where_that_is_allowed(self) -> None:
+        file = self.folder / "file"
+        file.touch()
+        self.assertIn("Unable", self.server.run("add", "-d", "f", "-v", f"file://{file}", "-m",
+                                                "dravsa43", status=1))
+
+    def test_pdf_is_refused_where_it_is_switched_off(self) -> None:
+        client = self.server.add("nopdf", self.sink().uri)
+        self.assertNotIn("application/pdf", client.printer()["document-format-supported"])
+        for format_ in ("application/pdf", "application/octet-stream", "image/png"):
+            status, answer = client.print_job(format_, b"%PDF-1.4\n")
+            if "job-id" in answer:
+                self.assertAborted(self.ended(client, answer["job-id"][0]))
+            else:
+                self.assertGreaterEqual(status, 0x400)
+
+    def test_bytes_that_are_no_request(self) -> None:
+        for data in (b"", b"\0" * 100, b"POST / HTTP/1.1\r\n\r\n", b"GET " + b"/" * 9000,
+                     b"POST /ipp/print HTTP/1.1\r\nContent-Type: application/ipp\r\n"
+                     b"Content-Length: 20\r\n\r\n" + bytes(range(20))):
+            with socket.create_connection(("127.0.0.1", self.server.port)) as one:
+                one.sendall(data)
+        self.server.add("after", self.sink().uri).printer()
+        self.assertTrue(self.server.lives)
+
+
+class LogTest(AppCase):
+    def test_a_log_that_grows_past_its_turning_point_does_not_stop_the_server(self) -> None:
+        folder = self.folder / "own"
+        folder.mkdir()
+        server = Server(folder, f"log-file={folder}/own.log")
+        self.addCleanup(server.stop, signal.SIGKILL)
+        client = server.add("queue", self.sink().uri)
+        log = folder / "own.log"
+        end = time.monotonic() + 60
+        while log.stat().st_size < 1_200_000 and time.monotonic() < end:
+            client.printer()
+        self.assertGreaterEqual(log.stat().st_size, 1_200_000)
+        self.assertEqual([one.name for one in folder.glob("own.log*")], ["own.log"])
+        self.assertCompleted(self.printed(client, RASTER, pwg([ink_page(64, 24)])))
+
+
+class StateTest(AppCase):
+    def restarted(self, number: int = signal.SIGKILL) -> None:
+        self.server.stop(number)
+        self.server.start()
+
+    def test_kill_keeps_queues_defaults_and_media(self) -> None:
+        printer = self.sink()
+        client = self.server.add("kept", printer.uri)
+        self.server.run("modify", "-d", "kept", "-o", "media-ready=iso_a6_105x148mm")
+        self.assertEqual(client.set_defaults(
+            Attribute(KEYWORD, "halftone-type-default", "sierra"),
+            Attribute(BOOLEAN, "mirror-default", True),
+            Attribute(INTEGER, "feed-lines-default", 5),
+            Attribute(INTEGER, "print-darkness-default", 80)), 0)
+        self.server.wait_state("halftone-type-default sierra", "feed-lines-default 5",
+                        "print-darkness-default 80", "iso_a6_105x148mm")
+        self.restarted()
+        page = ink_page(100, 30)
+        self.assertCompleted(self.printed(client, RASTER, pwg([page])))
+        self.assertSameBytes(printer.job(), filtered(
+            as_filter_raster([page], "Tattoo_A6"),
+            "HalftoneType=JarvisJudiceNinke StencilMirror=True FeedCutAfterJobEnd=5 "
+            "PrintDensity=12"))
+        self.assertEqual(client.printer()["media-ready"], ["iso_a6_105x148mm"])
+
+    def test_the_state_file_is_whole_at_every_moment(self) -> None:
+        client = self.server.add("whole", self.sink().uri)
+        self.server.wait_state("</Printer>")
+        (self.folder / "state.new").write_text("<Printer id=9 name=half")
+        seen = set()
+        for number in range(6):
+            client.set_defaults(Attribute(INTEGER, "feed-lines-default", number))
+            end = time.monotonic() + 3
+            while f"feed-lines-default {number}\n" not in (
+                    text := self.server.state.read_text()):
+                self.assertTrue(text.endswith("</Printer>\n"))
+                self.assertLess(time.monotonic(), end)
+            seen.add(self.server.state.stat().st_ino)
+        self.assertGreater(len(seen), 1)  # it is replaced, not written over
+
+    def test_a_driver_that_is_not_known_costs_its_own_queue_alone(self) -> None:
+        self.server.add("mine", self.sink().uri)
+        self.server.add("other", self.sink().uri)
+        self.server.wait_state('name="other"')
+        self.server.stop(signal.SIGKILL)
+        text = self.server.state.read_text()
+        blocks = text.split("<Printer ")
+        changed = [one.replace("dravsa43", "dravxx99") if 'name="other"' in one
+                   else one for one in blocks]
+        self.assertNotEqual(blocks, changed)
+        self.server.state.write_text("<Printer ".join(changed))
+        self.server.start()
+        names = self.server.run("printers").split()
+        self.assertIn("mine", names)
+        self.assertNotIn("other", names)
+
+    def test_a_job_that_had_sent_a_byte_is_not_started_again(self) -> None:
+        printer = self.sink(stall_at=20_000)
+        client = self.server.add("begun", printer.uri, "dravr803")
+        begun = self.submit(client, picture(850, 3000))
+        printer.wait_bytes(20_000)
+        waiting = self.submit(client, picture(60, 40))
+        self.server.wait_state(*(f'id="{one}" name="a job"' for one in (begun, waiting)))
+        self.server.stop(signal.SIGKILL)
+        printer.resume()
+        printer.jobs(1)
+        printer.forget()
+        self.server.start()
+        self.assertEqual(client.job(begun).get("job-state", [ABORTED]), [ABORTED])
+        time.sleep(0.5)
+        want = filtered(picture(60, 40), "KeepPictures=False", "dravr803",
+                        program=PICTURE_FILTER)
+        for data in printer.jobs():
+            self.assertSameBytes(data, want)
+
+
+class ConformanceTest(AppCase):
+    def test_ipptool_finds_no_fault(self) -> None:
+        printer = self.sink()
+        client = self.server.add("tested", printer.uri)
+        jpeg = self.folder / "page.jpg"
+        jpeg.write_bytes(saved(image(ramp(120, 80)), "JPEG"))
+        for suite in ("ipp-1.1.test", "ipp-2.0.test"):
+            with self.subTest(suite):
+                result = subprocess.run(["ipptool", "-tI", "-f", str(jpeg), client.uri, suite],
+                                        capture_output=True, text=True, timeout=120, check=False)
+                failed = [line for line in result.stdout.splitlines() if "[FAIL]" in line]
+                self.assertEqual(failed, [], result.stdout[-3000:])
+                self.assertGreater(result.stdout.count("[PASS]"), 25, result.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
