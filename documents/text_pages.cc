@@ -24,7 +24,7 @@ Placing wholePage(const Paper& paper, uint32_t height) {
 
 class TextPages : public PlacedPages {
  public:
-  TextPages(const Paper& paper, const PageWish& wish) : PlacedPages(wish.mirror), paper_(paper) {
+  TextPages(const Paper& paper, const PageWish& wish) : PlacedPages(wish), paper_(paper) {
     if (wish.landscape || wish.turn.value_or(Turn::kNone) != Turn::kNone)
       notes_.push_back({NoteKind::kOptionIgnored, "text is not turned"});
   }
@@ -62,10 +62,16 @@ class TextPages : public PlacedPages {
   }
 
  protected:
-  bool readRow(std::span<uint8_t> grey, std::string& error) override {
-    if (reader_.read(grey)) return true;
-    (void)fail(error);
-    return false;
+  bool readRow(std::span<uint8_t> levels, std::string& error) override {
+    const size_t width = levels.size() / channels();
+    if (!reader_.read(levels.first(width))) {
+      (void)fail(error);
+      return false;
+    }
+    // Grey is colour of equal parts; from the right, since both lie in one place.
+    for (size_t x = width; channels() > 1 && x-- > 0;)
+      std::fill_n(&levels[x * channels()], channels(), uint8_t{levels[x]});
+    return true;
   }
 
  private:
