@@ -24,18 +24,18 @@ struct Tables {
 };
 
 Tables makeTables() {
-  Tables tables;
-  for (size_t level = 0; level < tables.light.size(); ++level)
-    tables.light.at(level) = linear(static_cast<double>(level) / 255);
+  Tables made;
+  for (size_t level = 0; level < made.light.size(); ++level)
+    made.light.at(level) = linear(static_cast<double>(level) / 255);
   for (size_t level = 0; level < 255; ++level)
-    tables.above.at(level) = linear((static_cast<double>(level) + 0.5) / 255);
-  tables.above.back() = std::numeric_limits<double>::infinity();
-  for (size_t step = 0; step < tables.least.size(); ++step) {
+    made.above.at(level) = linear((static_cast<double>(level) + 0.5) / 255);
+  made.above.back() = std::numeric_limits<double>::infinity();
+  for (size_t step = 0; step < made.least.size(); ++step) {
     const double light = static_cast<double>(step) / kSteps;
-    const auto next = std::upper_bound(tables.above.begin(), tables.above.end(), light);
-    tables.least.at(step) = static_cast<uint8_t>(next - tables.above.begin());
+    const auto next = std::upper_bound(made.above.begin(), made.above.end(), light);
+    made.least.at(step) = static_cast<uint8_t>(next - made.above.begin());
   }
-  return tables;
+  return made;
 }
 
 const Tables& tables() {
@@ -43,12 +43,12 @@ const Tables& tables() {
   return kTables;
 }
 
-uint8_t greyOf(const Tables& tables, const uint8_t* pixel) {
+uint8_t greyOf(const Tables& all, const uint8_t* pixel) {
   if (pixel[0] == pixel[1] && pixel[1] == pixel[2]) return pixel[0];
-  const double light = 0.2126 * tables.light[pixel[0]] + 0.7152 * tables.light[pixel[1]] +
-                       0.0722 * tables.light[pixel[2]];
-  uint8_t level = tables.least[static_cast<size_t>(light * kSteps)];
-  while (light >= tables.above[level]) ++level;
+  const double light =
+      0.2126 * all.light[pixel[0]] + 0.7152 * all.light[pixel[1]] + 0.0722 * all.light[pixel[2]];
+  uint8_t level = all.least[static_cast<size_t>(light * kSteps)];
+  while (light >= all.above[level]) ++level;
   return level;
 }
 

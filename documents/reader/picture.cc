@@ -218,7 +218,7 @@ int makeGrey(VipsRegion* out, void* sequence, void* /*image*/, void* /*unused*/,
 VImage luminance8(const VImage& image) {
   VipsImage* colours = image.get_image();
   VipsImage* grey = vips_image_new();
-  const VImage owned(grey);
+  VImage owned(grey);
   g_object_ref(colours);
   vips_object_local(grey, colours);  // goes with it
   if (vips_image_pipelinev(grey, VIPS_DEMAND_STYLE_THINSTRIP, colours, nullptr) != 0)

@@ -19,7 +19,9 @@ Turn turnOf(unsigned degreesClockwise) {
   return kTurns.at(degreesClockwise / 90 % kTurns.size());
 }
 
-int64_t shareOf(int64_t room, Position position) {
+// Of the dots that `size` leaves of `reach`.
+int64_t shareOf(int64_t reach, int64_t size, Position position) {
+  const int64_t room = reach - size;
   return std::array<int64_t, 3>{0, room / 2, room}.at(static_cast<size_t>(position));
 }
 
@@ -91,13 +93,13 @@ Area cropArea(const ArtWish& wish, const Paper& paper, uint32_t width, uint32_t 
 ArtPlace placeArt(const ArtWish& wish, const Paper& paper, uint32_t width, uint32_t height) {
   const Area reach = reachOf(paper);
   ArtPlace place;
-  place.x = reach.left + shareOf(int64_t{reach.width} - width, wish.across);
+  place.x = reach.left + shareOf(reach.width, width, wish.across);
   place.y = reach.top;
   place.pageHeight = paper.height;
   if (paper.roll)
     place.pageHeight = paper.top + std::min(height, reach.height) + paper.bottom;
   else
-    place.y += shareOf(int64_t{reach.height} - height, wish.along);
+    place.y += shareOf(reach.height, height, wish.along);
   return place;
 }
 

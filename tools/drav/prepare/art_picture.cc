@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 #include "documents/prepare/clean_drawing.h"
 #include "documents/prepare/outline_shapes.h"
@@ -55,7 +56,9 @@ bool readPart(documents::GreyPages& pages, const documents::GreyPage& page, cons
   std::vector<uint8_t> row(size_t{page.width} * channels);
   const size_t whole = size_t{page.placing.width} * channels;
   std::vector<uint8_t> wanted(whole);
-  levels.resize(size_t{part.width} * part.height * channels);
+  const auto skipped = static_cast<size_t>(part.left) * channels;
+  const auto width = static_cast<size_t>(part.width) * channels;
+  levels.resize(width * part.height);
   auto to = levels.begin();
   // All rows, since damage may show at the last one.
   for (uint32_t y = 0; y < page.placing.height; ++y) {
@@ -63,8 +66,8 @@ bool readPart(documents::GreyPages& pages, const documents::GreyPage& page, cons
     if (y < part.top || y - part.top >= part.height) continue;
     wanted.assign(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(whole));
     if (mirror) mirrorRow(wanted, channels);
-    const auto from = wanted.begin() + static_cast<std::ptrdiff_t>(size_t{part.left} * channels);
-    to = std::transform(from, from + static_cast<std::ptrdiff_t>(size_t{part.width} * channels), to,
+    const auto kept = std::span(wanted).subspan(skipped, width);
+    to = std::transform(kept.begin(), kept.end(), to,
                         [](uint8_t ink) { return static_cast<uint8_t>(255 - ink); });
   }
   return true;

@@ -41,8 +41,7 @@ std::string tenthsText(double value) {
 std::vector<std::string> lostInk(const ArtPicture& art, const ArtPlace& place,
                                  const documents::Paper& paper) {
   const Area reach = reachOf(paper);
-  const int64_t height =
-      paper.roll ? int64_t{place.pageHeight} - paper.top - paper.bottom : int64_t{reach.height};
+  const int64_t height = paper.roll ? place.pageHeight - paper.top - paper.bottom : reach.height;
   // The art's columns and rows within the reach.
   const auto within = [](int64_t at, int64_t size) { return std::clamp<int64_t>(at, 0, size); };
   const int64_t left = within(reach.left - place.x, art.width);

@@ -145,7 +145,7 @@ bool writeFiles(const PageStore& store, const std::string& out,
     OutputFile& file = files.emplace_back();
     if (!file.open(path, error)) return false;
     if (!store.copy(i, file.stream(), error)) {
-      error = printablePath(path) + ": " + error;
+      error.insert(0, printablePath(path) + ": ");
       return false;
     }
     if (!file.complete(error)) return false;

@@ -88,8 +88,7 @@ void PreparedPages::beginSheet(GreyPage& page) {
 
 bool PreparedPages::nextRow(std::span<uint8_t> row, std::string& /*error*/) {
   std::fill(row.begin(), row.end(), uint8_t{0});
-  const int64_t y = row_ - y_;
-  if (y >= 0 && y < part_.height) {
+  if (const int64_t y = row_ - y_; y >= 0 && y < part_.height) {
     const auto from = std::max<int64_t>(0, -x_);
     const auto to = std::min<int64_t>(part_.width, static_cast<int64_t>(row.size()) - x_);
     const uint8_t* art = &art_.ink[(part_.top + static_cast<size_t>(y)) * art_.width + part_.left];
@@ -97,7 +96,8 @@ bool PreparedPages::nextRow(std::span<uint8_t> row, std::string& /*error*/) {
   }
   for (const Stamp& stamp : stamps_) {
     if (row_ < stamp.top || row_ - stamp.top >= stamp.height || stamp.left >= row.size()) continue;
-    const uint8_t* ink = &stamp.ink[size_t{row_ - stamp.top} * stamp.width];
+    const uint32_t y = row_ - stamp.top;
+    const auto ink = std::span(stamp.ink).subspan(size_t{y} * stamp.width);
     const size_t width = std::min<size_t>(stamp.width, row.size() - stamp.left);
     for (size_t x = 0; x < width; ++x) row[stamp.left + x] = std::max(row[stamp.left + x], ink[x]);
   }

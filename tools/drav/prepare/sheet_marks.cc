@@ -58,8 +58,10 @@ double drawPlan(cairo_t* context, const SheetPlan& plan, uint32_t sheet) {
   const double cellHeight = std::min(height / plan.rows, kPlanWidthMm / (shape * plan.columns));
   const double cellWidth = cellHeight * shape;
   for (uint32_t i = 0; i < plan.sheets(); ++i) {
-    cairo_rectangle(context, kLineMm + i % plan.columns * cellWidth,
-                    kLineMm + i / plan.columns * cellHeight, cellWidth, cellHeight);
+    const uint32_t column = i % plan.columns;
+    const uint32_t row = i / plan.columns;
+    cairo_rectangle(context, kLineMm + column * cellWidth, kLineMm + row * cellHeight, cellWidth,
+                    cellHeight);
     if (i == sheet) cairo_fill_preserve(context);
     cairo_stroke(context);
   }
