@@ -53,7 +53,7 @@ void TextLines::readLine() {
   while (at_ < text_.size()) {
     const char* const start = text_.data() + at_;
     const gunichar letter = g_utf8_get_char(start);
-    const auto size = static_cast<size_t>(g_utf8_next_char(start) - start);
+    const auto size = static_cast<size_t>(g_utf8_skip[static_cast<unsigned char>(*start)]);
     at_ += size;
     if (letter == '\r' && at_ < text_.size() && text_[at_] == '\n') continue;
     if (letter == '\f') isPageEnd_ = true;
