@@ -94,11 +94,11 @@ bool isMarkup(std::span<const uint8_t> start) {
   std::string_view text(reinterpret_cast<const char*>(start.data()), start.size());
   const size_t at = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
   text.remove_prefix(std::min(at, text.size()));
-  constexpr std::array<std::string_view, 4> kMarks = {"<?xml", "<!doctype", "<html", "<svg"};
+  constexpr std::array<std::string_view, 4> kStarts = {"<?xml", "<!doctype", "<html", "<svg"};
   const auto lower = [](char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
   };
-  return std::any_of(kMarks.begin(), kMarks.end(), [&](std::string_view mark) {
+  return std::any_of(kStarts.begin(), kStarts.end(), [&](std::string_view mark) {
     return text.size() >= mark.size() && std::equal(mark.begin(), mark.end(), text.begin(),
                                                     [&](char a, char b) { return a == lower(b); });
   });

@@ -19,6 +19,11 @@ constexpr std::array<uint16_t, 32> kWindows1252 = {
     0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
 
+// Bytes of the letter that begins with this one.
+size_t sizeOf(char first) {
+  return static_cast<unsigned char>(g_utf8_skip[static_cast<unsigned char>(first)]);
+}
+
 void append(std::string& text, gunichar letter) {
   std::array<char, 6> bytes{};
   const int size = g_unichar_to_utf8(letter, bytes.data());
@@ -53,7 +58,7 @@ void TextLines::readLine() {
   while (at_ < text_.size()) {
     const char* const start = text_.data() + at_;
     const gunichar letter = g_utf8_get_char(start);
-    const auto size = static_cast<size_t>(g_utf8_next_char(start) - start);
+    const auto size = sizeOf(*start);
     at_ += size;
     if (letter == '\r' && at_ < text_.size() && text_[at_] == '\n') continue;
     if (letter == '\f') isPageEnd_ = true;
@@ -63,7 +68,8 @@ void TextLines::readLine() {
       do {
         cells_.push_back({" ", 1, true});
       } while (++column % kTabColumns != 0);
-    } else if (g_unichar_iszerowidth(letter) || g_unichar_type(letter) == G_UNICODE_SPACING_MARK) {
+    } else if (g_unichar_iszerowidth(letter) != 0 ||
+               g_unichar_type(letter) == G_UNICODE_SPACING_MARK) {
       if (!cells_.empty() && ++marks <= kMostMarks) cells_.back().letter.append(start, size);
     } else if (g_unichar_iscntrl(letter) == 0) {
       const size_t columns = g_unichar_iswide(letter) != 0 ? 2 : 1;

@@ -65,8 +65,9 @@ void TextPage::chooseFont() {
       pango_context_get_metrics(context_.get(), font.get(), nullptr), pango_font_metrics_unref);
   const auto dots = [](int units) { return std::ceil(static_cast<double>(units) / PANGO_SCALE); };
   baseline_ = dots(pango_font_metrics_get_ascent(metrics.get()));
-  const double height = baseline_ + dots(pango_font_metrics_get_descent(metrics.get()));
-  lineHeight_ = static_cast<uint32_t>(std::clamp(std::ceil(height * upright_), 1.0, kMostHigh));
+  const double letterHeight = baseline_ + dots(pango_font_metrics_get_descent(metrics.get()));
+  lineHeight_ =
+      static_cast<uint32_t>(std::clamp(std::ceil(letterHeight * upright_), 1.0, kMostHigh));
 }
 
 size_t TextPage::mostLines() const {

@@ -215,7 +215,8 @@ class PicturesTest(CupsCase):
         received = queue.printer.wait_jobs(len(jobs))
         for number in numbers:
             self.assertEqual(self.cups.wait_job(number), ipp.COMPLETED, self.lines(number))
-            self.assertIn(f"/{program} (PID", "\n".join(self.cups.job_log(number)))
+            self.assertIn(program, re.findall(r"Started filter \S+/(\w+) ",
+                                              "\n".join(self.cups.job_log(number))))
         return [escpos_stream.page_rows(escpos_stream.decode(bytes(one.data)))
                 for one in received]
 

@@ -10,6 +10,7 @@ import tempfile
 import unittest
 
 import cups_raster
+import escpos_stream
 import harness
 from picture_files import Levels, exif, image, metres, png, ramp, saved
 from placing_model import Paper, place
@@ -175,6 +176,32 @@ class PictureFilterTest(unittest.TestCase):
             self.assertIn(f"ERROR:{line}", errors[0])
         for options in ("number-up=1", "page-ranges=1", "page-ranges=1-4", "page-ranges=-2"):
             self.assertEqual(self.run_filter(PICTURES, "dravsa43", options, good).returncode, 0)
+
+    def test_pages_of_a_document_on_a_roll(self) -> None:
+        """Which, in what order, how often; each page is as long as it is."""
+        lengths = (30, 40, 50)
+        data = b"%!PS\n" + b"".join(
+            b"<< /PageSize [%f %f] >> setpagedevice 9 9 20 20 rectfill showpage\n"
+            % (60 * 72 / 25.4, length * 72 / 25.4) for length in lengths)
+        for options, copies, want in (
+                ("", 1, (30, 40, 50)), ("page-ranges=2-3", 1, (40, 50)),
+                ("page-ranges=1,3", 1, (30, 50)), ("page-ranges=-2", 1, (30, 40)),
+                ("page-ranges=2-", 1, (40, 50)), ("page-set=even", 1, (40,)),
+                ("page-set=odd page-ranges=2-3", 1, (50,)), ("", 2, (30, 30, 40, 40, 50, 50)),
+                ("collate=true", 2, (30, 40, 50, 30, 40, 50)),
+                ("collate=true page-ranges=3", 2, (50, 50))):
+            with self.subTest(options, copies=copies):
+                result = self.run_filter(PICTURES, "dravr802", options, data, str(copies))
+                self.assertEqual(result.returncode, 0, result.stderr.decode())
+                rows = [len(page) for page in
+                        escpos_stream.page_rows(escpos_stream.decode(result.stdout))]
+                self.assertEqual(len(rows), len(want))
+                for got, length in zip(rows, want):
+                    self.assertLessEqual(abs(got - length / 25.4 * 203), 1)
+        for options in ("page-ranges=4", "page-set=even page-ranges=1"):
+            result = self.run_filter(PICTURES, "dravr802", options, data)
+            self.assertEqual((result.returncode, result.stdout), (1, b""))
+            self.assertIn(b"ERROR:The document has no page of those", result.stderr)
 
     def test_arguments(self) -> None:
         result = subprocess.run([PICTURES, "1"], capture_output=True, check=False, timeout=60)

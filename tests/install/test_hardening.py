@@ -23,8 +23,8 @@ ARGUMENTS = argparse.Namespace()
 # The command line's library prints numbers with std::to_string, which hands
 # vsnprintf on by its address.
 UNCHECKED = {"drav": {"vsnprintf"}}
-# Prints lines, and puts no text together by a format.
-WITHOUT_TEXTS = {"drav-picture-reader"}
+# Print lines, and put no text together by a format.
+WITHOUT_TEXTS = {"drav-picture-reader", "drav-text-reader"}
 # Of the C library, in every program.
 START_FILES = frozenset(("_start", "_init", "_fini"))
 
@@ -50,7 +50,8 @@ class HardeningTest(unittest.TestCase):
             "rastertodrav": cls.stage / filter_dir.relative_to("/") / "rastertodrav",
             "picturetodrav": cls.stage / filter_dir.relative_to("/") / "picturetodrav",
             "drav": cls.stage / "usr/bin/drav",
-            "drav-picture-reader": cls.stage / "usr/libexec/drav/drav-picture-reader"}
+            **{name: cls.stage / "usr/libexec/drav" / name
+               for name in ("drav-picture-reader", "drav-text-reader")}}
         if ARGUMENTS.with_app:
             cls.programs["drav-printer-app"] = cls.stage / "usr/bin/drav-printer-app"
         if ARGUMENTS.with_clean:

@@ -38,7 +38,8 @@ class MacLayoutTest(unittest.TestCase):
         for command in (configure, make):
             subprocess.run(command, check=True, capture_output=True, stdin=subprocess.DEVNULL)
         (build / "bin").mkdir(exist_ok=True)
-        for program in ("rastertodrav", "drav", "drav-clean", "drav-picture-reader", "picturetodrav"):
+        for program in ("rastertodrav", "drav", "drav-clean", "drav-picture-reader",
+                        "drav-text-reader", "picturetodrav"):
             if (pathlib.Path(ARGUMENTS.build) / "bin" / program).exists():
                 shutil.copy2(pathlib.Path(ARGUMENTS.build) / "bin" / program, build / "bin")
         if ARGUMENTS.with_completions:
