@@ -88,6 +88,10 @@ class PicturePage {
     if (step == Step::end) return Outcome::ended;
     if (step == Step::failed) return fail(error);
     logNotes(page.notes);
+    ++number_;
+    if (!page.lost.empty())
+      dravLogCommon(kLogWarning, "drav: page %d: %s", number_,
+                    lostInkText(page.lost, paper_.paper.dpiX, paper_.paper.dpiY).c_str());
     header_ = picturePageHeader(paper_, page.height);
     const Outcome checked = checkPage(header_);
     if (checked != Outcome::proceed) return checked;
@@ -118,6 +122,7 @@ class PicturePage {
 
   const FilterEnvironment& environment_;
   const PicturePaper& paper_;
+  int number_ = 0;
   cups_page_header2_t header_ = {};
   std::vector<uint8_t> pixels_;
 };
