@@ -40,8 +40,8 @@ function inSight(from, to, count, { shrink, start, reversed }) {
 // The part of a picture that is in sight. `across` and `down` say where it lies.
 function drawPicture(context, view, picture, across, down) {
   if (view.zoom * across.shrink < 1) {
-    const { canvas, x: left, y: top } = reducedPicture(picture, view.zoom, across, down);
-    context.drawImage(canvas, left + view.screenX(0), top + view.screenY(0));
+    const seen = reducedPicture(picture, view, across, down);
+    if (seen) context.drawImage(seen.canvas, seen.x, seen.y);
     return;
   }
   const x = inSight(view.x, view.x + view.width / view.zoom, picture.width, across);
