@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "documents/buffered_child.h"
+#include "documents/lost_part.h"
 #include "documents/luminance.h"
 #include "documents/placed_pages.h"
 #include "documents/reader_protocol.h"
@@ -66,14 +67,17 @@ std::string_view lineWith(std::string_view text, std::string_view part) {
 class GhostscriptPages : public PlacedPages {
  public:
   GhostscriptPages(int descriptor, FileKind kind, const Paper& paper, const PageWish& wish,
-                   const World& world)
+                   const World& world, uint32_t firstPage = 1)
       : PlacedPages(wish),
         descriptor_(descriptor),
         kind_(kind),
         paper_(paper),
         wish_(wish),
         world_(world),
-        head_{static_cast<double>(paper.dpiX), static_cast<double>(paper.dpiY)} {}
+        head_{static_cast<double>(paper.dpiX), static_cast<double>(paper.dpiY)},
+        page_(firstPage) {}
+
+  bool start(std::string& error) { return start(head_, error); }
 
   bool start(const Density& density, std::string& error) {
     ChildCommand command;
@@ -123,6 +127,13 @@ class GhostscriptPages : public PlacedPages {
     size_ = size;
     placing_ = placing;
     beginPage(facts_, placing, page);
+    page.lost = inkBeyondPage(
+        placing, paper_, wish_, [this](const Paper& paper, const PageWish& wish, std::string& why) {
+          auto again =
+              std::make_unique<GhostscriptPages>(descriptor_, kind_, paper, wish, world_, page_);
+          if (!again->start(why)) again.reset();
+          return again;
+        });
     unreadBytes_ = uint64_t{size.width} * size.height * kDrawn;
     rowsRead_ = 0;
     turned_.clear();
@@ -292,8 +303,8 @@ class GhostscriptPages : public PlacedPages {
   const World world_;
   const Density head_;
   BufferedChild drawing_;
-  Density density_;    // that the child draws with
-  uint32_t page_ = 1;  // its number
+  Density density_;  // that the child draws with
+  uint32_t page_;    // its number
   bool begun_ = false;
   Pixels size_;         // as drawn
   PictureFacts facts_;  // at the head's resolution
@@ -317,8 +328,7 @@ std::unique_ptr<GreyPages> openGhostscriptPages(int descriptor, FileKind kind, c
     return nullptr;
   }
   auto pages = std::make_unique<GhostscriptPages>(descriptor, kind, paper, wish, world);
-  const Density head = {static_cast<double>(paper.dpiX), static_cast<double>(paper.dpiY)};
-  if (!pages->start(head, error)) return nullptr;
+  if (!pages->start(error)) return nullptr;
   return pages;
 }
 

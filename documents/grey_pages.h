@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "common/lost_ink.h"
 #include "documents/file_kind.h"
 #include "documents/note.h"
 #include "documents/page_request.h"
@@ -33,6 +34,7 @@ struct GreyPage {
   PictureFacts facts;  // of what stands on it
   Placing placing;
   std::vector<Note> notes;
+  std::vector<LostInk> lost;  // beyond the page
 };
 
 enum class Step : uint8_t { page, end, failed };

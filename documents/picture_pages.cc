@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "documents/buffered_child.h"
+#include "documents/lost_part.h"
 #include "documents/placed_pages.h"
 #include "documents/reader_protocol.h"
 
@@ -12,15 +13,21 @@ namespace {
 
 class PicturePages : public PlacedPages {
  public:
-  PicturePages(FileKind kind, const Paper& paper, const PageWish& wish)
-      : PlacedPages(wish), kind_(kind), paper_(paper), wish_(wish) {}
+  PicturePages(int descriptor, FileKind kind, const Paper& paper, const PageWish& wish,
+               const World& world)
+      : PlacedPages(wish),
+        descriptor_(descriptor),
+        kind_(kind),
+        paper_(paper),
+        wish_(wish),
+        world_(world) {}
 
-  bool start(int descriptor, const World& world, std::string& error) {
+  bool start(std::string& error) {
     ChildCommand command;
-    command.program = world.pictureReader;
+    command.program = world_.pictureReader;
     command.arguments = {requestText(paper_, wish_)};
-    command.inputDescriptor = descriptor;
-    command.stopRequested = world.stopRequested;
+    command.inputDescriptor = descriptor_;
+    command.stopRequested = world_.stopRequested;
     // It limits its memory itself, once it has loaded its libraries.
     command.memoryBytes = UINT64_MAX;
     command.fileBytes = 0;
@@ -36,6 +43,10 @@ class PicturePages : public PlacedPages {
     if (!readFacts(reader_.readLine(kMostFactsLine), facts)) return fail(error);
     const Placing placing = placePicture(facts, paper_, wish_, &page.notes);
     beginPage(facts, placing, page);
+    page.lost = inkBeyondPage(
+        placing, paper_, wish_, [this](const Paper& paper, const PageWish& wish, std::string& why) {
+          return openPicturePages(descriptor_, kind_, paper, wish, world_, why);
+        });
     return Step::page;
   }
 
@@ -65,9 +76,11 @@ class PicturePages : public PlacedPages {
     return Step::failed;
   }
 
+  const int descriptor_;
   const FileKind kind_;
   const Paper paper_;
   const PageWish wish_;
+  const World world_;
   BufferedChild reader_;
   bool begun_ = false;
   bool failed_ = false;
@@ -82,8 +95,8 @@ std::unique_ptr<GreyPages> openPicturePages(int descriptor, FileKind kind, const
     error = "cannot be read: drav-picture-reader, which reads pictures, is not installed";
     return nullptr;
   }
-  auto pages = std::make_unique<PicturePages>(kind, paper, wish);
-  if (!pages->start(descriptor, world, error)) return nullptr;
+  auto pages = std::make_unique<PicturePages>(descriptor, kind, paper, wish, world);
+  if (!pages->start(error)) return nullptr;
   return pages;
 }
 

@@ -2,10 +2,12 @@
 #include "filter/print_job.h"
 
 #include <cstdlib>
+#include <string>
 
 #include "common/log.h"
 #include "common/private_file.h"
 #include "filter/commands.h"
+#include "filter/lost_side.h"
 #include "filter/page_geometry.h"
 
 namespace {
@@ -85,7 +87,7 @@ void PrintJob::warnOfColorSpace() {
 
 Outcome PrintJob::printPage(const uint8_t* pixels) {
   const LogScope log(environment_.log);
-  configurePrinter();
+  configurePrinter(pixels);
   const uint64_t bandsBefore = printer_->bandsSent();
   printer_->printImage(pixels, header_.cupsBytesPerLine, header_.cupsHeight, header_.cupsWidth);
   if (printer_->bandsSent() != bandsBefore) progress_.inkSinceFeed = true;
@@ -100,19 +102,25 @@ Outcome PrintJob::printPage(const uint8_t* pixels) {
 
 // The columns that do not print are those at the right end of the printed row, wherever
 // the options put the drawing's.
-void PrintJob::reportLostSide(uint64_t skippedPixels) const {
-  const uint32_t lost = header_.cupsWidth - printedColumns(skippedPixels, header_);
-  if (lost == 0 || (!settings_.stencilMirror && !settings_.halfTurn)) return;
-  dravLogCommon(kLogDebug, "The %s %u columns of the drawing lie beyond the head",
-                settings_.stencilMirror != settings_.halfTurn ? "left" : "right", lost);
+void PrintJob::reportLostSide(uint64_t skippedPixels, const uint8_t* pixels) const {
+  const uint32_t printed = printedColumns(skippedPixels, header_);
+  if (printed == header_.cupsWidth) return;
+  const bool isReversed = settings_.stencilMirror != settings_.halfTurn;
+  if (settings_.stencilMirror || settings_.halfTurn)
+    dravLogCommon(kLogDebug, "The %s %u columns of the drawing lie beyond the head",
+                  isReversed ? "left" : "right", header_.cupsWidth - printed);
+  const auto lost = inkBeyondHead(header_, printed, isReversed, pixels);
+  if (lost.empty()) return;
+  const std::string text = lostInkText(lost, header_.HWResolution[0], header_.HWResolution[1]);
+  dravLogCommon(kLogWarning, "drav: page %d: %s", pagesStarted_, text.c_str());
 }
 
-void PrintJob::configurePrinter() {
+void PrintJob::configurePrinter(const uint8_t* pixels) {
   const uint64_t maxLinePixels = maxMediaLinePixels(settings_.maxMediaWidth, header_);
   dravLogCommon(kLogDebug, "Calc skip pixels : maxMediaLinePixels(%u), cupsBytesPerLine(%u)",
                 static_cast<unsigned>(maxLinePixels), header_.cupsBytesPerLine);
   const uint64_t skippedPixels = skippedRightPixels(maxLinePixels, header_);
-  reportLostSide(skippedPixels);
+  reportLostSide(skippedPixels, pixels);
   printer_->setPageHeader(&header_);
   printer_->setRemoveBlankEdges(kMeasureBothEdges);
   printer_->setHalftoneType(settings_.halftoneType);

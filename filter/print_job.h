@@ -51,8 +51,8 @@ class PrintJob {
  private:
   void openRecord();
   void warnOfColorSpace();
-  void configurePrinter();
-  void reportLostSide(uint64_t skippedPixels) const;
+  void configurePrinter(const uint8_t* pixels);
+  void reportLostSide(uint64_t skippedPixels, const uint8_t* pixels) const;
   bool cancelled() const { return environment_.cancelRequested(); }
   bool checkOutput();
   void checkRecord();

@@ -76,6 +76,9 @@ class WholePage {
       if (step == Step::failed) return fail(error);
     } while (!choice.has(++number_));
     logNotes(page.notes);
+    if (!page.lost.empty())
+      dravLogCommon(kLogWarning, "drav: page %u: %s", number_,
+                    lostInkText(page.lost, paper_.paper.dpiX, paper_.paper.dpiY).c_str());
     header_ = picturePageHeader(paper_, page.height);
     const Outcome checked = checkPage(header_);
     if (checked != Outcome::proceed) return checked;

@@ -93,6 +93,49 @@ describe("a large page on a desktop", () => {
     assert.ok(x < 0 && zoom * page.width < box.width && zoom * page.width > box.width * 0.8);
   });
 
+  test("zoomed out, a pixel is the mean of the dots below it", async () => {
+    await proof.keys("#divider", "Home");
+    for (const halftone of ["Ordered", "Tattoo"]) {
+      await choose(proof, halftone);
+      await proof.compareMeans(dotsOf(page, page.halftones[halftone]), 200_000);
+    }
+    await proof.keys("#page", "-");
+    await proof.compareMeans(tattoo, 50_000);
+    await proof.keys("#page", "0");
+  });
+
+  test("hatches in the page before what lies beyond the head", async () => {
+    const hatched = async () => {
+      const { zoom, x } = await proof.view();
+      const [left, right] = [page.width, page.inkWidth].map((dot) => Math.round((dot - x) * zoom));
+      return proof.page.locator("#canvas").evaluate((canvas, parts) => parts.map(([from, to]) => {
+        const { data } = canvas.getContext("2d").getImageData(from, 0, to - from, canvas.height);
+        let count = 0;
+        for (let at = 0; at < data.length; at += 4) count += data[at] - data[at + 1] > 100 ? 1 : 0;
+        return count;
+      }), [[0, left - 1], [left + 1, right - 1]]);
+    };
+    assert.deepEqual(await hatched(), [0, 0], "after is hatched");
+    await proof.keys("#divider", "End");
+    const [beside, there] = await hatched();
+    assert.ok(beside === 0 && there > 500, `${beside} and ${there} pixels are hatched`);
+    assert.equal(await textOf(proof, "#accuracy"), "Exact dots, ink lost");
+    assert.match(await textOf(proof, "#notes"), /Not on the paper: ink lost at the right: 6\.\d mm, /);
+  });
+
+  test("the line that prints what is shown is copied", async () => {
+    await proof.page.context().grantPermissions(["clipboard-read", "clipboard-write"]);
+    await choose(proof, "Burkes");
+    await proof.page.locator("#copy").click();
+    await proof.page.locator("#copied", { hasText: "Copied." }).waitFor();
+    const line = "lp -d QUEUE -o HalftoneType=Burkes -o Brightness=0 -o StencilMirror=False " +
+      "-o HalfTurn=False -o InvertPage=False";
+    assert.equal(await textOf(proof, "#prints-with"), line);
+    assert.equal(await proof.page.evaluate(() => navigator.clipboard.readText()), line);
+    await choose(proof, "Tattoo");
+    assert.equal(await textOf(proof, "#copied"), "");
+  });
+
   test("a dot is a pixel at 1 : 1", async () => {
     await proof.keys("#divider", "Home");
     await proof.page.locator("#zoom-one").click();
@@ -275,7 +318,7 @@ describe("a small page by mouse and keys", () => {
       reached.push(found.id);
     }
     assert.deepEqual(reached, ["zoom-out", "zoom-in", "zoom-fit", "zoom-width", "zoom-one",
-      "zoom-dots", "page", "divider", "show-heaviest", "halftone", "lighter", "brightness",
+      "zoom-dots", "page", "divider", "show-heaviest", "copy", "halftone", "lighter", "brightness",
       "darker", "mirrored", "half-turn", "inverted"]);
   });
 
@@ -434,6 +477,22 @@ describe("a phone, by touch, in the dark", () => {
     const [width, inner] = await proof.page.evaluate(
       () => [document.documentElement.scrollWidth, window.innerWidth]);
     assert.ok(width <= 390 && inner === 390, `${width} of ${inner}`);
+  });
+
+  test("the list is reached beside the picture", async () => {
+    const bottom = await proof.page.locator("#page").evaluate((box) => box.getBoundingClientRect().bottom);
+    for (const halftone of Object.keys(page.halftones)) {
+      const row = proof.page.locator(`#halftones label:has(input[value="${halftone}"])`);
+      await row.evaluate((label) => label.scrollIntoView({ block: "nearest" }));
+      const box = await row.boundingBox();
+      // Boxes end within pixels, and lists scroll by whole ones.
+      assert.ok(box.y > bottom - 1 && box.y + box.height < 845, `${halftone} at ${box.y}`);
+      assert.equal(await proof.page.evaluate(() => window.scrollY), 0);
+    }
+    assert.ok(bottom > 844 * 0.45, `the picture ends at ${bottom}`);
+    assert.equal(await proof.page.locator("#halftones input").first().evaluate(
+      (input) => input.closest("section").getBoundingClientRect().top
+        < document.getElementById("figures").getBoundingClientRect().top), true);
   });
 
   test("is dark", async () => {

@@ -29,6 +29,17 @@ export class Dots {
     return `${(100 * this.black(from, to) / ((to - from) * this.width)).toFixed(1)} %`;
   }
 
+  // Area of the dots in a part whose edges may lie within dots.
+  blackIn(left, right, top, bottom) {
+    let area = 0;
+    for (let y = Math.floor(top); y < bottom; ++y)
+      for (let x = Math.floor(left); x < right; ++x)
+        if (x < this.width && y < this.rows && this.isDot(x, y))
+          area += (Math.min(right, x + 1) - Math.max(left, x)) *
+            (Math.min(bottom, y + 1) - Math.max(top, y));
+    return area;
+  }
+
   heaviestBand() {
     let best = { share: -1 };
     for (let from = 0; from < this.rows; from += BAND_ROWS) {
@@ -163,6 +174,26 @@ export class Proof {
     const compared = await this.compare((x, y) => dots.isDot(x, y - from) ? 0 : 255,
       { width: dots.width, from, rows: from + dots.rows }, part, zoom >= 8 ? 1 : 0);
     assert.ok(compared >= least, `only ${compared} dots were compared`);
+  }
+
+  // Below 1 : 1, pixels of the screen that lie whole on the page, with the mean of their dots.
+  async compareMeans(dots, least) {
+    const shot = await this.shoot();
+    const { zoom, x, y } = await this.view();
+    const [left, top] = [Math.round(x * zoom), Math.round(y * zoom)];
+    let compared = 0;
+    for (let row = 40; row < shot.height; ++row)
+      for (let column = 60; column < shot.width; ++column) {
+        const [from, to] = [(column + left) / zoom, (column + left + 1) / zoom];
+        const [above, below] = [(row + top) / zoom, (row + top + 1) / zoom];
+        if (from < 0 || above < 0 || to > dots.width || below > dots.rows) continue;
+        const level = 255 - 255 * dots.blackIn(from, to, above, below) * zoom * zoom;
+        const seen = shot.at(column, row);
+        if (Math.abs(seen - level) > 1)
+          assert.fail(`pixel ${column}, ${row} at ${zoom}: ${seen} instead of ${level}`);
+        ++compared;
+      }
+    assert.ok(compared >= least, `only ${compared} pixels were compared`);
   }
 
   // What tells one picture on the screen from another.

@@ -115,7 +115,7 @@ class Maker:
         given = [part for option in options.split() for part in ("-o", option)]
         self.proof(str(path), *given, "-O", str(png))
         out = png.with_suffix(".dots")
-        out.write_bytes(b"".join(pictures.read_png(png.read_bytes()).dots()))
+        out.write_bytes(b"".join(pictures.read_png(png.read_bytes()).page()))
         return str(out)
 
     def page(self, name: str, width: int, height: int, grain: int) -> dict:
@@ -126,13 +126,13 @@ class Maker:
         ink = self.folder / f"{name}.ink"
         ink.write_bytes(b"".join(rows))
         self.proof(str(path), "-O", str(self.folder / "size.png"))
-        dots = pictures.read_png((self.folder / "size.png").read_bytes())
+        dots = pictures.read_png((self.folder / "size.png").read_bytes()).page()
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
             halftones = pool.map(lambda one: self.dots(path, f"HalftoneType={one}"), HALFTONES)
             brightnesses = pool.map(lambda one: self.dots(path, f"Brightness={one}"), BRIGHTNESSES)
             ways = pool.map(lambda one: self.dots(path, one), WAYS)
-            return {"html": str(self.folder / f"{name}.html"), "width": dots.width,
-                    "rows": dots.height, "ink": str(ink), "inkWidth": width,
+            return {"html": str(self.folder / f"{name}.html"), "width": 8 * len(dots[0]),
+                    "rows": len(dots), "ink": str(ink), "inkWidth": width,
                     "halftones": dict(zip(HALFTONES, halftones)),
                     "brightnesses": dict(zip(BRIGHTNESSES, brightnesses)),
                     "ways": dict(zip(WAYS, ways))}

@@ -17,6 +17,7 @@ SANITIZED = "DRAV_SANITIZED" in os.environ
 class Page:
     numbers: list[int]
     notes: dict[int, str]
+    lost: dict[int, tuple[int, int, int, float]]  # by side: dots beyond, from, to; share
     width: int
     height: int
     rows: list[bytes]  # 0 is no ink
@@ -42,10 +43,14 @@ def split_pages(data: bytes) -> list[Page]:
     while at < len(data):
         name, *rest = line()
         assert name == "page", name
-        page = Page([int(word) for word in " ".join(rest).split()], {}, 0, 0, [])
+        page = Page([int(word) for word in " ".join(rest).split()], {}, {}, 0, 0, [])
         name, *rest = line()
         while name == "note":
             page.notes[int(rest[0])] = rest[1]
+            name, *rest = line()
+        while name == "lost":
+            side, *numbers = (int(word) for word in " ".join(rest).split())
+            page.lost[side] = (*numbers[:3], numbers[3] / numbers[4])
             name, *rest = line()
         page.width, page.height = int(rest[0]), int(rest[1])
         pixels = data[at:at + page.width * page.height]

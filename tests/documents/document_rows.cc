@@ -86,6 +86,9 @@ int pages(documents::GreyPages& source) {
     std::cout << "page " << text(page.placing) << '\n';
     for (const Note& note : page.notes)
       std::cout << "note " << static_cast<int>(note.kind) << ' ' << note.text << '\n';
+    for (const LostInk& lost : page.lost)
+      std::cout << "lost " << static_cast<int>(lost.side) << ' ' << lost.beyond << ' ' << lost.from
+                << ' ' << lost.to << ' ' << lost.ink << ' ' << lost.all << '\n';
     std::cout << "rows " << page.width << ' ' << page.height << '\n';
     std::vector<uint8_t> row(page.width);
     for (uint32_t y = 0; y < page.height; ++y) {

@@ -102,6 +102,16 @@ class GhostscriptTest(DocumentCase):
         grey = self.one_page(path, paper, "print-scaling=none", "position=bottom-right")
         self.assertLessEqual(set(b"".join(grey.rows)), {127, 128})
 
+    def test_ink_beyond_the_page(self) -> None:
+        document = self.pdf(page((144, 144), ""), quarters((144, 144)))
+        outcome = self.run_rows(document, Paper((300, 300), 450, 900), "print-scaling=none",
+                                "orientation-requested=3", "position=top-left")
+        self.assertEqual([one.lost.keys() for one in outcome.pages], [set(), {2}])
+        *place_of, share = outcome.pages[1].lost[2]
+        for found, wanted in zip(place_of, (150, 300, 600)):
+            self.assertLessEqual(abs(found - wanted), 1)
+        self.assertAlmostEqual(share, 128 * 150 / (300 * (255 + 128)), delta=0.002)
+
     def test_rolls(self) -> None:
         outcome = self.run_rows(self.pdf(quarters((72, 144)), quarters((72, 36))),
                                 Paper((300, 300), 400, 9000, roll=True))

@@ -312,6 +312,33 @@ class PictureTest(DocumentCase):
         self.assertEqual(page.height, HEIGHT)
         self.assertLevels(page, levels, (5, 0))
 
+    def test_ink_beyond_the_page(self) -> None:
+        """Of two black squares on white."""
+        levels = [[0 if (10 <= x < 30 and 10 <= y < 30) or (150 <= x < 170 and 40 <= y < 60)
+                   else 255 for x in range(200)] for y in range(100)]
+        path = self.write("squares.png", saved(image(levels), "PNG"))
+        left, right, bottom = 0, 2, 3
+        for paper, options, lost in (
+                ((200, 100), (), {}),
+                ((120, 100), ("position=left",), {right: (50, 40, 60, 0.5)}),
+                ((120, 100), ("position=left", "mirror"), {left: (50, 40, 60, 0.5)}),
+                ((120, 100), (), {left: (30, 10, 30, 0.5), right: (10, 40, 60, 0.25)}),
+                ((170, 100), ("position=left",), {}),
+                ((120, 100), ("orientation-requested=4", "position=top"),
+                 {bottom: (90, 20, 40, 0.5)}),
+                ((120, 100), ("orientation-requested=4", "position=top", "mirror"),
+                 {bottom: (90, 80, 100, 0.5)}),
+                ((300, 300), ("ppi=100", "position=left"), {right: (210, 120, 180, 0.5)}),
+                ((1000, 1000), ("ppi=30", "position=left"), {right: (700, 400, 600, 0.5)})):
+            with self.subTest(paper=paper, options=options):
+                got = self.one_page(path, Paper((300, 300), *paper), "print-scaling=none", *options)
+                self.assertEqual(got.lost.keys(), lost.keys())
+                soft = 6 if any("ppi" in option for option in options) else 0
+                for side, numbers in lost.items():
+                    for found, wanted in zip(got.lost[side][:3], numbers[:3]):
+                        self.assertLessEqual(abs(found - wanted), soft, got.lost)
+                    self.assertAlmostEqual(got.lost[side][3], numbers[3], delta=0.01 if soft else 0)
+
     def test_scaling_keeps_the_mean(self) -> None:
         """Down and up: what is grey stays so grey, edges stay where they are."""
         levels = [[0 if x < 120 else 200 for x in range(240)] for _ in range(80)]

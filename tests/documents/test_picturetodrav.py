@@ -139,7 +139,7 @@ class PictureFilterTest(unittest.TestCase):
                 ("inks.jpg", saved(colour.convert("CMYK"), "JPEG"), "dravsa43", "ppi=200x150",
                  "StencilMirror=True"),
                 ("map.pgm", b"P5 300 190 255 " + bytes(sum(levels, [])), "dravr582",
-                 "print-scaling=none", "orientation-requested=3"),
+                 "print-scaling=none", "orientation-requested=3", "ppi=100"),
                 ("sheet.tiff", saved(colour, "TIFF"), "dravr803", "fit-to-page", "TrimPaper=Both",
                  "orientation-requested=5"),
                 ("flat.webp", saved(colour, "WEBP"), "dravr582", "PageSize=Custom.48x90mm"),
@@ -152,8 +152,15 @@ class PictureFilterTest(unittest.TestCase):
                 path.write_bytes(data)
                 given = [part for option in options for part in ("-o", option)]
                 with tempfile.TemporaryDirectory(dir=self.folder) as folder:
-                    drawn = drav_case.proof_pages(DRAV, path, pathlib.Path(folder), "--ppd",
-                                                  str(PPDS / f"{model}.ppd"), *given)
+                    out = pathlib.Path(folder, "proof.png")
+                    done = subprocess.run([DRAV, "proof", str(path), "-O", str(out), "--ppd",
+                                           str(PPDS / f"{model}.ppd"), *given], check=True,
+                                          capture_output=True, timeout=100)
+                    drawn = [drav_case.pictures.read_png(out.read_bytes()).page()]
+                told = [line.partition("ink lost ")[2] for line in sent.stderr.decode().splitlines()
+                        if line.startswith("WARN:drav: page 1: ")]
+                self.assertEqual(bool(told), name in ("map.pgm", "drawn.svg"))
+                self.assertIn("; ".join(told), done.stderr.decode())
                 self.assertTrue(any(any(row) for row in drawn[0]), "the page is blank")
                 self.assertEqual(drawn, drav_case.pages_of(sent.stdout))
 

@@ -85,7 +85,7 @@ def proof_pages(drav: str, document: pathlib.Path, folder: pathlib.Path,
     assert done.returncode == 0, done.stderr
     files = [out] if out.exists() else sorted(
         folder.glob("proof-*.png"), key=lambda path: int(path.stem.rpartition("-")[2]))
-    return [pictures.read_png(path.read_bytes()).dots() for path in files]
+    return [pictures.read_png(path.read_bytes()).page() for path in files]
 
 
 class DravCase(unittest.TestCase):

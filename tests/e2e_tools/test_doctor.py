@@ -559,6 +559,8 @@ class QueueTest(DoctorCase):
         source = pathlib.Path(ARGUMENTS.source)
         seen = set()
         for path in (source / "README.md", *sorted((source / "docs").glob("*.md"))):
+            if path.name == "printer-application.md":
+                continue  # a server of its own, which asks no SNMP
             for uri in re.findall(r"-v ['\"]?((?:socket|usb|serial|parallel):[^\s'\"`]+)",
                                   path.read_text(encoding="utf-8")):
                 if not re.fullmatch(r"[\w:/.?=&%+-]+", uri):

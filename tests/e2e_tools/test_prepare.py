@@ -363,7 +363,7 @@ class BadInputTest(PrepareCase):
         good = picture(noise(60, 40))
         for name, data, words in (
                 ("cut.png", good[:-200], "cut.png: "), ("empty.png", b"", "is empty"),
-                ("text.png", b"just words\n", "is text"), ("noise.png", b"\x01\x02\xff" * 9, "kind"),
+                ("page.png", b"<html>words</html>\n", "is text that describes a page"), ("noise.png", b"\x01\x02\xff" * 9, "kind"),
                 ("claim.pgm", b"P5 65535 65535 255\n" + bytes(99), "claim.pgm"),
                 ("none.pdf", b"%PDF-1.4\nnothing", "none.pdf")):
             with self.subTest(name):

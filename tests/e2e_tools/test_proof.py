@@ -110,32 +110,60 @@ class RasterTest(DravCase):
             seen.add(b"".join(expected[0]))
         self.assertEqual(len(seen), 11, "two options made the same picture")
 
-    def note_of(self, page, *options):
+    def note_of(self, page, option):
         path = self.write("page.ras", cups_raster.stream([page, page]))
-        given = [part for option in options for part in ("-o", option)]
-        done = self.run_well("proof", path, *given, "-O", self.out / "a.png")
+        done = self.run_well("proof", path, "-o", option, "-O", self.out / "a.png")
         note = done.stderr.decode()
-        self.assertRegex(note, r"\A(drav: note: [^\n]+\n)?\Z")
+        self.assertRegex(note, r"\Adrav: note: [^\n]+\n\Z")
         return note
 
     def test_notes_of_the_page(self):
         """Each once, for both pages."""
-        wide = {"HWResolution": (300, 300)}
-        left = cups_raster.grey([b"\xff" * 70 + bytes(2409)] * 9, **wide)
-        right = cups_raster.grey([bytes(2409) + b"\xff" * 70] * 9, **wide)
-        for page, options, side in (
-                (left, (), ""), (right, (), "right"), (left, ("StencilMirror=True",), "left"),
-                (right, ("StencilMirror=True",), ""), (left, ("HalfTurn=True",), "left"),
-                (right, ("StencilMirror=True", "HalfTurn=True"), "right"),
-                (left, ("StencilMirror=True", "HalfTurn=True"), "")):
-            note = self.note_of(page, *options)
-            self.assertEqual(bool(note), bool(side), (side, options))
-            if side:
-                self.assertIn(f"wider than the print head: the {side} 6.9 mm of the drawing do",
-                              note)
-        self.assertIn("InvertPage prints large black areas", self.note_of(left, "InvertPage=True"))
+        self.assertIn("InvertPage prints large black areas", self.note_of(
+            cups_raster.grey([b"\xff" * 70] * 9), "InvertPage=True"))
         self.assertIn("the page prints without it", self.note_of(
             cups_raster.grey([bytes(1240)] * 9, cupsPageSizeName="Tattoo_A6"), "PaperFrame=3"))
+
+    def test_ink_that_is_lost_is_told_and_hatched(self):
+        """As the filter's log tells it."""
+        wide = {"HWResolution": (300, 300)}
+        left = cups_raster.grey([b"\xff" * 70 + bytes(2409)] * 40, **wide)
+        right = cups_raster.grey([bytes(2479)] * 20 + [bytes(2379) + b"\xff" * 100] * 20, **wide)
+        for page, options, told, column in (
+                (left, "", "", 0), (right, "StencilMirror=True", "", 0),
+                (right, "", "at the right: 6.9 mm, 81.0 %", 2400),
+                (left, "StencilMirror=True", "at the left: 6.9 mm, 100.0 %", 2400),
+                (left, "HalfTurn=True", "at the left: 6.9 mm, 100.0 %", 2400),
+                (right, "StencilMirror=True HalfTurn=True", "at the right: 6.9 mm, 81.0 %", 2400),
+                (left, "StencilMirror=True HalfTurn=True", "", 0)):
+            raster = cups_raster.stream([page])
+            path = self.write("page.ras", raster)
+            given = [part for option in options.split() for part in ("-o", option)]
+            done = self.run_drav("proof", path, *given, "--strict", "-O", self.out / "a.png")
+            line = f"drav: page 1: ink lost {told} of the ink"
+            self.assertEqual(done.returncode, 1 if told else 0)
+            self.assertEqual(done.stderr.decode(), f"{line}\n" if told else "", options)
+            log = subprocess.run([drav_case.FILTER, "1", "me", "", "1", options], input=raster,
+                                 capture_output=True, env={**os.environ, "PPD": drav_case.PPD},
+                                 check=True, timeout=60).stderr.decode().splitlines()
+            self.assertEqual([text for text in log if text.startswith("WARN:")],
+                             [f"WARN:{line}"] if told else [], options)
+            png = read_png((self.out / "a.png").read_bytes())
+            accuracy = f"exact; ink lost {told} of the ink" if told else "exact"
+            self.assertEqual(png.texts()["Drav-Accuracy"], accuracy)
+            self.assertTrue(done.stdout.decode().endswith(f", {accuracy}\n"))
+            self.assertEqual((png.width, "Drav-Margins" in png.texts()),
+                             (2440 if told else 2400, bool(told)))
+            if told:
+                halves = [any(row[column // 8:]) for row in png.dots()]
+                first = 0 if "HalfTurn" in options or page is left else 20
+                self.assertEqual(halves, [first <= y < first + (40 if page is left else 24)
+                                          for y in range(40)], options)
+            self.assert_same_dots([png.page()], filter_pages(raster, options))
+        quiet = self.run_drav("proof", path, "--strict", "--quiet", "-o", "HalfTurn=True", "-O",
+                              self.out / "a.png")
+        self.assertEqual((quiet.returncode, quiet.stdout, quiet.stderr), (1, b"", b""))
+        self.run_well("proof", path, "-o", "HalfTurn=True", "-O", self.out / "a.png")
 
     def test_the_queues_own_choices_are_named(self):
         text = pathlib.Path(drav_case.PPD).read_text("utf-8")
@@ -361,7 +389,8 @@ class ApproximateTest(DravCase):
         self.approximate("a.pdf", make_pdf([DRAWING]), env={"DRAV_CUPSFILTER": str(fake)})
 
     def test_nothing_serves(self):
-        nothing = {**APPROXIMATE, "DRAV_GHOSTSCRIPT": "", "DRAV_PICTURE_READER": ""}
+        nothing = {**APPROXIMATE, "DRAV_GHOSTSCRIPT": "", "DRAV_PICTURE_READER": "",
+                   "DRAV_TEXT_READER": ""}
         without = "(CUPS's cupsfilter is not installed)"
         for name, content, words in (
                 ("a.pdf", make_pdf([DRAWING]), ("a.pdf: cannot be drawn: Ghostscript", without)),

@@ -106,10 +106,13 @@ class HtmlTest(DravCase):
             halftone = data["halftones"][proof["halftone"]]["name"]
             brightness = data["brightnesses"][proof["brightness"]]["name"]
             dots = dots_of(proof["png"])
+            # The filter is asked for each way, and for each halftone and brightness in turn.
+            turn = (proof["halftone"] - proof["brightness"]) % len(HALFTONES) < 2
             with self.subTest(halftone=halftone, brightness=brightness):
                 options = (f"HalftoneType={halftone} Brightness={brightness} "
                            f"{way_options(*way_of(proof))}")
-                self.assert_same_dots([dots], filter_pages(raster, options))
+                if turn or brightness == "0":
+                    self.assert_same_dots([dots], filter_pages(raster, options))
                 self.check_figures(proof, dots)
                 if brightness == "0":
                     (inverted,) = filter_pages(raster, options + " InvertPage=True")
@@ -205,27 +208,18 @@ class HtmlTest(DravCase):
         expected |= {(job[0], i) for i in range(len(BRIGHTNESSES))}
         self.assertEqual(held, expected)
 
-    def test_file_stays_small_whatever_the_page(self):
-        noise = random.Random(7)
-        rows = [noise.randbytes(2400) for _ in range(2000)]
-        _, data = self.make(rows)
-        asked = [one for one in data["proofs"] if way_of(one) == (False, False)]
-        others = sum(len(one["png"]) for one in data["proofs"] if one not in asked)
-        self.assertLess((self.out / "a.html").stat().st_size - others, 15_000_000)
-        held = [(one["halftone"], one["brightness"]) for one in asked]
-        self.assertEqual(held[0], tuple(data["job"].values()))
-        self.assertTrue(10 <= len(held) < 22, len(held))
-        self.assertGreater(data["original"]["shrink"], 1)
-
-    def test_dense_photo_on_a4(self):
+    def test_file_of_a_dense_photo_on_a4_stays_small(self):
         noise = random.Random(7)
         rows = [noise.randbytes(2480) for _ in range(3508)]
         _, data = self.make(rows, HWResolution=(300, 300))
         self.assertLess((self.out / "a.html").stat().st_size, 25_000_000)
-        held = {(one["halftone"], one["brightness"], *way_of(one)) for one in data["proofs"]}
+        held = [(one["halftone"], one["brightness"], *way_of(one)) for one in data["proofs"]]
         halftone, brightness = data["job"].values()
+        self.assertEqual(held[0], (halftone, brightness, False, False))
         self.assertLessEqual({(i, brightness, False, False) for i in range(len(HALFTONES))} |
-                             {(halftone, brightness, *way) for way in WAYS}, held)
+                             {(halftone, brightness, *way) for way in WAYS}, set(held))
+        self.assertLess(len([one for one in held if one[2:] == (False, False)]), 22)
+        self.assertGreater(data["original"]["shrink"], 1)
 
     def test_page_before(self):
         rows = grey_rows(301, 40)

@@ -226,6 +226,24 @@ class SheetTest(DravCase):
         part = unpack(whole, 900 - CROP_WIDTH, 112, CROP_WIDTH, CROP_HEIGHT)
         self.assertIsNotNone(find_part(sheet, part), "the busiest part is not on the sheet")
 
+    def test_ink_that_is_lost_is_hatched_beside_the_page(self):
+        """In red, at the right of the overviews, which are 300 pixels wide."""
+        red = {}
+        for left, right in ((0, 0), (0, 200), (200, 0)):
+            rows = [b"\xff" * left + bytes(2479 - left - right) + b"\xff" * right] * 300
+            page = self.write("page.ras", cups_raster.stream([cups_raster.grey(
+                rows, HWResolution=(300, 300))]))
+            status = self.run_drav("sheet", page, "--over", "halftone", "--strict", "--crop", "0", "0",
+                                   "-O", self.out / "s.png")
+            self.assertEqual((status.returncode, status.stderr.decode()), (
+                1, "drav: page 1: ink lost at the right: 6.9 mm, 40.5 % of the ink\n")
+                if right else (0, ""))
+            sheet = self.read("s.png").rows
+            beside = [row[3 * 342:3 * 349] for row in sheet[len(sheet) // 2:]]
+            red[left, right] = sum(sum(row[::3]) - sum(row[1::3]) for row in beside)
+        self.assertEqual((red[0, 0], red[200, 0]), (0, 0))
+        self.assertGreater(red[0, 200], 10_000)
+
     def test_second_picture_that_fails_takes_the_first_with_it(self):
         blocked = self.out / "s-brightness.png"
         blocked.mkdir()

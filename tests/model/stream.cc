@@ -135,6 +135,36 @@ uint64_t lostColumns(uint64_t cupsWidth, uint64_t skip) {
   return sent < cupsWidth ? cupsWidth - sent : 0;
 }
 
+// What is told of ink in the columns that are lost, at the left or right of the picture; empty
+// when there is none. Levels from 8 on are ink.
+std::string lostInkText(const RasterPage& page, uint64_t lost, bool atLeft) {
+  uint64_t all = 0;
+  uint64_t gone = 0;
+  uint64_t furthest = 0;
+  for (uint64_t y = 0; y < page.height; ++y) {
+    for (uint64_t x = 0; x < page.cupsWidth; ++x) {
+      const uint64_t level = page.pixels[y * page.bytesPerLine + x];
+      if (level < 8) continue;
+      all += level;
+      const uint64_t fromEdge = atLeft ? x : page.cupsWidth - 1 - x;
+      if (fromEdge >= lost) continue;
+      gone += level;
+      if (lost - fromEdge > furthest) furthest = lost - fromEdge;
+    }
+  }
+  if (gone == 0) return "";
+  const auto tenths = [](uint64_t over, uint64_t under) {
+    const uint64_t count = over / under + (over % under * 2 >= under ? 1 : 0);
+    return std::to_string(count / 10) + "." + std::to_string(count % 10);
+  };
+  const std::string length = page.hwResolution == 0
+                                 ? std::to_string(furthest) + " dots"
+                                 : tenths(furthest * 254, page.hwResolution) + " mm";
+  const std::string share = gone * 2000 < all ? "0.1" : tenths(gone * 1000, all);
+  return std::string("ink lost at the ") + (atLeft ? "left" : "right") + ": " + length + ", " +
+         share + " % of the ink";
+}
+
 }  // namespace
 
 uint64_t skipPixels(double maxMediaWidth, uint32_t resolution, uint32_t bytesPerLine) {
@@ -233,11 +263,14 @@ JobResult runJob(const JobSettings& settings, const std::vector<RasterPage>& pag
     printer.skipRightPixels =
         skipPixels(settings.maxMediaWidth, page.hwResolution, page.bytesPerLine);
     const uint64_t lost = lostColumns(page.cupsWidth, printer.skipRightPixels);
+    const bool lostAtLeft = settings.stencilMirror ? !settings.halfTurn : settings.halfTurn;
     if (lost > 0 && (settings.stencilMirror || settings.halfTurn)) {
-      const char* side = settings.stencilMirror && settings.halfTurn ? "right" : "left";
+      const char* side = lostAtLeft ? "left" : "right";
       job.log.push_back(logLine(0, std::string("The ") + side + " " + std::to_string(lost) +
                                        " columns of the drawing lie beyond the head"));
     }
+    if (const std::string text = lostInkText(page, lost, lostAtLeft); !text.empty())
+      job.log.push_back(logLine(2, "drav: page " + std::to_string(pageCount) + ": " + text));
     printer.pageSizeName = page.pageSizeName;
     printer.mirror = settings.stencilMirror;
     printer.rotate180 = settings.halfTurn;

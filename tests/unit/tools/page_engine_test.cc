@@ -16,6 +16,7 @@
 #include "tests/support/scoped_env.h"
 #include "tools/drav/engine/page_turn.h"
 #include "tools/drav/job/job_stream.h"
+#include "tools/drav/proof/hatched_page.h"
 #include "tools/drav/sheet/busiest_part.h"
 
 namespace {
@@ -187,29 +188,71 @@ TEST(PageTurn, TurnsThePictureAndLeavesThePadding) {
 }
 
 // 2479 columns on a head of 2400 dots, of which the driver uses 2398.
-TEST(PageTurn, NotesNameTheSideOfTheDrawingThatIsLost) {
-  const auto notesOf = [](const std::vector<std::string>& options, uint32_t inked) {
+TEST(PageTurn, TheSideOfTheDrawingThatIsLostIsKnown) {
+  const auto lostOf = [](const std::vector<std::string>& options, uint32_t inked) {
     DriverFile driver;
     std::string error;
     EXPECT_TRUE(driver.open({"", "", options}, error)) << error;
     GreyPage page = greyPage(2479, 3);
     std::fill(page.pixels.begin(), page.pixels.end(), uint8_t{0});
-    page.pixels[2479 + inked] = 1;
-    return pageNotes(page, driver);
+    page.pixels[2479 + inked] = 255;
+    const auto lost = lostInkOf(page, driver);
+    return lost.empty() ? "" : lostInkText(lost, 300, 300);
   };
-  const auto names = [](const std::string& side) {
-    return testing::ElementsAre(HasSubstr("the " + side + " 6.9 mm of the drawing do not print"));
+  EXPECT_EQ(lostOf({}, 2398), "ink lost at the right: 0.1 mm, 100.0 % of the ink");
+  EXPECT_EQ(lostOf({}, 2397), "");
+  EXPECT_EQ(lostOf({"StencilMirror=True"}, 0), "ink lost at the left: 6.9 mm, 100.0 % of the ink");
+  EXPECT_EQ(lostOf({"StencilMirror=True"}, 81), "");
+  EXPECT_EQ(lostOf({"HalfTurn=True"}, 80), "ink lost at the left: 0.1 mm, 100.0 % of the ink");
+  EXPECT_EQ(lostOf({"HalfTurn=True"}, 2398), "");
+  EXPECT_EQ(lostOf({"StencilMirror=True", "HalfTurn=True"}, 2478),
+            "ink lost at the right: 6.9 mm, 100.0 % of the ink");
+  EXPECT_EQ(lostOf({"StencilMirror=True", "HalfTurn=True"}, 0), "");
+}
+
+TEST(PageTurn, ALostSideLiesOnThePaperAsTheDrawingDoes) {
+  cups_page_header2_t header = {};
+  header.cupsWidth = 100;
+  header.cupsHeight = 40;
+  const auto lies = [&header](Side side, const PageTurn& turn, Side where, uint32_t from) {
+    const LostInk lost = onPaper({side, 5, 10, 13, 0, 0}, header, turn);
+    EXPECT_EQ(lost.side, where);
+    EXPECT_EQ(lost.from, from);
+    EXPECT_EQ(lost.to, from + 3);
   };
-  EXPECT_THAT(notesOf({}, 2398), names("right"));
-  EXPECT_THAT(notesOf({}, 2397), testing::IsEmpty());
-  EXPECT_THAT(notesOf({"StencilMirror=True"}, 80), names("left"));
-  EXPECT_THAT(notesOf({"StencilMirror=True"}, 81), testing::IsEmpty());
-  EXPECT_THAT(notesOf({"HalfTurn=True"}, 80), names("left"));
-  EXPECT_THAT(notesOf({"HalfTurn=True"}, 2398), testing::IsEmpty());
-  EXPECT_THAT(notesOf({"StencilMirror=True", "HalfTurn=True"}, 2478), names("right"));
-  EXPECT_THAT(notesOf({"StencilMirror=True", "HalfTurn=True"}, 0), testing::IsEmpty());
-  EXPECT_THAT(notesOf({"InvertPage=True"}, 100),
-              testing::ElementsAre(HasSubstr("lower PrintDensity")));
+  lies(Side::left, {false, false}, Side::left, 10);
+  lies(Side::left, {true, false}, Side::right, 10);
+  lies(Side::left, {false, true}, Side::right, 27);
+  lies(Side::right, {true, true}, Side::right, 27);
+  lies(Side::top, {true, false}, Side::top, 87);
+  lies(Side::top, {false, true}, Side::bottom, 87);
+  lies(Side::bottom, {true, true}, Side::top, 10);
+}
+
+TEST(HatchedPage, HasAMarginWhereInkIsLost) {
+  DotPage page;
+  page.bytesPerRow = 2;
+  page.rows = 60;
+  page.firstRow = 7;
+  page.dotsPerInchX = page.dotsPerInchY = 203;
+  page.dots.assign(120, 0xA5);
+  const std::vector<LostInk> lost = {{Side::right, 5, 17, 47, 0, 0}, {Side::top, 5, 0, 16, 0, 0}};
+  const HatchedPage hatched = hatchLostInk(page, lost);
+  EXPECT_EQ(hatched.margins.text(), "0 24 24 0");
+  ASSERT_EQ(hatched.bytesPerRow, 5U);
+  ASSERT_EQ(hatched.rows, 84U);
+  const auto hasInk = [&hatched](uint32_t y, uint32_t from, uint32_t to) {
+    const auto row = hatched.dots.begin() + static_cast<std::ptrdiff_t>(y * 5);
+    return std::any_of(row + from, row + to, [](uint8_t byte) { return byte != 0; });
+  };
+  for (uint32_t y = 0; y < 84; ++y) {
+    EXPECT_EQ(hasInk(y, 2, 5), y >= 24 + 10 && y < 24 + 40) << y;
+    EXPECT_EQ(hasInk(y, 0, 2), y < 20 || y >= 24) << y;
+    if (y >= 24) {
+      EXPECT_EQ(hatched.dots[size_t{y} * 5], 0xA5) << y;
+    }
+  }
+  EXPECT_EQ(hatchLostInk(page, {}).dots, page.dots);
 }
 
 TEST_F(PageEngineTest, CountsDots) {

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "common/lost_ink.h"
+
 // No page of a raster file may have more bytes: 4.5 m of A4-wide paper at 300 dpi.
 inline constexpr uint64_t kMaxPageBytes = uint64_t{1} << 27U;
 
@@ -18,6 +20,7 @@ struct GreyPage {
   cups_page_header2_t header = {};
   std::vector<uint8_t> pixels;     // header.cupsHeight rows of header.cupsBytesPerLine
   std::vector<std::string> notes;  // what the user should know, one line each
+  std::vector<LostInk> lost;       // beyond the page
 };
 
 // Hands out pages in order.

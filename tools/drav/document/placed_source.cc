@@ -54,6 +54,7 @@ PageSource::Step PlacedSource::next(GreyPage& page, std::string& error) {
     if (!pages_->nextRow(std::span(page.pixels).subspan(start, placed.width), error))
       return Step::failed;
   }
+  page.lost = placed.lost;
   page.notes.clear();
   for (const documents::Note& note : placed.notes) page.notes.push_back(subject_ + note.text);
   return Step::page;

@@ -144,6 +144,13 @@ std::optional<std::string> DriverFile::given(const std::string& option) const {
   return found->value;
 }
 
+std::vector<std::pair<std::string, std::string>> DriverFile::parsedOptions() const {
+  std::vector<std::pair<std::string, std::string>> list;
+  for (const cups_option_t& option : ParsedOptions(options_))
+    list.emplace_back(option.name, option.value);
+  return list;
+}
+
 // "300dpi" or "300x600dpi", the name of the choice, is how drivers say it.
 void DriverFile::readResolution() {
   const char* name = dravPpdGetChoiceAsStrDefault(

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "documents/page_request.h"
@@ -57,6 +58,8 @@ class DriverFile {
   const std::vector<std::string>& givenOptions() const { return job_.options; }
   // True when the job names the option, whatever its case.
   bool isGiven(const std::string& option) const { return given(option).has_value(); }
+  // Name and value of each, as filters read them.
+  std::vector<std::pair<std::string, std::string>> parsedOptions() const;
   // The value that the job gives it, if it does.
   std::optional<std::string> given(const std::string& option) const;
 

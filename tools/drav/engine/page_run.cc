@@ -83,9 +83,15 @@ class PageRun {
     const double share = document_.share();
     const uint64_t steps = share < 0 ? 0 : 1000;
     progress_.show(share < 0 ? 0 : static_cast<uint64_t>(share * 1000), steps, pageText(number));
+    const std::vector<LostInk> lost = lostInkOf(page, driver_);
+    std::string text;
+    if (!lost.empty()) {
+      text = lostInkText(lost, page.header.HWResolution[0], page.header.HWResolution[1]);
+      facts_.losses.push_back(pageText(number) + ": " + text);
+    }
     PageEngine engine(driver_);
     if (engine.load(page, error) &&
-        visitor({number, page, engine, driver_, facts_, progress_, share}, error)) {
+        visitor({number, page, engine, driver_, facts_, progress_, share, lost, text}, error)) {
       if (engine.leftOutFrame()) addPageNote(kFrameLeftOut);
       return true;
     }
@@ -138,12 +144,17 @@ void addPageOptions(CLI::App& app, PageRequest& request) {
       ->type_name("N")
       ->check(CLI::Range(1U, 1'000'000U));
   app.add_flag("--approximate", request.approximate, "Make the pages without CUPS's converters");
+  app.add_flag("--strict", request.strict, "End with status 1 if ink is lost");
   app.add_flag("-q,--quiet", request.quiet, "Print nothing but errors");
 }
 
-std::string accuracyText(const PageFacts& facts) {
-  if (!facts.approximation.empty()) return "approximate: " + facts.approximation;
-  return facts.maker.empty() ? "exact" : "exact, drawn by " + facts.maker;
+std::string accuracyText(const PageFacts& facts, const std::string& lost) {
+  std::string text = "exact";
+  if (!facts.approximation.empty())
+    text = "approximate: " + facts.approximation;
+  else if (!facts.maker.empty())
+    text += ", drawn by " + facts.maker;
+  return lost.empty() ? text : text + "; " + lost;
 }
 
 bool runPages(const PageRequest& request, const PageVisitor& visitor, PageFacts& facts,
@@ -154,4 +165,14 @@ bool runPages(const PageRequest& request, const PageVisitor& visitor, PageFacts&
 
 void printNotes(const std::vector<std::string>& notes) {
   for (const std::string& note : notes) printNote(note);
+}
+
+void printNotes(const PageRequest& request, const PageFacts& facts) {
+  if (request.quiet) return;
+  printNotes(facts.notes);
+  for (const std::string& loss : facts.losses) (void)failCommand(loss);
+}
+
+int exitStatus(const PageRequest& request, const PageFacts& facts) {
+  return request.strict && !facts.losses.empty() ? kExitFindings : kExitDone;
 }

@@ -25,13 +25,14 @@ struct PageRequest {
   unsigned page = 0;         // the only page wanted, from 1; 0 for all
   bool approximate = false;  // without CUPS's converters
   bool quiet = false;
+  bool strict = false;  // ink that is lost is a finding
 };
 
 // Adds --ppd, --model and -o.
 void addJobOptions(CLI::App& app, JobChoice& job);
 
 // Adds INPUT and the options that fill a request: those of the job, --page,
-// --approximate, --quiet.
+// --approximate, --strict, --quiet.
 void addPageOptions(CLI::App& app, PageRequest& request);
 
 // What is known of a run besides its pages.
@@ -43,10 +44,12 @@ struct PageFacts {
   std::string approximation;       // why the dots may differ from those of a queue; or empty
   std::string maker;               // who drew the pages, as of Document::maker()
   std::vector<std::string> notes;  // after the last page also those of the pages
+  // "page 1: ink lost at the right: 6.8 mm, 1.3 % of the ink" for each page that loses some.
+  std::vector<std::string> losses;
 };
 
-// "exact", "exact, drawn by CUPS's converters" or "approximate: ...".
-std::string accuracyText(const PageFacts& facts);
+// "exact", "exact, drawn by CUPS's converters" or "approximate: ...", and what the page loses.
+std::string accuracyText(const PageFacts& facts, const std::string& lost);
 
 // A page, ready to be printed with any options.
 struct PageVisit {
@@ -57,6 +60,8 @@ struct PageVisit {
   const PageFacts& facts;
   Progress& progress;
   double share;  // of the input, as of Document::share()
+  const std::vector<LostInk>& lost;
+  const std::string& lostText;  // the same in words; empty for none
 };
 
 // What the user should know if PageEngine::leftOutFrame().
@@ -73,7 +78,13 @@ using PageVisitor = std::function<bool(const PageVisit& visit, std::string& erro
 [[nodiscard]] bool runPages(const PageRequest& request, const PageVisitor& visitor,
                             PageFacts& facts, std::string& error);
 
-// Prints the notes of a run, a line each, on standard error.
+// Prints notes, a line each, on standard error.
 void printNotes(const std::vector<std::string>& notes);
+// Prints the notes of a run and what its pages lose, a line each, on standard error, unless
+// the request is quiet.
+void printNotes(const PageRequest& request, const PageFacts& facts);
+
+// What a command ends with that has done all of the request.
+int exitStatus(const PageRequest& request, const PageFacts& facts);
 
 #endif  // TOOLS_DRAV_ENGINE_PAGE_RUN_H_

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "tools/drav/job/paper_scale.h"
+#include "filter/lost_side.h"
 
 namespace {
 
@@ -17,34 +17,6 @@ Row rowOf(const GreyPage& page, uint32_t y) {
 
 bool isPrintable(const GreyPage& page) {
   return page.header.cupsBitsPerPixel == 8 && page.header.cupsWidth <= page.header.cupsBytesPerLine;
-}
-
-// Whether any of the columns [from, to) holds ink.
-bool hasInk(const GreyPage& page, uint32_t from, uint32_t to) {
-  for (uint32_t y = 0; y < page.header.cupsHeight; ++y) {
-    const Row row = rowOf(page, y);
-    if (std::any_of(row + from, row + to, [](uint8_t level) { return level != 0; })) return true;
-  }
-  return false;
-}
-
-std::string lengthText(uint32_t columns, uint32_t dotsPerInch) {
-  if (dotsPerInch == 0) return std::to_string(columns) + " columns";
-  return fixedText(columns * kMillimetresPerInch / dotsPerInch, 1) + " mm";
-}
-
-// What of the drawing lies beyond the head; nothing if there is no ink.
-std::string lostSideNote(const GreyPage& page, const DriverFile& driver) {
-  const uint32_t width = page.header.cupsWidth;
-  const uint32_t lost = width - driver.printedColumns(page.header);
-  const bool left = turnOf(driver).isReversed();
-  const uint32_t from = left ? 0 : width - lost;
-  if (lost == 0 || !hasInk(page, from, from + lost)) return "";
-  const std::string side = left ? "left " : "right ";
-  return "the page is wider than the print head: the " + side +
-         lengthText(lost, page.header.HWResolution[0]) +
-         " of the drawing do not print, and something is drawn there; leave that side free, or "
-         "make the drawing smaller";
 }
 
 }  // namespace
@@ -67,11 +39,32 @@ GreyPage turnedPage(const GreyPage& page, const PageTurn& turn) {
   return turned;
 }
 
+std::vector<LostInk> lostInkOf(const GreyPage& page, const DriverFile& driver) {
+  std::vector<LostInk> lost = page.lost;
+  if (!isPrintable(page)) return lost;
+  const auto side = inkBeyondHead(page.header, driver.printedColumns(page.header),
+                                  turnOf(driver).isReversed(), page.pixels.data());
+  lost.insert(lost.end(), side.begin(), side.end());
+  return lost;
+}
+
+LostInk onPaper(LostInk lost, const cups_page_header2_t& header, const PageTurn& turn) {
+  const auto reverse = [&lost](uint32_t length) {
+    lost.from = length - std::exchange(lost.to, length - lost.from);
+  };
+  const bool isAcross = lost.side == Side::left || lost.side == Side::right;
+  if (isAcross && turn.isReversed())
+    lost.side = lost.side == Side::left ? Side::right : Side::left;
+  else if (!isAcross && turn.halfTurn)
+    lost.side = lost.side == Side::top ? Side::bottom : Side::top;
+  if (isAcross && turn.halfTurn) reverse(header.cupsHeight);
+  if (!isAcross && turn.isReversed()) reverse(header.cupsWidth);
+  return lost;
+}
+
 std::vector<std::string> pageNotes(const GreyPage& page, const DriverFile& driver) {
   std::vector<std::string> notes;
   if (!isPrintable(page)) return notes;
-  if (std::string lost = lostSideNote(page, driver); !lost.empty())
-    notes.push_back(std::move(lost));
   if (driver.isMarked("InvertPage", "True"))
     notes.emplace_back(
         "InvertPage prints large black areas, which heat the print head: lower PrintDensity, and "

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/lost_ink.h"
 #include "tools/drav/document/grey_page.h"
 #include "tools/drav/driver/driver_file.h"
 
@@ -35,6 +36,13 @@ PageTurn turnOf(const DriverFile& driver);
 
 // The page as it lies on the paper. REQUIRES: the filter takes it: a byte a pixel.
 GreyPage turnedPage(const GreyPage& page, const PageTurn& turn);
+
+// Ink of the page that does not reach the paper: beyond the page, then beyond the head. The
+// sides are those of the drawing, before the filter turns it.
+std::vector<LostInk> lostInkOf(const GreyPage& page, const DriverFile& driver);
+
+// The same side as the drawing lies on the paper.
+LostInk onPaper(LostInk lost, const cups_page_header2_t& header, const PageTurn& turn);
 
 // What the user should know of this page with the job's options, one line each.
 std::vector<std::string> pageNotes(const GreyPage& page, const DriverFile& driver);

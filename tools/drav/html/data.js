@@ -41,7 +41,21 @@ function inkOf(proof, choice) {
   return choice.inverted ? proof.inverted : proof;
 }
 
-// What prints a choice.
+const CHOSEN_HERE = ["halftonetype", "brightness", "stencilmirror", "halfturn", "invertpage"];
+
+// As a shell takes it.
+function quoted(text) {
+  return /^[\w=.,:+@%/-]+$/.test(text) ? text : `'${text.replaceAll("'", "'\\''")}'`;
+}
+
+// What prints a choice, with all else that was asked of the proof.
+function commandOf(choice) {
+  const others = proofData.given.filter(([name]) => !CHOSEN_HERE.includes(name.toLowerCase()))
+    .map(([name, value]) => `-o ${quoted(`${name}=${value}`)}`);
+  return ["lp -d QUEUE", optionsOf(choice), ...others].join(" ");
+}
+
+// The options of a choice.
 function optionsOf(choice) {
   const { halftones, brightnesses, switches } = proofData;
   const options = [["HalftoneType", halftones[choice.halftone].name],

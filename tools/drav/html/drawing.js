@@ -5,6 +5,8 @@
 const GRID_FROM = 8; // screen pixels a dot
 const LABEL_ROOM = 52; // CSS pixels between numbers of a ruler
 const TICK_ROOM = 5;
+const LOST_MARGIN = 3; // mm
+const HATCH_STEP = 8; // screen pixels
 const TICKS = [0.1, 0.2, 0.5, 1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000];
 
 function colour(name) {
@@ -37,6 +39,11 @@ function inSight(from, to, count, { shrink, start, reversed }) {
 
 // The part of a picture that is in sight. `across` and `down` say where it lies.
 function drawPicture(context, view, picture, across, down) {
+  if (view.zoom * across.shrink < 1) {
+    const seen = reducedPicture(picture, view, across, down);
+    if (seen) context.drawImage(seen.canvas, seen.x, seen.y);
+    return;
+  }
   const x = inSight(view.x, view.x + view.width / view.zoom, picture.width, across);
   const y = inSight(view.y, view.y + view.height / view.zoom, picture.height, down);
   if (x.count <= 0 || y.count <= 0) return;
@@ -45,8 +52,7 @@ function drawPicture(context, view, picture, across, down) {
   const top = view.screenY(y.from);
   const bottom = view.screenY(y.to);
   context.save();
-  context.imageSmoothingEnabled = view.zoom * across.shrink < 1;
-  context.imageSmoothingQuality = "high";
+  context.imageSmoothingEnabled = false;
   context.translate(x.reversed ? left + right : 0, y.reversed ? top + bottom : 0);
   context.scale(x.reversed ? -1 : 1, y.reversed ? -1 : 1);
   context.drawImage(picture, x.first, y.first, x.count, y.count, left, top, right - left, bottom - top);
@@ -74,6 +80,51 @@ function drawAfter(context, view, { picture, proof, choice }) {
   context.fillRect(left, top, view.screenX(proofData.page.columns) - left,
     view.screenY(row + rows) - top);
   context.globalCompositeOperation = "source-over";
+}
+
+// The side of the paper on which a side of the drawing lies.
+function sideOnPaper(side, { mirrored, halfTurn }) {
+  const across = { left: "right", right: "left" };
+  const down = { top: "bottom", bottom: "top" };
+  return (mirrored !== halfTurn && across[side]) || (halfTurn && down[side]) || side;
+}
+
+// Where ink is lost: what of the page lies beyond the head, or a margin beyond the page.
+function lostPlace({ side, from, to }, choice) {
+  const { original, page } = proofData;
+  const where = sideOnPaper(side, choice);
+  const isAcross = where === "left" || where === "right";
+  const length = isAcross ? original.rows : original.width;
+  const turned = isAcross ? choice.halfTurn : choice.mirrored !== choice.halfTurn;
+  const start = turned ? length - to : from;
+  const margin = LOST_MARGIN * (measure().name === "mm" ? measure()[isAcross ? "x" : "y"] : 8);
+  const beyond = { left: -margin, top: -margin, right: page.columns, bottom: original.rows }[where];
+  const deep = where === "right" ? Math.max(margin, original.width - page.columns) : margin;
+  return isAcross ? { x: beyond, y: start, width: deep, height: to - from }
+    : { x: start, y: beyond, width: to - from, height: deep };
+}
+
+function drawLost(context, view, choice) {
+  for (const lost of proofData.lost.sides) {
+    const { x, y, width, height } = lostPlace(lost, choice);
+    const [left, top] = [view.screenX(x), view.screenY(y)];
+    const right = Math.max(left + 4, view.screenX(x + width));
+    const bottom = Math.max(top + 4, view.screenY(y + height));
+    context.save();
+    context.beginPath();
+    context.rect(left, top, right - left, bottom - top);
+    context.clip();
+    context.beginPath();
+    const [first, last] = [Math.max(left, 0) - view.height, Math.min(right, view.width) + view.height];
+    for (let at = first - first % HATCH_STEP; at < last; at += HATCH_STEP) {
+      context.moveTo(at, view.height);
+      context.lineTo(at + view.height, 0);
+    }
+    context.strokeStyle = colour("--mark");
+    context.lineWidth = HATCH_STEP / 4;
+    context.stroke();
+    context.restore();
+  }
 }
 
 function clipped(context, left, right, height, draw) {
@@ -110,7 +161,9 @@ function drawPage(canvas, view, split, before, after) {
   context.fillStyle = colour("--desk");
   context.fillRect(0, 0, view.width, view.height);
   clipped(context, 0, divide, view.height, () => {
-    if (before) drawBefore(context, view, before, after?.choice ?? proofData.jobsWay);
+    const choice = after?.choice ?? proofData.jobsWay;
+    if (before) drawBefore(context, view, before, choice);
+    drawLost(context, view, choice);
   });
   clipped(context, divide, view.width, view.height, () => {
     if (!after?.picture) return;

@@ -2,6 +2,7 @@
 #include "tools/drav/html/html_proof.h"
 
 #include <algorithm>
+#include <array>
 #include <nlohmann/json.hpp>
 
 #include "tools/drav/engine/page_turn.h"
@@ -79,6 +80,7 @@ class HtmlProofMaker {
     proof.page = visit_.number;
     proof.combinations = jobsWayRound_;
     proof.allCombinations = space_.size();
+    proof.lost = visit_.lostText;
     // File names need not be UTF-8.
     proof.data = scriptSafe(json().dump(-1, ' ', false, Json::error_handler_t::replace));
     return true;
@@ -178,14 +180,27 @@ class HtmlProofMaker {
     return notes;
   }
 
+  // Of the drawing, as the original is.
+  Json lostSides() const {
+    constexpr std::array kNames = {"left", "top", "right", "bottom"};
+    Json list = Json::array();
+    for (const LostInk& lost : visit_.lost)
+      list.push_back({{"side", kNames.at(static_cast<size_t>(lost.side))},
+                      {"from", lost.from},
+                      {"to", lost.to}});
+    return list;
+  }
+
   Json json() const {
     const PageFacts& facts = visit_.facts;
     return {{"title", facts.title},
             {"number", visit_.number},
             {"driver", facts.driver},
             {"options", facts.options},
+            {"given", visit_.driver.parsedOptions()},
             {"approximation", facts.approximation},
             {"maker", facts.maker},
+            {"lost", {{"text", visit_.lostText}, {"sides", lostSides()}}},
             {"notes", notes()},
             {"version", DRAV_VERSION},
             {"page",

@@ -15,6 +15,7 @@ struct HtmlProof {
   std::string data;         // as writeHtmlFile() takes it
   size_t combinations = 0;  // of halftone and brightness that are in it
   size_t allCombinations = 0;
+  std::string lost;  // what of the page does not print; empty for nothing
 };
 
 // Pictures of a file together have about so many bytes at most. A dense photo on A4 with

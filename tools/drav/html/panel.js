@@ -197,10 +197,11 @@ function showSize(chosen) {
 }
 
 function aboutNotes() {
-  const { original, notes, approximation, maker } = proofData;
+  const { original, notes, approximation, maker, lost } = proofData;
   const list = approximation
     ? [`Approximate: a print queue may send other dots. ${approximation}`]
     : ["After: every dot as the printer gets it, made by the filter that prints."];
+  if (lost.text) list.push(`Not on the paper: ${lost.text}. Before shows it hatched.`);
   if (maker) list.push(`The page was drawn by ${maker}.`);
   list.push("Before: the page in grey as it reaches the filter, mirrored and turned along with " +
     `its dots${original.shrink > 1 ? `, reduced to 1/${original.shrink}` : ""}.`);
@@ -209,17 +210,30 @@ function aboutNotes() {
 }
 
 function showAbout() {
-  const { title, driver, number, approximation, options, version } = proofData;
+  const { title, driver, number, approximation, lost, options, version } = proofData;
   document.title = `${title} – proof`;
   byId("title").textContent = title;
   byId("subtitle").textContent = `Page ${number} · ${driver}`;
-  byId("accuracy").textContent = approximation ? "Approximate" : "Exact dots";
-  byId("accuracy").classList.toggle("warns", approximation !== "");
+  byId("accuracy").textContent =
+    (approximation ? "Approximate" : "Exact dots") + (lost.text ? ", ink lost" : "");
+  byId("accuracy").classList.toggle("warns", approximation !== "" || lost.text !== "");
   byId("notes").append(...aboutNotes().map((text) => element("li", "", text)));
   if (approximation) byId("notes").firstElementChild.className = "warns";
   for (const [name, value] of [["Made with", options], ["Made by", `drav ${version}`]])
     byId("facts").append(element("dt", "", name), element("dd", "", value));
   byId("unit").textContent = measure().name;
+}
+
+// Without the clipboard of the system the text is selected at least.
+async function copyCommand() {
+  const text = byId("prints-with");
+  try {
+    await navigator.clipboard.writeText(text.textContent);
+    byId("copied").textContent = "Copied.";
+  } catch {
+    getSelection().selectAllChildren(text);
+    byId("copied").textContent = document.execCommand("copy") ? "Copied." : "Copy what is selected.";
+  }
 }
 
 // All that tells of a choice, once there is a proof of it.
@@ -231,5 +245,6 @@ function showChoice(chosen, proof, choose) {
   showSwitchNote(chosen, choose);
   showFigures(proof, chosen);
   showSize(chosen);
-  byId("prints-with").textContent = optionsOf(chosen);
+  byId("prints-with").textContent = commandOf(chosen);
+  byId("copied").textContent = "";
 }

@@ -114,6 +114,7 @@ function listenToButtons() {
       changed();
     });
   byId("show-heaviest").addEventListener("click", showHeaviest);
+  byId("copy").addEventListener("click", copyCommand);
 }
 
 function listen() {

@@ -5,12 +5,14 @@
 #include <deque>
 
 #include "tools/drav/draw/text_strip.h"
+#include "tools/drav/engine/page_turn.h"
 #include "tools/drav/html/html_file.h"
 #include "tools/drav/html/html_proof.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/png_writer.h"
 #include "tools/drav/io/text.h"
 #include "tools/drav/job/paper_scale.h"
+#include "tools/drav/proof/hatched_page.h"
 
 namespace {
 
@@ -19,6 +21,8 @@ constexpr uint64_t kMaxDotBytes = uint64_t{1} << 30U;  // of all pages together
 struct NumberedPage {
   unsigned number = 0;
   DotPage dots;
+  std::vector<LostInk> lost;  // as it lies on the paper
+  std::string lostText;
 };
 
 double millimetres(uint32_t dots, uint32_t dotsPerInch) {
@@ -34,7 +38,9 @@ struct Collection {
 };
 
 bool collectDots(const PageVisit& visit, Collection& all, std::string& error) {
-  NumberedPage page{visit.number, {}};
+  NumberedPage page{visit.number, {}, {}, visit.lostText};
+  for (const LostInk& lost : visit.lost)
+    page.lost.push_back(onPaper(lost, visit.page.header, turnOf(visit.driver)));
   if (!visit.engine.print("", page.dots, error)) return false;
   if (page.dots.rows == 0) {
     all.notes.push_back("page " + std::to_string(visit.number) +
@@ -68,7 +74,8 @@ bool collectPages(const PageRequest& request, const ProofOutputs& outputs, Colle
   return false;
 }
 
-PngNotes notesOf(const NumberedPage& page, const PageFacts& facts, const TextStrip& strip) {
+PngNotes notesOf(const NumberedPage& page, const PageFacts& facts, const TextStrip& strip,
+                 const HatchedPage& hatched) {
   PngNotes notes;
   notes.dotsPerInchX = page.dots.dotsPerInchX;
   notes.dotsPerInchY = page.dots.dotsPerInchY;
@@ -76,19 +83,20 @@ PngNotes notesOf(const NumberedPage& page, const PageFacts& facts, const TextStr
                  {"Source", facts.title + ", page " + std::to_string(page.number)},
                  {"Drav-Driver", facts.driver},
                  {"Drav-Options", facts.options},
-                 {"Drav-Accuracy", accuracyText(facts)}};
+                 {"Drav-Accuracy", accuracyText(facts, page.lostText)}};
   if (strip.rows != 0) notes.texts.emplace_back("Drav-Strip-Rows", std::to_string(strip.rows));
+  if (!page.lost.empty()) notes.texts.emplace_back("Drav-Margins", hatched.margins.text());
   return notes;
 }
 
 // The strip above a page that is not exact; without rows for one that is.
-TextStrip stripOf(const DotPage& dots, const PageFacts& facts) {
+TextStrip stripOf(const DotPage& dots, uint32_t width, const PageFacts& facts) {
   if (facts.approximation.empty()) return {};
   constexpr double kTextMillimetres = 3;
   const double perMillimetre =
       (dots.dotsPerInchY != 0 ? dots.dotsPerInchY : 203) / kMillimetresPerInch;
   return makeTextStrip({"APPROXIMATE: a print queue may send other dots", facts.approximation},
-                       dots.width(), kTextMillimetres * perMillimetre);
+                       width, kTextMillimetres * perMillimetre);
 }
 
 bool writeRows(PngWriter& png, const std::vector<uint8_t>& dots, uint32_t bytesPerRow,
@@ -100,11 +108,12 @@ bool writeRows(PngWriter& png, const std::vector<uint8_t>& dots, uint32_t bytesP
 
 bool writePicture(PngWriter& png, const std::string& path, const NumberedPage& page,
                   const PageFacts& facts, std::string& error) {
-  const TextStrip strip = stripOf(page.dots, facts);
-  return png.open(path, page.dots.width(), strip.rows + page.dots.rows, error,
-                  notesOf(page, facts, strip)) &&
+  const HatchedPage hatched = hatchLostInk(page.dots, page.lost);
+  const TextStrip strip = stripOf(page.dots, hatched.width(), facts);
+  return png.open(path, hatched.width(), strip.rows + hatched.rows, error,
+                  notesOf(page, facts, strip, hatched)) &&
          writeRows(png, strip.dots, strip.bytesPerRow, error) &&
-         writeRows(png, page.dots.dots, page.dots.bytesPerRow, error) && png.complete(error);
+         writeRows(png, hatched.dots, hatched.bytesPerRow, error) && png.complete(error);
 }
 
 ProofPicture describe(const std::string& path, const NumberedPage& page) {
@@ -116,7 +125,8 @@ ProofPicture describe(const std::string& path, const NumberedPage& page) {
           millimetres(dots.width(), dots.dotsPerInchX),
           millimetres(dots.rows, dots.dotsPerInchY),
           millimetres(dots.pageRows - dots.rows, dots.dotsPerInchY),
-          static_cast<double>(countDots(dots)) / (static_cast<double>(dots.width()) * dots.rows)};
+          static_cast<double>(countDots(dots)) / (static_cast<double>(dots.width()) * dots.rows),
+          page.lostText};
 }
 
 bool checkOutputs(const ProofOutputs& outputs, const PageRequest& request, std::string& error) {
@@ -150,7 +160,8 @@ bool writePictures(const PageRequest& request, const std::string& path, const Co
 bool writePage(const std::string& path, const Collection& all, ProofReport& report,
                OutputFile& file, std::string& error) {
   if (!all.html) return true;
-  report.html = {path, all.html->page, all.html->combinations, all.html->allCombinations};
+  report.html = {path, all.html->page, all.html->combinations, all.html->allCombinations,
+                 all.html->lost};
   return writeHtmlFile(file, path, all.html->data, error);
 }
 

@@ -19,6 +19,7 @@ struct ProofPicture {
   double heightMillimetres = 0;
   double savedMillimetres = 0;  // of paper, by TrimPaper; 0 as above
   double coverage = 0;          // share of the dots that are set, from 0 to 1
+  std::string lost;             // what of the page does not print; empty for nothing
 };
 
 // An HTML file that was written.
@@ -27,6 +28,7 @@ struct ProofHtml {
   unsigned page = 0;
   size_t combinations = 0;     // of halftone and brightness that are in it
   size_t allCombinations = 0;  // that the driver has
+  std::string lost;            // as of ProofPicture
 };
 
 // Where to write. Both may be given; with none, a picture is written.
@@ -48,7 +50,8 @@ struct ProofReport {
 // tell where it comes from: the name itself for one page or a page that was asked for,
 // "name-1.png" and so on for several, "name-01.png" for ten or more. With no output at all the name
 // is made from the input's, in the current folder. If a queue might send other dots, a strip above
-// the page says so. A page of which TrimPaper leaves nothing has no picture, and a note says so.
+// the page says so. A page that loses ink has a margin that shows where (HatchedPage). A page of
+// which TrimPaper leaves nothing has no picture, and a note says so.
 //
 // The HTML file is as tools/drav/html/html_proof.h says, of the page that was asked for,
 // else of the first.

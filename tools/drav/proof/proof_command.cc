@@ -33,26 +33,27 @@ std::string summary(const ProofPicture& picture, const PageFacts& facts) {
     line += text.data();
   }
   (void)std::snprintf(text.data(), text.size(), "%.1f %% black, ", picture.coverage * 100);
-  return line + text.data() + accuracyText(facts);
+  return line + text.data() + accuracyText(facts, picture.lost);
 }
 
 // "drawing.html: page 1, 22 of 130 combinations of halftone and brightness, exact"
 std::string summary(const ProofHtml& html, const PageFacts& facts) {
   return html.path + ": page " + std::to_string(html.page) + ", " +
          std::to_string(html.combinations) + " of " + std::to_string(html.allCombinations) +
-         " combinations of halftone and brightness, " + accuracyText(facts);
+         " combinations of halftone and brightness, " + accuracyText(facts, html.lost);
 }
 
 int run(const ProofArguments& arguments) {
   ProofReport report;
   std::string error;
   if (!makeProof(arguments.request, arguments.outputs, report, error)) return failCommand(error);
-  if (arguments.request.quiet) return kExitDone;
-  printNotes(report.facts.notes);
-  for (const ProofPicture& picture : report.pictures)
-    std::cout << summary(picture, report.facts) << "\n";
-  if (report.html) std::cout << summary(*report.html, report.facts) << "\n";
-  return kExitDone;
+  printNotes(arguments.request, report.facts);
+  if (!arguments.request.quiet) {
+    for (const ProofPicture& picture : report.pictures)
+      std::cout << summary(picture, report.facts) << "\n";
+    if (report.html) std::cout << summary(*report.html, report.facts) << "\n";
+  }
+  return exitStatus(arguments.request, report.facts);
 }
 
 }  // namespace

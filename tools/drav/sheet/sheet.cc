@@ -179,8 +179,14 @@ class SheetMaker {
                       crop_.height * kMillimetresPerInch / y) +
           lengthsText(" of ", sheet.pageWidth * kMillimetresPerInch / x,
                       sheet.pageHeight * kMillimetresPerInch / y));
-    sheet.warns = !visit_.facts.approximation.empty();
-    if (sheet.warns) sheet.titles.push_back("Approximate: " + visit_.facts.approximation);
+    std::string warning = visit_.lostText;
+    if (!visit_.facts.approximation.empty())
+      warning =
+          "Approximate: " + visit_.facts.approximation + (warning.empty() ? "" : "; " + warning);
+    sheet.warns = !warning.empty();
+    if (sheet.warns) sheet.titles.push_back(warning);
+    for (const LostInk& lost : visit_.lost)
+      sheet.lost.push_back(onPaper(lost, visit_.page.header, turnOf(visit_.driver)));
   }
 
   const SheetRequest& request_;

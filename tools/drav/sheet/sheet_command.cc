@@ -25,10 +25,10 @@ int run(const SheetArguments& arguments, bool hasCrop) {
   PageFacts facts;
   std::string error;
   if (!makeSheets(request, written, facts, error)) return failCommand(error);
-  if (request.pages.quiet) return kExitDone;
-  printNotes(facts.notes);
-  for (const std::string& path : written) std::cout << path << "\n";
-  return kExitDone;
+  printNotes(request.pages, facts);
+  if (!request.pages.quiet)
+    for (const std::string& path : written) std::cout << path << "\n";
+  return exitStatus(request.pages, facts);
 }
 
 }  // namespace

@@ -16,6 +16,8 @@ constexpr double kTitleSize = 30;
 constexpr double kTextSize = 19;
 constexpr double kLabelSize = 21;
 constexpr double kDetailSize = 17;
+constexpr double kHatchWidth = 9;
+constexpr double kHatchStep = 5;  // between its lines
 
 struct Color {
   double red;
@@ -98,6 +100,35 @@ void drawMark(cairo_t* context, double x, double y, const SheetImage& overview,
   cairo_stroke(context);
 }
 
+// Slanted lines beside the overview, where ink is lost.
+void drawHatch(cairo_t* context, double x, double y, const SheetImage& overview,
+               const SheetPage& page, const LostInk& lost) {
+  const bool isAcross = lost.side == Side::left || lost.side == Side::right;
+  const double along = isAcross ? static_cast<double>(overview.height) / page.pageHeight
+                                : static_cast<double>(overview.width) / page.pageWidth;
+  const double from = lost.from * along;
+  const double length = std::max(kHatchWidth, (lost.to - lost.from) * along);
+  double left = x + from;
+  double top = y + from;
+  if (lost.side == Side::left) left = x - kHatchWidth;
+  if (lost.side == Side::right) left = x + overview.width;
+  if (lost.side == Side::top) top = y - kHatchWidth;
+  if (lost.side == Side::bottom) top = y + overview.height;
+  cairo_save(context);
+  cairo_rectangle(context, left, top, isAcross ? kHatchWidth : length,
+                  isAcross ? length : kHatchWidth);
+  cairo_clip(context);
+  setColor(context, kAccent);
+  cairo_set_line_width(context, 1.5);
+  for (double at = 0; at < length + kHatchWidth; at += kHatchStep) {
+    cairo_move_to(context, left + (isAcross ? 0 : at), top + (isAcross ? at : 0));
+    cairo_rel_line_to(context, isAcross ? kHatchWidth : -kHatchWidth,
+                      isAcross ? -kHatchWidth : kHatchWidth);
+  }
+  cairo_stroke(context);
+  cairo_restore(context);
+}
+
 void drawCell(cairo_t* context, int x, int y, const SheetPage& page, const SheetCell& cell) {
   const int room = cellWidth(page);
   setColor(context, kInk);
@@ -108,6 +139,7 @@ void drawCell(cairo_t* context, int x, int y, const SheetPage& page, const Sheet
   const int top = y + kLabelRoom;
   drawImage(context, x, top, cell.overview);
   drawMark(context, x, top, cell.overview, page);
+  for (const LostInk& lost : page.lost) drawHatch(context, x, top, cell.overview, page, lost);
   drawImage(context, x + static_cast<int>(cell.overview.width) + kInnerGap, top, cell.crop);
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "common/lost_ink.h"
 #include "tools/drav/sheet/busiest_part.h"
 
 // Levels from 0 black to 255 white.
@@ -34,6 +35,7 @@ struct SheetPage {
   uint32_t pageWidth = 0;           // of the printed page, in dots
   uint32_t pageHeight = 0;
   DotRectangle crop;
+  std::vector<LostInk> lost;  // hatched beside the overviews
 };
 
 struct SheetSize {
