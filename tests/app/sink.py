@@ -34,7 +34,7 @@ class Sink:
         self._connections: set[socket.socket] = set()
         self._socket = socket.socket()
         self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        if stall_at is not None:  # little is under way to a printer that waits
+        if stall_at is not None or drop_at is not None:  # little is under way to a printer that waits
             self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
         self._socket.bind(("127.0.0.1", port))
         self._socket.listen(8)
