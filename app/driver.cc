@@ -84,7 +84,7 @@ void describeOptions(const PrinterModel& model, pappl_pr_driver_data_t* data, ip
     const std::string value = valueOfChoice(one, standard);
     switch (one.syntax) {
       case AttributeSyntax::kBoolean:
-        ippAddBoolean(attributes, IPP_TAG_PRINTER, byDefault.c_str(), value == "true");
+        ippAddBoolean(attributes, IPP_TAG_PRINTER, byDefault.c_str(), value == "true" ? 1 : 0);
         ippAddBoolean(attributes, IPP_TAG_PRINTER, supported.c_str(), 1);
         break;
       case AttributeSyntax::kInteger:

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <string_view>
 
 #include "app/device_job.h"
 #include "app/job_request.h"
@@ -103,13 +104,17 @@ bool startJob(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* /*d
   }
 }
 
+std::string_view bytesOf(const cups_page_header2_t& header) {
+  return {reinterpret_cast<const char*>(&header), sizeof header};
+}
+
 // A page of 1 bit comes with a header that PAPPL has made itself, of 8 bits, and would
 // print as garbage. Made once more it is the same; a client's own never is.
 bool isClientsHeader(pappl_job_t* job, const pappl_pr_options_t& options) {
   pappl_pr_options_t* made =
       papplJobCreatePrintOptions(job, static_cast<unsigned>(papplJobGetImpressions(job)), false);
   if (made == nullptr) return false;
-  const bool isSame = std::memcmp(&made->header, &options.header, sizeof made->header) == 0;
+  const bool isSame = bytesOf(made->header) == bytesOf(options.header);
   papplJobDeletePrintOptions(made);
   return !isSame;
 }

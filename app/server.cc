@@ -88,36 +88,36 @@ void listen(pappl_system_t* system, const Options& options) {
 
 }  // namespace
 
-pappl_system_t* makeSystem(int optionCount, cups_option_t* list, void* /*data*/) {
-  const Options options(optionCount, list);
-  const std::optional<int> port = portOf(options.text("server-port"));
+pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* /*data*/) {
+  const Options chosen(optionCount, options);
+  const std::optional<int> port = portOf(chosen.text("server-port"));
   if (!port) {
     (void)std::fprintf(stderr, "%s: Bad 'server-port' value.\n", kName);
     return nullptr;
   }
   const std::string folder = stateFolder();
-  const char* spool = options.text("spool-directory");
-  const char* log = options.text("log-file");
-  isShared = options.isOn("share", false);
+  const char* spool = chosen.text("spool-directory");
+  const char* log = chosen.text("log-file");
+  isShared = chosen.isOn("share", false);
   limitFiles();
   // None of PAPPL's web pages: two of them end the process.
   pappl_soptions_t soptions = PAPPL_SOPTIONS_MULTI_QUEUE;
-  if (!options.isOn("tls", isShared)) soptions |= PAPPL_SOPTIONS_NO_TLS;
+  if (!chosen.isOn("tls", isShared)) soptions |= PAPPL_SOPTIONS_NO_TLS;
   pappl_system_t* system = papplSystemCreate(soptions, kName, *port, "_print,_universal",
                                              spool != nullptr ? spool : (folder + "/spool").c_str(),
                                              log != nullptr ? log : "-",
-                                             levelOf(options.text("log-level")), nullptr, false);
+                                             levelOf(chosen.text("log-level")), nullptr, false);
   if (system == nullptr) return nullptr;
   papplSystemSetMaxLogSize(system, 0);  // PAPPL stops for ever when it turns a log over
   papplSystemSetMaxClients(system, kMostClients);
   if (!isShared) papplSystemSetDNSSDName(system, nullptr);
-  allowFileDevices(options.isOn("file-devices", false));
-  addDocumentFilters(system, options.isOn("pdf", true));
+  allowFileDevices(chosen.isOn("file-devices", false));
+  addDocumentFilters(system, chosen.isOn("pdf", true));
   const auto models = drivers();
   papplSystemSetPrinterDrivers(system, static_cast<int>(models.size()), models.data(),
                                modelOfDevice, limitQueue, describeDriver, nullptr);
-  listen(system, options);
-  const char* state = options.text("state-file");
+  listen(system, chosen);
+  const char* state = chosen.text("state-file");
   keepState(system, state != nullptr ? state : folder + "/state");
   watchForShutdown(system);
   return system;

@@ -16,15 +16,17 @@ class Sink:
 
     `answers` are bytes by the number of the question; none for a printer that says
     nothing. `late` seconds pass before each. `stall_at` bytes of a job it stops reading
-    until `resume`, `drop_at` it hangs up.
+    until `resume`, `drop_at` it hangs up. `pace` seconds pass after each piece.
     """
 
     def __init__(self, answers: dict[int, bytes] | None = None, *, late: float = 0.0,
-                 stall_at: int | None = None, drop_at: int | None = None, port: int = 0) -> None:
+                 stall_at: int | None = None, drop_at: int | None = None, pace: float = 0.0,
+                 port: int = 0) -> None:
         self.answers = answers or {}
         self.late = late
         self.stall_at = stall_at
         self.drop_at = drop_at
+        self.pace = pace
         self.questions = 0
         self._changed = threading.Condition()
         self._resumed = threading.Event()
@@ -34,7 +36,7 @@ class Sink:
         self._connections: set[socket.socket] = set()
         self._socket = socket.socket()
         self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        if stall_at is not None:  # little is under way to a printer that waits
+        if stall_at is not None or drop_at is not None or pace:  # so that little is under way
             self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
         self._socket.bind(("127.0.0.1", port))
         self._socket.listen(8)
@@ -68,6 +70,7 @@ class Sink:
                 if self.drop_at is not None and len(data) >= self.drop_at:
                     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, _RESET)
                     break
+                time.sleep(self.pace)
                 if self.stall_at is not None and len(data) >= self.stall_at:
                     self._resumed.wait()
         connection.close()

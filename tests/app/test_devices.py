@@ -75,20 +75,20 @@ class DeviceTest(AppCase):
     # ---- Two queues, one printer --------------------------------------------
 
     def test_two_queues_on_one_printer_never_interleave(self) -> None:
-        printer = self.sink()
-        document = pwg([ink_page(1200, 500)])
+        printer = self.sink(pace=0.02)
+        document = pwg([ink_page(1200, 60)])
         clients = [self.server.add(self.name + one, printer.uri) for one in "ab"]
 
         def print_some(client: Client) -> None:
-            for _ in range(4):
+            for _ in range(2):
                 client.print_job(RASTER, document)
         threads = [threading.Thread(target=print_some, args=(one,)) for one in clients]
         for one in threads:
             one.start()
         for one in threads:
             one.join()
-        want = filtered(as_filter_raster([ink_page(1200, 500)], "A4"))
-        self.assertEqual([one == want for one in printer.jobs(8)], [True] * 8)
+        want = filtered(as_filter_raster([ink_page(1200, 60)], "A4"))
+        self.assertEqual([one == want for one in printer.jobs(4)], [True] * 4)
         self.assertEqual(printer.overlaps, 0)
 
     # ---- Files --------------------------------------------------------------

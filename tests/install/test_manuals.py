@@ -60,7 +60,7 @@ class ManualTest(unittest.TestCase):
                         "resume", "status", "shutdown"):
             self.assertRegex(page, rf"\b{command}\b")
         source = (staged.SOURCE / "app/server.cc").read_text(encoding="utf-8")
-        options = set(re.findall(r'options\.(?:text|isOn)\("([a-z-]+)"', source))
+        options = set(re.findall(r'(?:options|chosen)\.(?:text|isOn)\("([a-z-]+)"', source))
         self.assertGreaterEqual(len(options), 10)
         self.assertEqual([one for one in sorted(options - {"private-server"})  # PAPPL's own
                           if not re.search(rf"\b{one}=", page)], [])
