@@ -108,12 +108,17 @@ describe("a large page on a desktop", () => {
     const hatched = async () => {
       const { zoom, x } = await proof.view();
       const [left, right] = [page.width, page.inkWidth].map((dot) => Math.round((dot - x) * zoom));
-      return proof.page.locator("#canvas").evaluate((canvas, parts) => parts.map(([from, to]) => {
-        const { data } = canvas.getContext("2d").getImageData(from, 0, to - from, canvas.height);
-        let count = 0;
-        for (let at = 0; at < data.length; at += 4) count += data[at] - data[at + 1] > 100 ? 1 : 0;
-        return count;
-      }), [[0, left - 1], [left + 1, right - 1]]);
+      return proof.page.locator("#canvas").evaluate((canvas, parts) => {
+        const context = new OffscreenCanvas(canvas.width, canvas.height).getContext("2d",
+          { willReadFrequently: true });
+        context.drawImage(canvas, 0, 0);
+        return parts.map(([from, to]) => {
+          const { data } = context.getImageData(from, 0, to - from, canvas.height);
+          let count = 0;
+          for (let at = 0; at < data.length; at += 4) count += data[at] - data[at + 1] > 100 ? 1 : 0;
+          return count;
+        });
+      }, [[0, left - 1], [left + 1, right - 1]]);
     };
     assert.deepEqual(await hatched(), [0, 0], "after is hatched");
     await proof.keys("#divider", "End");
