@@ -175,8 +175,8 @@ class PlacingTest(PrepareCase):
         row = b"\0" * 4 + b"\xff" * 392 + b"\0" * 4
         source = self.write("wide.png", picture([row] * 10))
         arguments = (*ROLL, "--width", 400 * 25.4 / DPI)
-        lines = ("drav: page 1: ink lost at the left: 1.1 mm, 50.0 % of the ink\n"
-                 "drav: page 1: ink lost at the right: 1.3 mm, 50.0 % of the ink\n")
+        lines = ("drav: page 1: ink lost at the left: 1.1 mm, 50.0 % of the ink; "
+                 "at the right: 1.3 mm, 50.0 % of the ink\n")
         self.assertEqual(self.prepare(source, *arguments).stderr.decode(), lines)
         self.assertEqual(self.prepare(source, *arguments, "--strict", status=1).stderr.decode(),
                          lines)

@@ -2,6 +2,7 @@
 #include "tools/drav/prepare/prepare.h"
 
 #include <unistd.h>
+#include <cmath>
 
 #include <cerrno>
 #include <cstring>
@@ -18,7 +19,6 @@
 #include "tools/drav/io/output_file.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/text.h"
-#include "tools/drav/prepare/lost_ink.h"
 #include "tools/drav/prepare/page_store.h"
 #include "tools/drav/prepare/prepared_pages.h"
 
@@ -28,6 +28,13 @@ constexpr const char* kStandardStream = "-";
 
 std::string nameOf(const std::string& input) {
   return input == kStandardStream ? "standard input" : printablePath(input);
+}
+
+// "6.8", rounded; not by printf, which writes a decimal comma in some locales. REQUIRES: at
+// least 0.
+std::string tenthsText(double value) {
+  const auto tenths = std::llround(value * 10);
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10);
 }
 
 std::string millimetres(uint32_t width, uint32_t height, const documents::Paper& paper) {

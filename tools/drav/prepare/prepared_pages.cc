@@ -71,8 +71,9 @@ void PreparedPages::beginPage(GreyPage& page) {
   y_ = place.y;
   page.height = place.pageHeight;
   stamps_.clear();
-  for (const std::string& line : lostInk(art_, place, paper_))
-    page.notes.push_back({documents::NoteKind::kCut, line});
+  const std::vector<LostInk> lost = lostInk(art_, place, paper_);
+  if (!lost.empty())
+    page.notes.push_back({documents::NoteKind::kCut, lostInkText(lost, paper_.dpiX, paper_.dpiY)});
 }
 
 void PreparedPages::beginSheet(GreyPage& page) {
