@@ -77,7 +77,7 @@ class WholePage {
     } while (!choice.has(++number_));
     logNotes(page.notes);
     if (!page.lost.empty())
-      dravLogCommon(kLogWarning, "drav: page %u: %s", number_,
+      dravLogCommon(kLogWarning, "drav: page %d: %s", static_cast<int>(number_),
                     lostInkText(page.lost, paper_.paper.dpiX, paper_.paper.dpiY).c_str());
     header_ = picturePageHeader(paper_, page.height);
     const Outcome checked = checkPage(header_);

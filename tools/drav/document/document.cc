@@ -81,7 +81,10 @@ bool Document::copyToScratch(const std::string& input, std::string& error) {
 
 bool Document::chooseSource(std::string& error) {
   const char* type = convertedType(kind_);
-  if (type == nullptr) return makeHere("", error);
+  // A queue of a roll gives these to picturetodrav, too.
+  const bool isRolls = kind_ == FileKind::kPdf || kind_ == FileKind::kText;
+  if (type == nullptr || (isRolls && driver_.takes("application/vnd.drav-roll")))
+    return makeHere("", error);
   if (avoidConverters_) return makeHere("CUPS's converters were not used", error);
   const std::string program = findProgram("cupsfilter", "DRAV_CUPSFILTER");
   if (program.empty()) return makeHere("CUPS's cupsfilter is not installed", error);
@@ -107,8 +110,9 @@ bool Document::makeHere(const std::string& instead, std::string& error) {
     return false;
   }
   source_ = std::move(source);
+  if (convertedType(kind_) != nullptr)
+    maker_ = kind_ == FileKind::kText ? "drav-text-reader" : "Ghostscript";
   if (!instead.empty()) {
-    maker_ = "Ghostscript";
     approximation_ = instead + "; " + maker_ + " drew the page";
   }
   return true;

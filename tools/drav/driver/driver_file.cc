@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "common/ppd_lookup.h"
 #include "documents/page_options.h"
@@ -161,6 +162,14 @@ void DriverFile::readResolution() {
   const int read = std::sscanf(name, "%5ux%5u", &x, &y);  // NOLINT(cert-err34-c)
   resolutionX_ = read >= 1 ? x : 0;
   resolutionY_ = read == 2 ? y : resolutionX_;
+}
+
+bool DriverFile::takes(const std::string& type) const {
+  const char* const keyword = "cupsFilter2";
+  const ppd_attr_t* filter = ppdFindAttr(ppd_.get(), keyword, nullptr);
+  while (filter != nullptr && !std::string_view(filter->value).starts_with(type + " "))
+    filter = ppdFindNextAttr(ppd_.get(), keyword, nullptr);
+  return filter != nullptr;
 }
 
 std::string DriverFile::title() const {

@@ -66,6 +66,9 @@ class DriverFile {
   // How the job wants its page placed.
   const documents::PageWish& pageWish() const { return wish_; }
 
+  // Whether its filters take files of this type.
+  bool takes(const std::string& type) const;
+
   // Name of the model for people, version included.
   std::string title() const;
 
