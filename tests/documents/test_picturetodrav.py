@@ -143,6 +143,8 @@ class PictureFilterTest(unittest.TestCase):
                 ("sheet.tiff", saved(colour, "TIFF"), "dravr803", "fit-to-page", "TrimPaper=Both",
                  "orientation-requested=5"),
                 ("flat.webp", saved(colour, "WEBP"), "dravr582", "PageSize=Custom.48x90mm"),
+                ("receipt.txt", b"Tea\t2,50\nCake\t3,00\n" * 4, "dravr802", "TrimPaper=End"),
+                ("roll.pdf", drav_case.pictures.make_pdf([b"0 g 20 100 5 400 re f"]), "dravr803"),
                 ("drawn.svg", svg, "dravsa43", "PageSize=Tattoo_A6", "print-scaling=fill",
                  "PaperFrame=2")):
             with self.subTest(name):
