@@ -18,7 +18,7 @@ import unittest
 
 import drav_case
 from drav_case import DravCase, HALFTONES, filter_pages
-from pictures import make_pdf, read_png
+from pictures import read_png
 
 import cups_raster
 
@@ -293,7 +293,8 @@ class HtmlTest(DravCase):
         self.assertEqual(read_page(self.out / "a.html")[1]["number"], 1)
 
     def test_approximate_page_says_so(self):
-        path = self.write("a.pdf", make_pdf([b"0.5 g 0 0 20 20 re f"], 40, 40))
+        path = self.write("a.ps", b"%!PS\n<< /PageSize [40 40] >> setpagedevice\n"
+                          b"0.5 setgray 0 0 20 20 rectfill showpage\n")
         self.run_well("proof", path, "--model", "dravr582", "--html", self.out / "a.html",
                       env={"DRAV_CUPSFILTER": ""})
         _, data = read_page(self.out / "a.html")
