@@ -41,11 +41,9 @@ class RasterJob {
   void takeRow(const unsigned char* row) {
     if (rows_ >= header_.cupsHeight) return;
     const uint32_t width = header_.cupsBytesPerLine;
-    uint8_t* to = page_.data() + size_t{rows_} * width;
-    if (isWhite_)
-      std::transform(row, row + width, to, [](uint8_t level) { return uint8_t(255 - level); });
-    else
-      std::copy_n(row, width, to);
+    const uint8_t turn = isWhite_ ? 0xFF : 0;  // 255 - level, bit by bit
+    std::transform(row, row + width, page_.data() + size_t{rows_} * width,
+                   [turn](uint8_t level) { return static_cast<uint8_t>(level ^ turn); });
     ++rows_;
   }
 

@@ -39,12 +39,12 @@ void LostInkCount::addRow(uint32_t y, std::span<const uint8_t> levels) {
 }
 
 void LostInkCount::add(Side side, uint64_t ink, uint32_t beyond, uint32_t from, uint32_t to) {
-  LostInk& lost = sides_.at(static_cast<size_t>(side));
-  if (lost.ink == 0) lost = {side, 0, from, to, 0, 0};
-  lost.ink += ink;
-  lost.beyond = std::max(lost.beyond, beyond);
-  lost.from = std::min(lost.from, from);
-  lost.to = std::max(lost.to, to);
+  LostInk& of = sides_.at(static_cast<size_t>(side));
+  if (of.ink == 0) of = {side, 0, from, to, 0, 0};
+  of.ink += ink;
+  of.beyond = std::max(of.beyond, beyond);
+  of.from = std::min(of.from, from);
+  of.to = std::max(of.to, to);
 }
 
 std::vector<LostInk> LostInkCount::lost() const {

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the leak check leaves alone: fontconfig, which cairo draws text with, keeps
 // its patterns until the end of the program; cupsMarkOptions loses a list of its own
-// when a job has the option "media" (its name is in the stack only with
-// fast_unwind_on_malloc=0).
+// when a job has the option "media" (where the stack has its name).
 extern "C" {
 const char* __lsan_default_suppressions();
 const char* __lsan_default_suppressions() {
