@@ -63,17 +63,17 @@ class Document {
 
   const DriverFile& driver_;
   std::function<void()> idle_;
-  bool avoidConverters_ = false;
   std::string name_;
   std::string title_;
   std::string path_;  // a regular file
-  documents::FileKind kind_ = documents::FileKind::kUnknown;
   std::unique_ptr<PageSource> source_;
   class ConvertedSource* converted_ = nullptr;  // is source_, while no page has come
-  unsigned pages_ = 0;
   std::string approximation_;
   std::string maker_;
   std::vector<std::string> notes_;
+  unsigned pages_ = 0;
+  documents::FileKind kind_ = documents::FileKind::kUnknown;
+  bool avoidConverters_ = false;
 };
 
 #endif  // TOOLS_DRAV_DOCUMENT_DOCUMENT_H_

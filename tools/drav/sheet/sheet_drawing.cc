@@ -120,7 +120,9 @@ void drawHatch(cairo_t* context, double x, double y, const SheetImage& overview,
   cairo_clip(context);
   setColor(context, kAccent);
   cairo_set_line_width(context, 1.5);
-  for (double at = 0; at < length + kHatchWidth; at += kHatchStep) {
+  const auto lines = static_cast<int>((length + kHatchWidth) / kHatchStep) + 1;
+  for (int line = 0; line < lines; ++line) {
+    const double at = line * kHatchStep;
     cairo_move_to(context, left + (isAcross ? 0 : at), top + (isAcross ? at : 0));
     cairo_rel_line_to(context, isAcross ? kHatchWidth : -kHatchWidth,
                       isAcross ? -kHatchWidth : kHatchWidth);
