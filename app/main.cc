@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <pappl/pappl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include "app/device_schemes.h"
 #include "app/driver.h"
 #include "app/server.h"
+#include "app/usual_queues.h"
 
 namespace {
 
@@ -15,7 +20,8 @@ void showUsage(void* /*data*/) {
       "       drav-printer-app [submit] [OPTIONS] FILE...\n"
       "\n"
       "  server      runs the server in the foreground\n"
-      "  add         adds a queue: -d NAME -v URI -m MODEL\n"
+      "  add         adds a queue: -d NAME -v URI -m MODEL; with -o queues=usual those\n"
+      "              that the model usually has\n"
       "  autoadd     adds queues for the printers that are connected\n"
       "  modify      changes the defaults of a queue: -d NAME -o OPTION=VALUE\n"
       "  delete      removes a queue: -d NAME\n"
@@ -34,12 +40,40 @@ void showUsage(void* /*data*/) {
       "drav-printer-app(1) tells more.");
 }
 
-}  // namespace
-
-int main(int argc, char* argv[]) {
-  app::addDeviceSchemes();
+int run(int argc, char* argv[]) {
   const auto models = app::drivers();
   return papplMainloop(argc, argv, DRAV_VERSION, "", static_cast<int>(models.size()), models.data(),
                        app::modelOfDevice, app::describeDriver, nullptr, nullptr, app::makeSystem,
                        showUsage, nullptr);
+}
+
+// In a process of its own: PAPPL's main loop keeps what it has parsed. The exit status.
+int runApart(app::CommandLine command) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    std::vector<char*> arguments;
+    for (std::string& argument : command) arguments.push_back(argument.data());
+    arguments.push_back(nullptr);
+    const int status = run(static_cast<int>(command.size()), arguments.data());
+    std::fflush(nullptr);
+    ::_exit(status);
+  }
+  int status = 0;
+  if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return 1;
+  return WEXITSTATUS(status);
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  app::addDeviceSchemes();
+  std::string error;
+  const auto commands = app::usualQueues({argv, static_cast<size_t>(argc)}, error);
+  if (!error.empty()) {
+    (void)std::fprintf(stderr, "drav-printer-app: %s\n", error.c_str());
+    return 2;
+  }
+  for (const app::CommandLine& command : commands)
+    if (const int status = runApart(command); status != 0) return status;
+  return commands.empty() ? run(argc, argv) : 0;
 }

@@ -89,6 +89,21 @@ class OptionTest(AppCase):
         self.client = client
         self.assertPrints("StencilMirror=True HalftoneType=Ordered FeedCutAfterJobEnd=4")
 
+    def test_the_usual_queues_of_a_model(self) -> None:
+        uri = self.printer.uri
+        self.server.run("add", "-v", uri, "-m", "dravr802", "-o", "queues=usual")
+        self.client = self.server.client("Receipt")
+        self.assertPrints("TrimPaper=End")
+        self.server.run("add", "-v", uri, "-m", "dravsa43", "-o", "queues=usual")
+        for name, halftone in (("Stencil_lines", "tattoo"), ("Stencil_shading", "tattoo-x8")):
+            printer = self.server.client(name).printer()
+            self.assertEqual(printer["halftone-type-default"], [halftone])
+            self.assertEqual(printer["printer-name"], [name.replace("_", " ")])
+        # One that is there already, and a model that is not.
+        self.server.run("add", "-v", uri, "-m", "dravr802", "-o", "queues=usual", status=1)
+        said = self.server.run("add", "-v", uri, "-m", "other", "-o", "queues=usual", status=2)
+        self.assertRegex(said, r"\Adrav-printer-app: [^\n]+ -m [^\n]+\n\Z")
+
     def test_finishings_trim_is_a_partial_cut_that_job_cut_overrides(self) -> None:
         trim = Attribute(ENUM, "finishings", 11)
         self.client.set_defaults(Attribute(KEYWORD, "job-cut-default", "none"))
