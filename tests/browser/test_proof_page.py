@@ -178,7 +178,7 @@ def main() -> None:
                   "trimmed": maker.trimmed(), "blank": maker.blank()}
         path = pathlib.Path(scratch) / "config.json"
         path.write_text(json.dumps(config))
-        done = subprocess.run([programs["node"], HERE / "proof_page.mjs", path], timeout=250,
+        done = subprocess.run([programs["node"], HERE / "proof_page.mjs", path], timeout=550,
                               check=False)
     sys.exit(done.returncode)
 
