@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -63,9 +64,7 @@ int runApart(app::CommandLine command) {
   return WEXITSTATUS(status);
 }
 
-}  // namespace
-
-int main(int argc, char* argv[]) {
+int start(int argc, char* argv[]) {
   app::addDeviceSchemes();
   std::string error;
   const auto commands = app::usualQueues({argv, static_cast<size_t>(argc)}, error);
@@ -76,4 +75,15 @@ int main(int argc, char* argv[]) {
   for (const app::CommandLine& command : commands)
     if (const int status = runApart(command); status != 0) return status;
   return commands.empty() ? run(argc, argv) : 0;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  try {
+    return start(argc, argv);
+  } catch (const std::exception& failure) {
+    (void)std::fprintf(stderr, "drav-printer-app: %s\n", failure.what());
+    return 2;
+  }
 }

@@ -36,7 +36,7 @@ prepare() {
 # Checks the sources named on standard input. Errors of the compiler come on standard error.
 tidy() {
   xargs -P "$(nproc)" -n 1 clang-tidy-14 --quiet --warnings-as-errors='*' "$@" \
-    2> >(grep -v ' warnings\? generated\.$\|^Suppressed \|^Use -header-filter' >&2) || status=1
+    2> >(grep -v ' warnings\? generated\.$\|^Suppressed \|^Use -header-filter' >&2)
 }
 
 prepare build/tidy -DDRAV_BUILD_TESTS=OFF -DDRAV_JOIN_SOURCES=ON -DCMAKE_UNITY_BUILD=ON \
@@ -46,9 +46,9 @@ python3 -c 'import json, sys
 for entry in json.load(sys.stdin): print(entry["file"])' <build/tidy/compile_commands.json | sort -u |
   tidy -p build/tidy --checks=-bugprone-suspicious-include \
     --header-filter="/($folders)/(.+/)?[^/]*[.](h|cc)\$" \
-    --extra-arg=-Xclang --extra-arg=-analyzer-opt-analyze-headers
+    --extra-arg=-Xclang --extra-arg=-analyzer-opt-analyze-headers || status=1
 if [ "${1-}" = --all ]; then
   prepare build/tidy-all -DDRAV_BUILD_TESTS=ON -DDRAV_BUILD_BENCH=ON
-  sources_in tests bench | tidy -p build/tidy-all
+  sources_in tests bench | tidy -p build/tidy-all || status=1
 fi
 exit $status
