@@ -13,15 +13,30 @@ function(drav_join_sources target group)
   endif()
 endfunction()
 
-# The sources of each folder of a target that are in no group yet.
+# drav_join_folders(<target> [<folder>...]): the sources of these folders that are in no
+# group yet become one; without folders, those of each folder that is left.
 function(drav_join_folders target)
+  list(JOIN ARGN _ together)
   get_target_property(sources ${target} SOURCES)
   foreach(source IN LISTS sources)
     get_source_file_property(group ${source} UNITY_GROUP)
-    if(source MATCHES "^([a-z_]+)/.*[.]cc$" AND NOT group)
+    if(group OR NOT source MATCHES "^([a-z_]+)/.*[.]cc$")
+      continue()
+    endif()
+    if(NOT together)
       drav_join_sources(${target} ${CMAKE_MATCH_1} ${source})
+    elseif(CMAKE_MATCH_1 IN_LIST ARGN)
+      drav_join_sources(${target} ${together} ${source})
     endif()
   endforeach()
+endfunction()
+
+# Product code that the tests under the sanitizers run little: the checks take the compiler
+# longest when it optimizes them.
+function(drav_quick_sanitizers target)
+  if(DRAV_QUICK_TESTS AND DRAV_SANITIZE)
+    target_compile_options(${target} PRIVATE -O0)
+  endif()
 endfunction()
 
 # A program of unit tests, and how far their own code is optimized: -O1 where they

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Counts the test cases of ctest's JUnit files.
+"""Counts the test cases of ctest's JUnit files; of a GoogleTest program, its own tests.
 
 junit_totals.py FILE          prints "passed failed skipped"; fails on no test at all
 junit_totals.py --skips FILE  prints a line for each skipped test
@@ -10,8 +10,10 @@ import sys
 import xml.etree.ElementTree as ElementTree
 
 SKIPPED, PASSED = ("notrun", "disabled", "skipped"), "run"
-# What the Python programs print for each of their own tests that they skip.
-INNER_SKIP = re.compile(r"^SKIPPED: (\w+\.\w+): ", re.MULTILINE)
+# What the Python programs and GoogleTest print for each of their own tests that they skip.
+INNER_SKIP = re.compile(r"^(?:SKIPPED: (?P<python>\w+\.\w+): |\[  SKIPPED \] (?P<google>[\w/.]+)$)",
+                        re.MULTILINE)
+INNER_PASSES = re.compile(r"^\[  PASSED  \] (\d+) tests?\.$", re.MULTILINE)
 
 
 class Case:
@@ -19,9 +21,12 @@ class Case:
         self.name = element.get("name")
         self.skipped = element.get("status") in SKIPPED
         self.failed = not self.skipped and element.get("status") != PASSED
-        inner = INNER_SKIP.findall(element.findtext("system-out") or "")
+        output = element.findtext("system-out") or ""
+        inner = INNER_PASSES.search(output)
+        self.passed = int(inner[1]) if inner else int(not self.skipped and not self.failed)
         # The tests that are skipped, one of a program that ran included.
-        self.skips = [self.name] if self.skipped else [f"{self.name}: {test}" for test in inner]
+        self.skips = [self.name] if self.skipped else [
+            f"{self.name}: {test['python'] or test['google']}" for test in INNER_SKIP.finditer(output)]
 
 
 def cases(path):
@@ -38,8 +43,7 @@ def main(arguments):
     found = [case for path in arguments for case in cases(path)]
     if not found:
         return 1
-    skips, failures = (sum(getattr(case, what) for case in found) for what in ("skipped", "failed"))
-    print(len(found) - failures - skips, failures, skips)
+    print(*(sum(getattr(case, what) for case in found) for what in ("passed", "failed", "skipped")))
     return 0
 
 

@@ -2,7 +2,7 @@
 """Which tests may be skipped, in which runs of which builds, and why.
 
 A line of the file is "test | runs | builds | reason"; runs and builds are separated by
-commas. A test within a Python program is "program: Class.test".
+commas. A test within a program is "program: Class.test".
 """
 import pathlib
 from typing import NamedTuple

@@ -14,11 +14,17 @@ RESULTS = """<testsuite>
   <testcase name="whole" status="notrun"/>
   <testcase name="part" status="run"><system-out>SKIPPED: Some.test_it: a reason
 OK</system-out></testcase>
+  <testcase name="many" status="run"><system-out>[  SKIPPED ] Limits.OfThree (0 ms)
+[  PASSED  ] 2 tests.
+[  SKIPPED ] 1 test, listed below:
+[  SKIPPED ] Limits.OfThree
+</system-out></testcase>
 </testsuite>
 """
 RULES = """# comment
 whole | root,user | release | a reason
 part: Some.test_it | root | release,asan-ubsan | a reason
+many: Limits.OfThree | root,user,container | release,asan-ubsan | a reason
 """
 
 
@@ -39,7 +45,7 @@ class FreshCheckTest(unittest.TestCase):
 
     def test_counts(self) -> None:
         row = self.results(RULES, "root", "release")
-        self.assertEqual((row.passed, row.failed, row.skipped), (2, 1, 2))
+        self.assertEqual((row.passed, row.failed, row.skipped), (4, 1, 3))
         self.assertEqual(row.complaints, ["release: bad failed"])
 
     def test_skips_of_another_run_or_build_are_not_allowed(self) -> None:

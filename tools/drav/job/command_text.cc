@@ -27,9 +27,9 @@ std::string drawerText(std::span<const uint8_t> parameters) {
 }
 
 std::string alignText(uint8_t position) {
-  constexpr std::array kNames = {"align left", "align centre", "align right"};
-  return position < kNames.size() ? kNames[position]
-                                  : "align, unknown position " + parameterText(position);
+  constexpr std::array kAlignments = {"align left", "align centre", "align right"};
+  return position < kAlignments.size() ? kAlignments[position]
+                                       : "align, unknown position " + parameterText(position);
 }
 
 std::string logoText(std::span<const uint8_t> parameters) {
