@@ -40,10 +40,13 @@ function(drav_quick_sanitizers target)
 endfunction()
 
 # A program of unit tests, and how far their own code is optimized: -O1 where they
-# compute much, else -O0.
+# compute much, else -O0. Undefined behaviour is looked for in the product.
 function(drav_quick_tests target level)
   if(DRAV_QUICK_TESTS)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
     target_compile_options(${target} PRIVATE ${level})
+    if(DRAV_SANITIZE MATCHES "undefined")
+      target_compile_options(${target} PRIVATE -fno-sanitize=undefined,float-cast-overflow)
+    endif()
   endif()
 endfunction()

@@ -63,7 +63,8 @@ struct BlurTaps {
 inline int16_t plainLevel(const int16_t* const* in, size_t x, const BlurTaps& taps) {
   double sum = 0.0;
   for (size_t t = 0; t < kTaps; ++t) {
-    sum = static_cast<double>(in[t][x] / kScale) * taps.exact[t] + sum;
+    const int level = in[t][x] / kScale;
+    sum = level * taps.exact[t] + sum;
   }
   return static_cast<int16_t>(my_round(static_cast<float>(sum)) & 0xFF);
 }
