@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """The server as a whole: its commands, its state, and what it must survive."""
+import contextlib
 import http.client
+import os
 import pathlib
 import re
 import signal
@@ -9,9 +11,10 @@ import socket
 import subprocess
 import time
 import unittest
+import unittest.mock
 
-from app_case import (PICTURE, PICTURE_FILTER, RASTER, AppCase, Server, as_filter_raster, filtered, ink_page,
-                      picture, pwg)
+from app_case import (APP, PICTURE, PICTURE_FILTER, RASTER, AppCase, Server, as_filter_raster,
+                      filtered, ink_page, picture, pwg)
 from ipp_client import ABORTED, BOOLEAN, INTEGER, KEYWORD, Attribute
 from picture_files import image, ramp, saved
 
@@ -56,6 +59,83 @@ class CommandTest(AppCase):
 
     def test_a_port_that_is_no_number(self) -> None:
         self.assertIn("server-port", self.server.run("server", "-o", "server-port=x", status=1))
+
+
+class OneServerTest(AppCase):
+    """Whatever is started: one server has a state file, and one answers the commands."""
+
+    def processes(self) -> list[int]:
+        """Servers whose socket is in this test's folder."""
+        found = []
+        for one in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):
+                if (b"\0server\0" in (one / "cmdline").read_bytes() and
+                        f"TMPDIR={self.folder}".encode() in
+                        (one / "environ").read_bytes().split(b"\0")):
+                    found.append(int(one.name))
+        return found
+
+    def tearDown(self) -> None:
+        for one in self.processes():
+            if self.server.process is None or one != self.server.process.pid:
+                os.kill(one, signal.SIGKILL)
+
+    def test_a_command_during_a_restart_waits_for_the_server_and_starts_none(self) -> None:
+        server = self.server
+        server.add("before", self.sink().uri)
+        server.wait_state('name="before"')
+        server.stop(signal.SIGKILL)
+        kept = server.state.read_bytes()
+        server.state.unlink()
+        os.mkfifo(server.state)  # whose reader waits: after the port and before the socket
+        server.launch()
+        add = [APP, "add", "-d", "within", "-v", self.sink().uri, "-m", "dravsa43"]
+        command = subprocess.Popen(add, env=server.environment, stderr=subprocess.PIPE)
+        time.sleep(1)
+        self.assertIsNone(command.poll())
+        server.state.write_bytes(kept)
+        self.assertEqual(command.communicate(timeout=20)[1], b"")
+        self.assertEqual(command.returncode, 0)
+        server.wait_ready()
+        self.assertEqual(server.run("printers").split(), ["before", "within"])
+        self.assertEqual(server.client("within").printer()["printer-name"], ["within"])
+        assert server.process is not None
+        self.assertEqual(self.processes(), [server.process.pid])
+
+    def test_a_second_server_with_the_same_state_does_not_start(self) -> None:
+        command = [APP, "server", "-o", f"state-file={self.server.state}"]
+        other = self.folder / "other"
+        other.mkdir()
+        for name, folder, taken in (("socket", self.folder, ".sock"), ("state", other, "/state")):
+            with self.subTest(name):
+                result = subprocess.run(
+                    command, capture_output=True, text=True, timeout=20, check=False,
+                    env=self.server.environment | {"SNAP_COMMON": str(folder),
+                                                   "TMPDIR": str(folder)})
+                self.assertEqual(result.returncode, 1)
+                assert self.server.process is not None
+                self.assertRegex(result.stderr, rf"\Adrav-printer-app: process "
+                                                rf"{self.server.process.pid} [^\n]*{taken};[^\n]*\n\Z")
+        self.assertTrue(self.server.lives)
+        self.server.run("printers")
+
+    def test_a_second_server_on_the_same_port_does_not_start(self) -> None:
+        folder = self.folder / "port"
+        folder.mkdir()
+        with self.assertRaisesRegex(AssertionError, "cannot listen"), unittest.mock.patch(
+                "app_case.free_port", return_value=self.server.port):
+            Server(folder)
+
+    def test_a_server_that_a_command_has_started_gives_way_to_one_of_the_user(self) -> None:
+        server = self.server
+        server.stop(signal.SIGKILL)
+        self.assertEqual(server.run("printers"), "")  # and does not wait for the new server's end
+        (started,) = self.processes()
+        self.assertEqual(server.run("printers"), "")
+        self.assertEqual(self.processes(), [started])
+        server.start()
+        assert server.process is not None
+        self.assertEqual(self.processes(), [server.process.pid])
 
 
 class SecurityTest(AppCase):
