@@ -15,7 +15,7 @@ import unittest.mock
 
 from app_case import (APP, PICTURE, PICTURE_FILTER, RASTER, AppCase, Server, as_filter_raster,
                       filtered, ink_page, picture, pwg)
-from ipp_client import ABORTED, BOOLEAN, INTEGER, KEYWORD, Attribute
+from ipp_client import ABORTED, BOOLEAN, COLLECTION, INTEGER, KEYWORD, Attribute
 from picture_files import image, ramp, saved
 
 
@@ -179,6 +179,117 @@ class SecurityTest(AppCase):
                 one.sendall(data)
         self.server.add("after", self.sink().uri).printer()
         self.assertTrue(self.server.lives)
+
+
+class RequestTest(AppCase):
+    """Attributes of the wrong kind, and papers that are none: each ended the server."""
+
+    TEXTS = ("media", "media-type", "print-color-mode", "print-content-optimize", "print-scaling",
+             "sides", "job-name", "output-bin", "job-sheets", "multiple-document-handling",
+             "requesting-user-name", "document-format", "printer-location", "printer-geo-location",
+             "media-default", "media-ready", "label-mode-configured", "print-scaling-default",
+             "print-color-mode-default", "print-content-optimize-default",
+             "identify-actions-default", "media-col", "media-col-default", "media-col-ready",
+             "printer-contact-col")
+    NO_SIZE = [Attribute(COLLECTION, "media-size", [Attribute(INTEGER, "x-dimension", -1),
+                                                    Attribute(INTEGER, "y-dimension", 1)])]
+    COLLECTIONS = (
+        [Attribute(KEYWORD, "media-size-name", "no paper")],
+        [Attribute(INTEGER, "media-size-name", 1)],
+        [Attribute(INTEGER, "media-type", 1)],
+        [Attribute(INTEGER, "media-source", 1)],
+        [Attribute(INTEGER, "media-tracking", 1)],
+        [Attribute(INTEGER, "media-size", 1)],
+        [],
+        NO_SIZE)
+
+    def test_attributes_that_would_end_the_server_are_left_out_of_jobs(self) -> None:
+        printer = self.sink()
+        client = self.server.add("jobs", printer.uri)
+        bad = [Attribute(INTEGER, name, 1) for name in self.TEXTS]
+        bad += [Attribute(COLLECTION, "media-col", one) for one in self.COLLECTIONS]
+        page = pwg([ink_page(64, 8)])
+        for one in bad:
+            with self.subTest(str(one)):
+                status, answer = client.print_job(RASTER, page, one)
+                self.assertGreaterEqual(status, 0, answer)
+                if "job-id" in answer:
+                    self.assertCompleted(self.ended(client, answer["job-id"][0]))
+                self.assertTrue(self.server.lives)
+
+    def test_attributes_that_would_end_the_server_are_refused_as_defaults(self) -> None:
+        client = self.server.add("defaults", self.sink().uri)
+        before = client.printer()["media-col-default"]
+        collections = self.COLLECTIONS[:4] + self.COLLECTIONS[7:]
+        bad = [Attribute(INTEGER, name, 1) for name in self.TEXTS if name.endswith("t")]
+        bad += [Attribute(COLLECTION, name, one) for one in collections
+                for name in ("media-col-default", "media-col-ready")]
+        for one in bad:
+            with self.subTest(str(one)):
+                self.assertGreaterEqual(client.set_defaults(one), 0x400)
+                self.assertTrue(self.server.lives)
+        self.assertEqual(client.printer()["media-col-default"], before)
+        paper = [Attribute(KEYWORD, "media-size-name", "iso_a6_105x148mm")]
+        self.assertEqual(client.set_defaults(Attribute(COLLECTION, "media-col-default", paper)), 0)
+        self.assertEqual(client.printer()["media-default"], ["iso_a6_105x148mm"])
+
+
+class AirPrintTest(AppCase):
+    options = ("share=yes", "tls=no")
+
+    def test_what_airprint_wants_to_hear(self) -> None:
+        printer = self.server.add("Studio", self.sink().uri).printer()
+        a4 = {"media-size": [{"x-dimension": [21000], "y-dimension": [29700]}],
+              "media-size-name": ["iso_a4_210x297mm"], "media-source": ["main-roll"],
+              "media-type": ["stationery"], "media-top-margin": [0], "media-bottom-margin": [0],
+              "media-left-margin": [0], "media-right-margin": [702]}
+        for name, want in (
+                ("urf-supported", ["V1.5", "W8", "DEVW8", "PQ3-4-5", "FN3", "IS9", "MT1", "OB10",
+                                   "RS300"]),
+                ("media-col-ready", [a4]), ("media-col-default", [a4]),
+                ("media-ready", ["iso_a4_210x297mm"]), ("media-default", ["iso_a4_210x297mm"]),
+                ("printer-dns-sd-name", ["Studio"]), ("mopria-certified", ["1.3"]),
+                ("ipp-features-supported", ["ipp-everywhere"]),
+                ("pwg-raster-document-sheet-back", ["normal"]),
+                ("pwg-raster-document-resolution-supported", [(300, 300)]),
+                ("pwg-raster-document-type-supported", ["black_8", "sgray_8"]),
+                ("print-rendering-intent-default", ["auto"]),
+                ("print-rendering-intent-supported", ["auto"]),
+                ("print-color-mode-supported", ["auto", "monochrome"]),
+                ("color-supported", [False]), ("sides-supported", ["one-sided"]),
+                ("preferred-attributes-supported", [False]),
+                ("copies-supported", [(1, 999)]), ("page-ranges-supported", [True]),
+                ("print-scaling-default", ["auto-fit"]),
+                ("uri-authentication-supported", ["none"]),
+                ("printer-make-and-model", ["Drav Stencil A4 300 dpi"])):
+            with self.subTest(name):
+                self.assertEqual(printer[name], want)
+        self.assertLessEqual({"image/urf", "image/pwg-raster", "image/jpeg", "application/pdf"},
+                             set(printer["document-format-supported"]))
+        self.assertRegex(printer["printer-uuid"][0], r"\Aurn:uuid:[0-9a-f-]{36}\Z")
+        self.assertRegex(printer["printer-device-id"][0], r"\AMFG:Drav;MDL:.*CMD:.*URF,PDF")
+        for name in ("printer-geo-location", "printer-location", "printer-info", "printer-icons",
+                     "printer-more-info", "printer-kind", "printer-up-time", "media-supported",
+                     "printer-state-reasons", "print-quality-supported"):
+            self.assertIn(name, printer)
+        self.assertNotIn("", printer["printer-uri-supported"])
+
+    def test_hardware_that_the_model_lacks_is_not_offered(self) -> None:
+        uri = self.sink().uri
+        have = {model: set(self.server.add(model, uri, model).printer())
+                for model in ("dravsa43", "dravr582", "dravr802")}
+        for name, models in (("job-cut", {"dravr802"}), ("page-cut", {"dravr802"}),
+                             ("cash-drawer-1", {"dravr582", "dravr802"}),
+                             ("top-logo", {"dravr582", "dravr802"}),
+                             ("bottom-logo-size", {"dravr582", "dravr802"}),
+                             ("frame", {"dravsa43"}),
+                             ("mirror", {"dravr582", "dravr802", "dravsa43"})):
+            for end in ("-default", "-supported"):
+                with self.subTest(name + end):
+                    self.assertEqual({one for one in have if name + end in have[one]}, models)
+        for model, trims in (("dravsa43", False), ("dravr582", False), ("dravr802", True)):
+            finishings = self.server.client(model).printer()["finishings-supported"]
+            self.assertEqual(11 in finishings, trims, model)
 
 
 class LogTest(AppCase):
