@@ -10,6 +10,7 @@
 
 #include "app/device.h"
 #include "app/document_job.h"
+#include "app/identify.h"
 #include "app/media.h"
 #include "app/option_attributes.h"
 #include "app/queue_status.h"
@@ -119,6 +120,8 @@ void describeModel(const PrinterModel& model, pappl_pr_driver_data_t* data) {
   data->format = kDeviceFormat;
   data->printfile_cb = printDocument;
   data->status_cb = updateQueueStatus;
+  data->identify_cb = identifyPrinter;
+  data->identify_default = data->identify_supported = PAPPL_IDENTIFY_ACTIONS_SOUND;
   setRasterCallbacks(data);
   data->ppm = 5;
   data->kind =
