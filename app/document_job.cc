@@ -59,6 +59,7 @@ class DocumentJob {
       return fail(std::string("is ") + documents::kindName(kind) + ", which is not printed here");
     static documents::World installed = documents::installedWorld();
     documents::World world = installed;
+    world.refusesRepaired = true;
     world.stopRequested = [this] { return device_.isCancelled(); };
     std::string error;
     const auto pages = documents::openGreyPages(file, paper_.paper, request_.wish, world, error);
@@ -68,26 +69,35 @@ class DocumentJob {
   }
 
  private:
-  // Each page is there with its last row before its first one goes out: damage can show
-  // at the end of a picture.
+  // Each page is there with its last row before its first one goes out, and what comes
+  // behind it is known: damage can show at the end of a picture, and what Ghostscript had to
+  // repair it tells behind the last page.
   bool printPages(documents::GreyPages& pages) {
     GreyPage page;
     std::string error;
+    Step step = pages.nextPage(page, error);
     for (unsigned number = 1; number <= request_.lastPage; ++number) {
-      const Step step = pages.nextPage(page, error);
       if (step == Step::failed) return fail(error);
       if (step == Step::end) return number > request_.firstPage || fail("has no such page");
-      if (number < request_.firstPage) continue;
-      for (const documents::Note& note : page.notes)
-        papplLogJob(job_, PAPPL_LOGLEVEL_INFO, "The page: %s.", note.text.c_str());
+      const bool isWanted = number >= request_.firstPage;
+      if (isWanted && !takePage(pages, page, error)) return fail(error);
       const cups_page_header2_t header = picturePageHeader(paper_, page.height);
-      pixels_.resize(size_t{page.width} * page.height);
-      for (uint32_t y = 0; y < page.height; ++y) {
-        if (!pages.nextRow({pixels_.data() + size_t{y} * page.width, page.width}, error))
-          return fail(error);
-      }
+      step = pages.nextPage(page, error);
+      if (step == Step::failed) return fail(error);
+      if (!isWanted) continue;
       if (!device_.printPage(header, pixels_.data(), request_.copies)) return false;
       papplJobSetImpressionsCompleted(job_, request_.copies);
+    }
+    return true;
+  }
+
+  bool takePage(documents::GreyPages& pages, const GreyPage& page, std::string& error) {
+    for (const documents::Note& note : page.notes)
+      papplLogJob(job_, PAPPL_LOGLEVEL_INFO, "The page: %s.", note.text.c_str());
+    pixels_.resize(size_t{page.width} * page.height);
+    for (uint32_t y = 0; y < page.height; ++y) {
+      if (!pages.nextRow({pixels_.data() + size_t{y} * page.width, page.width}, error))
+        return false;
     }
     return true;
   }

@@ -10,6 +10,7 @@
 
 #include "app/device.h"
 #include "app/document_job.h"
+#include "app/identify.h"
 #include "app/media.h"
 #include "app/option_attributes.h"
 #include "app/queue_status.h"
@@ -75,9 +76,9 @@ void describeMedia(const PrinterModel& model, pappl_pr_driver_data_t* data) {
 
 void describeOptions(const PrinterModel& model, pappl_pr_driver_data_t* data, ipp_t* attributes) {
   for (const OptionAttribute& one : optionAttributes()) {
+    if (!hasAttribute(model, one)) continue;
     const PrinterOption& option = optionOf(one);
     const char* standard = standardChoice(model, option);
-    if (standard == nullptr) continue;
     data->vendor[data->num_vendor++] = one.name;
     const std::string byDefault = std::string(one.name) + "-default";
     const std::string supported = std::string(one.name) + "-supported";
@@ -119,6 +120,8 @@ void describeModel(const PrinterModel& model, pappl_pr_driver_data_t* data) {
   data->format = kDeviceFormat;
   data->printfile_cb = printDocument;
   data->status_cb = updateQueueStatus;
+  data->identify_cb = identifyPrinter;
+  data->identify_default = data->identify_supported = PAPPL_IDENTIFY_ACTIONS_SOUND;
   setRasterCallbacks(data);
   data->ppm = 5;
   data->kind =
@@ -129,7 +132,7 @@ void describeModel(const PrinterModel& model, pappl_pr_driver_data_t* data) {
   data->scaling_default = PAPPL_SCALING_AUTO_FIT;
   // Not 1 bit: PAPPL would hand such pages over as if they had 8.
   data->raster_types = PAPPL_PWG_RASTER_TYPE_SGRAY_8 | PAPPL_PWG_RASTER_TYPE_BLACK_8;
-  data->finishings = PAPPL_FINISHINGS_TRIM;
+  if (mayHaveCutter(model)) data->finishings = PAPPL_FINISHINGS_TRIM;
   data->num_resolution = 1;
   data->x_resolution[0] = data->y_resolution[0] = model.resolution;
   data->x_default = data->y_default = model.resolution;

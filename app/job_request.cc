@@ -23,16 +23,17 @@ std::string textOf(ipp_attribute_t* attribute) {
   return text.data();
 }
 
-bool hasTrim(pappl_job_t* job, const pappl_pr_options_t& options) {
-  return papplJobGetAttribute(job, "job-cut") == nullptr &&
+bool hasTrim(const PrinterModel& model, pappl_job_t* job, const pappl_pr_options_t& options) {
+  return mayHaveCutter(model) && papplJobGetAttribute(job, "job-cut") == nullptr &&
          (options.finishings & PAPPL_FINISHINGS_TRIM) != 0;
 }
 
-std::vector<ChosenOption> chosenOptions(pappl_job_t* job, const pappl_pr_options_t& options,
-                                        const Medium& medium) {
+std::vector<ChosenOption> chosenOptions(const PrinterModel& model, pappl_job_t* job,
+                                        const pappl_pr_options_t& options, const Medium& medium) {
   const Ipp queue(papplPrinterGetDriverAttributes(papplJobGetPrinter(job)));
   std::vector<ChosenOption> chosen;
   for (const OptionAttribute& one : optionAttributes()) {
+    if (!hasAttribute(model, one)) continue;
     ipp_attribute_t* attribute = papplJobGetAttribute(job, one.name);
     const char* choice = choiceOfValue(one, textOf(attribute));
     if (choice == nullptr) {
@@ -42,7 +43,7 @@ std::vector<ChosenOption> chosenOptions(pappl_job_t* job, const pappl_pr_options
     }
     if (choice != nullptr) chosen.push_back({one.option, choice});
   }
-  if (hasTrim(job, options)) chosen.push_back({"docCutType", "1"});
+  if (hasTrim(model, job, options)) chosen.push_back({"docCutType", "1"});
   chosen.push_back({"PrintDensity", densityOfDarkness(options.print_darkness)});
   const std::string_view type = options.media.type;
   if (type == "stationery" || type == "continuous")
@@ -87,8 +88,8 @@ JobRequest readRequest(pappl_job_t* job, const pappl_pr_options_t& options) {
   request.model = findPrinterModel(papplPrinterGetDriverName(papplJobGetPrinter(job)));
   request.medium =
       mediumOfSize(*request.model, options.media.size_width, options.media.size_length);
-  request.settings =
-      settingsFromChoices(*request.model, chosenOptions(job, options, request.medium));
+  request.settings = settingsFromChoices(
+      *request.model, chosenOptions(*request.model, job, options, request.medium));
   request.wish = wishOf(job, options);
   request.copies = options.copies;
   request.firstPage = options.first_page;

@@ -3,9 +3,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "app/device_schemes.h"
@@ -43,9 +45,11 @@ void showUsage(void* /*data*/) {
 
 int run(int argc, char* argv[]) {
   const auto models = app::drivers();
+  bool isServer = std::any_of(argv, argv + argc,
+                              [](std::string_view argument) { return argument == "server"; });
   return papplMainloop(argc, argv, DRAV_VERSION, "", static_cast<int>(models.size()), models.data(),
                        app::modelOfDevice, app::describeDriver, nullptr, nullptr, app::makeSystem,
-                       showUsage, nullptr);
+                       showUsage, &isServer);
 }
 
 // In a process of its own: PAPPL's main loop keeps what it has parsed. The exit status.

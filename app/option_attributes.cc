@@ -74,6 +74,16 @@ const PrinterOption& findOption(std::string_view keyword) {
 
 std::span<const OptionAttribute> optionAttributes() { return kAttributes; }
 
+bool mayHaveCutter(const PrinterModel& model) { return std::string_view(model.docCut) != "0"; }
+
+bool hasAttribute(const PrinterModel& model, const OptionAttribute& attribute) {
+  const std::string_view name = attribute.name;
+  if (name.ends_with("-cut") && !mayHaveCutter(model)) return false;
+  const bool isReceipts = name.starts_with("cash-drawer") || name.find("-logo") != name.npos;
+  if (isReceipts && model.hasFrame) return false;
+  return standardChoice(model, optionOf(attribute)) != nullptr;
+}
+
 const PrinterOption& optionOf(const OptionAttribute& attribute) {
   return findOption(attribute.option);
 }

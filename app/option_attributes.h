@@ -26,6 +26,14 @@ struct OptionAttribute {
 // All that jobs and queues can set besides print-darkness, finishings and the paper.
 std::span<const OptionAttribute> optionAttributes();
 
+// Whether printers of the model may have a cutter; drawers and logos of their own, which the
+// stencil printer lacks.
+bool mayHaveCutter(const PrinterModel& model);
+
+// Whether queues of the model have the attribute: not for hardware that no printer of the
+// model has.
+bool hasAttribute(const PrinterModel& model, const OptionAttribute& attribute);
+
 // The option that the attribute sets.
 const PrinterOption& optionOf(const OptionAttribute& attribute);
 

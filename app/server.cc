@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "app/server.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -9,11 +10,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 #include <string>
 
 #include "app/document_job.h"
 #include "app/driver.h"
+#include "app/server_lock.h"
 #include "app/shutdown.h"
 #include "app/state_file.h"
 #include "documents/grey_pages.h"
@@ -78,36 +81,73 @@ void limitFiles() {
   (void)::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
+// Where a program that is asked for the domain socket of this one looks (PAPPL has no name
+// for it).
+std::string socketPath() {
+  const uid_t user = ::getuid();
+  if (user != 0)
+    return std::string(papplGetTempDir()) + "/" + kName + std::to_string(user) + ".sock";
+  const char* snap = std::getenv("SNAP_COMMON");
+  return std::string(snap != nullptr ? snap : "/run") + "/" + kName + ".sock";
+}
+
+[[noreturn]] void refuse(const std::string& why) {
+  (void)std::fprintf(stderr, "%s: %s.\n", kName, why.c_str());
+  std::_Exit(EXIT_FAILURE);
+}
+
+// Two servers on one state file would lose each other's queues, and the second on one
+// socket would take the commands from the first.
+void lock(const std::string& state, StartedBy starter) {
+  std::string error;
+  if (!lockForServer(socketPath(), starter, error) || !lockForServer(state, starter, error))
+    refuse(error);
+}
+
+// Whoever reads what the command says waits for its end, not for the server's.
+void leaveTheCommandsStreams() {
+  const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    (void)::dup2(nowhere, stream);
+}
+
 void listen(pappl_system_t* system, const Options& options) {
   const char* host = options.text("listen-hostname");
-  if (options.text("private-server") != nullptr) return;
   if (!isShared) papplSystemSetHostName(system, "localhost");
   if (const char* name = options.text("server-hostname")) papplSystemSetHostName(system, name);
-  papplSystemAddListeners(system, host != nullptr ? host : isShared ? nullptr : "127.0.0.1");
+  if (host == nullptr && !isShared) host = "127.0.0.1";
+  if (!papplSystemAddListeners(system, host))
+    refuse(std::string("cannot listen at the port of ") +
+           (host != nullptr ? host : "this machine"));
 }
 
 }  // namespace
 
-pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* /*data*/) {
+pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* data) {
   const Options chosen(optionCount, options);
+  const bool isServer = *static_cast<const bool*>(data);
   const std::optional<int> port = portOf(chosen.text("server-port"));
-  if (!port) {
-    (void)std::fprintf(stderr, "%s: Bad 'server-port' value.\n", kName);
-    return nullptr;
-  }
+  if (!port) refuse("bad 'server-port' value");
   const std::string folder = stateFolder();
+  const char* state = chosen.text("state-file");
   const char* spool = chosen.text("spool-directory");
   const char* log = chosen.text("log-file");
+  const bool isPrivate = chosen.text("private-server") != nullptr;
+  const std::string stateFile =
+      std::filesystem::absolute(state != nullptr ? state : folder + "/state");
+  const std::string logFile = log != nullptr ? log : isPrivate ? folder + "/log" : "-";
+  if (isPrivate) leaveTheCommandsStreams();
+  if (isServer) lock(stateFile, isPrivate ? StartedBy::kCommand : StartedBy::kUser);
   isShared = chosen.isOn("share", false);
   limitFiles();
   // None of PAPPL's web pages: two of them end the process.
   pappl_soptions_t soptions = PAPPL_SOPTIONS_MULTI_QUEUE;
   if (!chosen.isOn("tls", isShared)) soptions |= PAPPL_SOPTIONS_NO_TLS;
-  pappl_system_t* system = papplSystemCreate(soptions, kName, *port, "_print,_universal",
-                                             spool != nullptr ? spool : (folder + "/spool").c_str(),
-                                             log != nullptr ? log : "-",
-                                             levelOf(chosen.text("log-level")), nullptr, false);
-  if (system == nullptr) return nullptr;
+  pappl_system_t* system =
+      papplSystemCreate(soptions, kName, *port, "_print,_universal",
+                        spool != nullptr ? spool : (folder + "/spool").c_str(), logFile.c_str(),
+                        levelOf(chosen.text("log-level")), nullptr, false);
+  if (system == nullptr || !isServer) return system;
   papplSystemSetMaxLogSize(system, 0);  // PAPPL stops for ever when it turns a log over
   papplSystemSetMaxClients(system, kMostClients);
   if (!isShared) papplSystemSetDNSSDName(system, nullptr);
@@ -116,9 +156,8 @@ pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* /*data
   const auto models = drivers();
   papplSystemSetPrinterDrivers(system, static_cast<int>(models.size()), models.data(),
                                modelOfDevice, limitQueue, describeDriver, nullptr);
-  listen(system, chosen);
-  const char* state = chosen.text("state-file");
-  keepState(system, state != nullptr ? state : folder + "/state");
+  if (!isPrivate) listen(system, chosen);
+  keepState(system, stateFile);
   watchForShutdown(system);
   return system;
 }

@@ -7,7 +7,8 @@
 
 namespace app {
 
-// PAPPL's callback. Null, after a line on standard error, for options that mean nothing.
+// PAPPL's callback. `data` is a bool: whether the system will run, and not tell its drivers
+// alone. Ends the process, after a line on standard error, where it cannot run.
 pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* data);
 
 }  // namespace app

@@ -58,7 +58,7 @@ std::string stateFolder() {
 }
 
 void keepState(pappl_system_t* system, const std::string& file) {
-  path = std::filesystem::absolute(file);
+  path = file;
   (void)papplSystemLoadState(system, path.c_str());
   papplSystemSetSaveCallback(system, saveState, nullptr);
 }

@@ -26,6 +26,7 @@ constexpr uint8_t kWhite = 255;
 constexpr size_t kDrawn = 3;  // bytes of a pixel that Ghostscript draws
 constexpr const char* kNowhere = "/nonexistent";
 constexpr std::string_view kMended = "**** Error: ";
+constexpr std::string_view kRepaired = "**** This file had errors that were repaired";
 
 struct Pixels {
   uint32_t width = 0;
@@ -87,6 +88,8 @@ class GhostscriptPages : public PlacedPages {
         // In colour, since its grey devices move a grey by one level.
         "-sDEVICE=ppmraw", densityArgument(density), "-dFirstPage=" + std::to_string(page_),
         "-sstdout=%stderr", "-sOutputFile=-", "-f", "/dev/stdin"};
+    // What it repairs it tells with its other messages alone.
+    if (world_.refusesRepaired) command.arguments.erase(command.arguments.begin());
     command.inputDescriptor = descriptor_;
     // A document may write to the folder of temporary files, -dSAFER or not: it gets one that
     // is not there, and may write no byte to any file. Pages of the largest size need none.
@@ -174,7 +177,9 @@ class GhostscriptPages : public PlacedPages {
     if (drawing_.atEnd()) {
       if (!drawing_.process().finish()) return fail(error);
       // It passes over what it cannot draw, and ends well.
-      const bool isMended = drawing_.process().messages().find(kMended) != std::string::npos;
+      const std::string& messages = drawing_.process().messages();
+      const bool isMended = messages.find(kMended) != std::string::npos ||
+                            messages.find(kRepaired) != std::string::npos;
       if (page_ == 1 || isMended) return fail(error);
       ended_ = End::well;
       return Step::end;
@@ -288,6 +293,8 @@ class GhostscriptPages : public PlacedPages {
       error = "cannot be drawn: a page took more than 60 s";
     } else if (const auto line = lineWith(messages, "Error: "); !line.empty()) {
       error = "is damaged or no " + name + ": Ghostscript says " + std::string(line);
+    } else if (messages.find(kRepaired) != std::string::npos) {
+      error = "is damaged: Ghostscript had to repair it";
     } else if (endedWell) {
       error = page_ == 1 ? "has no page" : "is damaged or no " + name;
     } else {

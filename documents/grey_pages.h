@@ -68,6 +68,7 @@ struct World {
   std::string pictureReader;  // paths; empty for "not there"
   std::string textReader;
   std::string ghostscript;
+  bool refusesRepaired = false;         // whether a PDF that Ghostscript says it has repaired fails
   std::function<bool()> stopRequested;  // asked every so often, from the caller's thread
 };
 

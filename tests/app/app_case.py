@@ -39,11 +39,16 @@ class Server:
         self.log = folder / "log"
         # The commands find the server by a socket in one of these.
         self.environment = os.environ | {"SNAP_COMMON": str(folder), "TMPDIR": str(folder),
-                                         "HOME": str(folder)}
+                                         "HOME": str(folder),
+                                         "STATE_DIRECTORY": str(folder / "default")}
         self.process: subprocess.Popen | None = None
         self.start()
 
     def start(self) -> None:
+        self.launch()
+        self.wait_ready()
+
+    def launch(self) -> None:
         command = [APP, "server", "-o", f"server-port={self.port}",
                    "-o", f"spool-directory={self.folder}/spool", "-o", f"state-file={self.state}",
                    "-o", "log-level=debug"]
@@ -52,18 +57,27 @@ class Server:
         with self.log.open("ab") as log:
             self.process = subprocess.Popen(command, env=self.environment, stderr=log,
                                             cwd=self.folder)
+
+    def wait_ready(self) -> None:
+        """Until programs reach it by its port, and its commands by its socket."""
         end = time.monotonic() + 20
-        while time.monotonic() < end:
-            with socket.socket() as one:
-                if one.connect_ex(("127.0.0.1", self.port)) == 0:
-                    return
-            if self.process.poll() is not None:
-                break
+        while not (self._answers(socket.AF_INET, ("127.0.0.1", self.port)) and
+                   any(self._answers(socket.AF_UNIX, str(one))
+                       for one in self.folder.glob("*.sock"))):
+            assert self.process is not None
+            if self.process.poll() is not None or time.monotonic() > end:
+                raise AssertionError("the server does not start:\n" + self.log.read_text())
             time.sleep(0.02)
-        raise AssertionError("the server does not start:\n" + self.log.read_text())
+
+    @staticmethod
+    def _answers(family: int, address: tuple[str, int] | str) -> bool:
+        with socket.socket(family) as one:
+            return one.connect_ex(address) == 0
 
     def run(self, *arguments: str, status: int = 0) -> str:
-        result = subprocess.run([APP, *arguments], env=self.environment, capture_output=True,
+        # PAPPL's commands end without giving back what they took.
+        result = subprocess.run([APP, *arguments], capture_output=True,
+                                env=self.environment | {"LSAN_OPTIONS": "detect_leaks=0"},
                                 text=True, timeout=30, check=False)
         if result.returncode != status:
             raise AssertionError(f"{arguments}: {result.returncode}\n{result.stdout}"

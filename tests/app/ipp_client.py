@@ -12,6 +12,8 @@ COLLECTION, END_COLLECTION, MEMBER = 0x34, 0x37, 0x4A
 TEXT, NAME, KEYWORD, URI, CHARSET, LANGUAGE, MIME = 0x41, 0x42, 0x44, 0x45, 0x47, 0x48, 0x49
 
 PRINT_JOB, CANCEL_JOB, GET_JOB, GET_PRINTER, SET_PRINTER = 0x02, 0x08, 0x09, 0x0B, 0x13
+PAUSE_PRINTER, CREATE_PRINTER, DELETE_PRINTER = 0x10, 0x4C, 0x4E
+IDENTIFY_PRINTER, SHUTDOWN_ALL_PRINTERS = 0x3C, 0x62
 PENDING, HELD, PROCESSING, STOPPED, CANCELED, ABORTED, COMPLETED = 3, 4, 5, 6, 7, 8, 9
 
 Value = int | bool | str | bytes | tuple | list | dict
@@ -108,21 +110,22 @@ def _groups(data: bytes) -> tuple[int, dict[str, list[Value]]]:
 
 
 class Client:
-    """Requests to one queue of a server on this machine."""
+    """Requests to one queue of a server on this machine, or to the server."""
 
-    def __init__(self, port: int, path: str) -> None:
+    def __init__(self, port: int, path: str, host: str = "127.0.0.1") -> None:
+        self._host = host
         self._port = port
         self._path = path
         self._numbers = itertools.count(1)
 
     @property
     def uri(self) -> str:
-        return f"ipp://127.0.0.1:{self._port}{self._path}"
+        return f"ipp://{self._host}:{self._port}{self._path}"
 
     def request(self, operation: int, attributes: Iterable[Attribute] = (),
                 job: Iterable[Attribute] = (), document: bytes = b"", group: int = JOB,
                 target: str = "printer-uri") -> tuple[int, dict[str, list[Value]]]:
-        """Status and attributes of the answer."""
+        """Status and attributes of the answer; minus the status of HTTP when it has none."""
         body = struct.pack(">BBHiB", 2, 0, operation, next(self._numbers), OPERATION)
         head = [Attribute(CHARSET, "attributes-charset", "utf-8"),
                 Attribute(LANGUAGE, "attributes-natural-language", "en"),
@@ -132,10 +135,11 @@ class Client:
         if job:
             body += bytes([group]) + b"".join(_encoded(one) for one in job)
         body += bytes([END]) + document
-        connection = http.client.HTTPConnection("127.0.0.1", self._port, timeout=60)
+        connection = http.client.HTTPConnection(self._host, self._port, timeout=60)
         try:
             connection.request("POST", self._path, body, {"Content-Type": "application/ipp"})
-            return _groups(connection.getresponse().read())
+            answer = connection.getresponse()
+            return _groups(answer.read()) if answer.status == 200 else (-answer.status, {})
         finally:
             connection.close()
 

@@ -144,6 +144,17 @@ class DocumentTest(AppCase):
         self.assertCompleted(self.printed(self.client, "image/png", self.picture))
         self.assertSameBytes(self.printer.job(), self.by_filter(self.picture))
 
+    def test_a_pdf_that_ghostscript_repairs_is_not_completed_and_costs_no_paper(self) -> None:
+        whole = pdf((100, 80, "0.2 g 5 5 50 50 re f"))
+        for name, document in (("no table", whole[:whole.index(b"xref")]),
+                               ("a cut", whole[:len(whole) // 2]),
+                               ("a wrong start", whole.replace(b"startxref\n", b"startxref\n9"))):
+            with self.subTest(name):
+                self.assertAborted(self.printed(self.receipts, "application/pdf", document))
+        self.assertEqual(self.receipt_printer.jobs(), [])
+        self.assertCompleted(self.printed(self.receipts, "application/pdf", whole))
+        self.receipt_printer.job()
+
     def test_a_cut_picture_does_not_fill_the_log(self) -> None:
         before = self.server.log.stat().st_size
         self.assertAborted(self.printed(self.client, "image/png", self.picture[:-30]))

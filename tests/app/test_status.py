@@ -6,6 +6,7 @@ import unittest
 
 from app_case import (PICTURE, RASTER, AppCase, as_filter_raster, filtered, ink_page, picture,
                       pwg)
+from ipp_client import IDENTIFY_PRINTER
 from sink import WELL
 
 
@@ -56,6 +57,19 @@ class StatusTest(AppCase):
         self.assertEqual(self.reasons(client), {"none"})
         self.assertCompleted(self.printed(client, RASTER, pwg([self.page])))
         self.assertEqual(printer.questions, 0)
+
+    def test_a_printer_rings_when_it_shall_tell_which_it_is(self) -> None:
+        printer = self.sink(stall_at=20_000)
+        client = self.server.add(self.name, printer.uri, "dravr803")
+        self.assertEqual(client.printer()["identify-actions-supported"], ["sound"])
+        self.assertEqual(client.request(IDENTIFY_PRINTER)[0], 0)
+        self.assertEqual(printer.job(), b"\x1bB\x03\x02")
+        number = self.submit(client, picture(850, 3000))
+        printer.wait_bytes(20_000)
+        self.assertEqual(client.request(IDENTIFY_PRINTER)[0], 0)  # and not within a job
+        printer.resume()
+        self.assertCompleted(self.ended(client, number))
+        self.assertNotIn(b"\x1bB\x03\x02", printer.job())
 
     def test_a_printer_is_not_asked_within_a_job(self) -> None:
         printer = self.sink(answers=WELL, stall_at=20_000)
