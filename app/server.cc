@@ -84,6 +84,9 @@ void listen(pappl_system_t* system, const Options& options) {
   if (!isShared) papplSystemSetHostName(system, "localhost");
   if (const char* name = options.text("server-hostname")) papplSystemSetHostName(system, name);
   papplSystemAddListeners(system, host != nullptr ? host : isShared ? nullptr : "127.0.0.1");
+  // As a service of the machine: where every user's commands find it.
+  if (const char* folder = std::getenv("RUNTIME_DIRECTORY"))
+    papplSystemAddListeners(system, (std::string(folder) + "/server.sock").c_str());
 }
 
 }  // namespace
