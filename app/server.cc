@@ -119,6 +119,9 @@ void listen(pappl_system_t* system, const Options& options) {
   if (!papplSystemAddListeners(system, host))
     refuse(std::string("cannot listen at the port of ") +
            (host != nullptr ? host : "this machine"));
+  // As a service of the machine: where every user's commands find it.
+  if (const char* folder = std::getenv("RUNTIME_DIRECTORY"))
+    papplSystemAddListeners(system, (std::string(folder) + "/server.sock").c_str());
 }
 
 }  // namespace

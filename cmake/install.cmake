@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 # What is installed; DESTDIR stages all of it, cmake/layout.cmake has the folders.
 # Components: `driver`, `pictures`, `tools` and `app` are the same for everyone; `host` is what a
-# distribution's package lays out in its own way (cmake/packages.cmake).
+# distribution's package lays out in its own way (debian/*.install).
+set(packaging ${PROJECT_SOURCE_DIR}/packaging)
+set(units ${PROJECT_BINARY_DIR}/systemd)
 drav_install_folders(driver ${DRAV_FILTER_DIR} ${DRAV_DRIVER_DIR})
 if(DRAV_LAYOUT STREQUAL "macos")
   install(FILES ${DRAV_PPD_FILES} DESTINATION ${DRAV_DRIVER_DIR} COMPONENT driver)
@@ -37,7 +39,8 @@ install(TARGETS drav RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools
 # installed, so there it names them instead.
 set(DRAV_GUIDES "")
 set(DRAV_GUIDE_PICTURES "")
-set(guides install options troubleshooting scale proof inspect doctor log-lines glossary)
+set(guides install printer-application options troubleshooting scale proof inspect doctor log-lines
+           glossary)
 file(GLOB_RECURSE other_documents CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/docs
      ${PROJECT_SOURCE_DIR}/docs/*.md)
 list(TRANSFORM guides APPEND .md OUTPUT_VARIABLE guide_files)
@@ -74,26 +77,6 @@ foreach(guide IN LISTS guides)
 endforeach()
 list(REMOVE_DUPLICATES DRAV_GUIDE_PICTURES)
 
-# Installs the guides into `folder`, pictures below it as the guides name them.
-function(drav_install_guides folder component)
-  install(FILES ${DRAV_GUIDES} DESTINATION ${folder} COMPONENT ${component} ${ARGN})
-  foreach(picture IN LISTS DRAV_GUIDE_PICTURES)
-    cmake_path(RELATIVE_PATH picture BASE_DIRECTORY ${PROJECT_SOURCE_DIR}/docs OUTPUT_VARIABLE below)
-    cmake_path(GET below PARENT_PATH below)
-    drav_install_folders(${component} ${folder}/${below})
-    install(FILES ${picture} DESTINATION ${folder}/${below} COMPONENT ${component} ${ARGN})
-  endforeach()
-endfunction()
-
-# Writes the two units of the clearing job into `folder`; `program` is run by it.
-function(drav_configure_units program folder)
-  set(DRAV_CLEAN_PROGRAM ${program})
-  configure_file(${PROJECT_SOURCE_DIR}/packaging/systemd/drav-clean.service.in
-                 ${folder}/drav-clean.service @ONLY)
-  configure_file(${PROJECT_SOURCE_DIR}/packaging/systemd/drav-clean.timer
-                 ${folder}/drav-clean.timer COPYONLY)
-endfunction()
-
 drav_install_folders(host ${CMAKE_INSTALL_MANDIR}/man1 ${CMAKE_INSTALL_MANDIR}/man8
                      ${CMAKE_INSTALL_DOCDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/man/rastertodrav.8 ${PROJECT_SOURCE_DIR}/man/picturetodrav.8
@@ -102,7 +85,13 @@ install(FILES ${PROJECT_SOURCE_DIR}/man/drav.1
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
 install(FILES ${PROJECT_SOURCE_DIR}/CHANGES.md ${PROJECT_SOURCE_DIR}/LICENSE
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT host)
-drav_install_guides(${CMAKE_INSTALL_DOCDIR} host)
+install(FILES ${DRAV_GUIDES} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT host)
+foreach(picture IN LISTS DRAV_GUIDE_PICTURES)  # below it, as the guides name them
+  cmake_path(RELATIVE_PATH picture BASE_DIRECTORY ${PROJECT_SOURCE_DIR}/docs OUTPUT_VARIABLE below)
+  cmake_path(GET below PARENT_PATH below)
+  drav_install_folders(host ${CMAKE_INSTALL_DOCDIR}/${below})
+  install(FILES ${picture} DESTINATION ${CMAKE_INSTALL_DOCDIR}/${below} COMPONENT host)
+endforeach()
 
 # With libvips come many libraries: who prints no pictures does without these programs.
 drav_install_folders(pictures ${DRAV_FILTER_DIR} ${CMAKE_INSTALL_LIBEXECDIR}/drav)
@@ -124,6 +113,20 @@ if(TARGET drav-printer-app AND DRAV_LAYOUT STREQUAL "linux")
           PERMISSIONS ${program_permissions})
   install(FILES ${PROJECT_SOURCE_DIR}/man/drav-printer-app.1
           DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT app)
+  # Its service: the unit, its user, the name by which the other commands find it, and the
+  # rights on printers.
+  set(DRAV_APP_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR}/drav-printer-app)
+  configure_file(${packaging}/systemd/drav-printer-app.service.in
+                 ${units}/drav-printer-app.service @ONLY)
+  drav_install_folders(app ${DRAV_SYSTEMD_UNIT_DIR} lib/sysusers.d lib/tmpfiles.d lib/udev/rules.d)
+  install(FILES ${units}/drav-printer-app.service DESTINATION ${DRAV_SYSTEMD_UNIT_DIR}
+          COMPONENT app)
+  install(FILES ${packaging}/systemd/drav-printer-app.sysusers DESTINATION lib/sysusers.d
+          RENAME drav-printer-app.conf COMPONENT app)
+  install(FILES ${packaging}/systemd/drav-printer-app.tmpfiles DESTINATION lib/tmpfiles.d
+          RENAME drav-printer-app.conf COMPONENT app)
+  install(FILES ${packaging}/udev/60-drav-printer-app.rules DESTINATION lib/udev/rules.d
+          COMPONENT app)
 endif()
 
 if(TARGET drav-clean)
@@ -131,8 +134,9 @@ if(TARGET drav-clean)
   install(TARGETS drav-clean RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/drav COMPONENT driver
           PERMISSIONS ${program_permissions})
   if(DRAV_LAYOUT STREQUAL "linux")
-    set(units ${PROJECT_BINARY_DIR}/systemd)
-    drav_configure_units(${CMAKE_INSTALL_FULL_LIBEXECDIR}/drav/drav-clean ${units})
+    set(DRAV_CLEAN_PROGRAM ${CMAKE_INSTALL_FULL_LIBEXECDIR}/drav/drav-clean)
+    configure_file(${packaging}/systemd/drav-clean.service.in ${units}/drav-clean.service @ONLY)
+    configure_file(${packaging}/systemd/drav-clean.timer ${units}/drav-clean.timer COPYONLY)
     drav_install_folders(host ${DRAV_SYSTEMD_UNIT_DIR})
     install(FILES ${units}/drav-clean.service ${units}/drav-clean.timer
             DESTINATION ${DRAV_SYSTEMD_UNIT_DIR} COMPONENT host)

@@ -29,10 +29,6 @@ set(DRAV_SYSTEMD_UNIT_DIR "lib/systemd/system" CACHE STRING "Folder of the syste
 # so that lp can pass them whatever the umask of who installs. CMake's own would
 # be closed under root's frequent 077, and the scheduler could not run the filter.
 function(drav_install_folders component)
-  set(exclude "")
-  if(component MATCHES "_debian$")
-    set(exclude EXCLUDE_FROM_ALL)
-  endif()
   install(CODE "
 set(wanted \"${ARGN}\")
 set(folders \"\")
@@ -41,5 +37,5 @@ foreach(folder IN LISTS wanted)
   list(APPEND folders \"\$ENV{DESTDIR}\${folder}\")
 endforeach()
 execute_process(COMMAND sh -c \"umask 022 && mkdir -p -- \\\"\$@\\\"\" sh \${folders}
-                COMMAND_ERROR_IS_FATAL ANY)" COMPONENT ${component} ${exclude})
+                COMMAND_ERROR_IS_FATAL ANY)" COMPONENT ${component})
 endfunction()

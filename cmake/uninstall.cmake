@@ -3,7 +3,7 @@
 # --install` of this build folder put there; with the same DESTDIR, if one was
 # set. CMake's own list knows neither DESTDIR nor that a test has staged another
 # copy meanwhile, so every install leaves a list of its own, by DESTDIR and
-# component. Lists of stages that are gone go too, CPack's stages leave none.
+# component. Lists of stages that are gone go too.
 set(DRAV_INSTALLED_LISTS ${PROJECT_BINARY_DIR}/installed)
 file(MAKE_DIRECTORY ${DRAV_INSTALLED_LISTS})  # else root's first install would own it
 install(CODE "
@@ -15,16 +15,14 @@ foreach(stage IN LISTS stages)
     file(REMOVE_RECURSE \"\${stage}\")
   endif()
 endforeach()
-if(NOT \"\$ENV{DESTDIR}\" MATCHES \"/_CPack_Packages/\")
-  string(MD5 stage \"\$ENV{DESTDIR}\")
-  set(stage \"${DRAV_INSTALLED_LISTS}/\${stage}\")
-  if(NOT CMAKE_INSTALL_COMPONENT)  # replaces what was installed part by part
-    file(REMOVE_RECURSE \"\${stage}\")
-  endif()
-  list(JOIN CMAKE_INSTALL_MANIFEST_FILES \"\\n\" names)
-  file(WRITE \"\${stage}/stage\" \"\$ENV{DESTDIR}\")
-  file(WRITE \"\${stage}/files-\${CMAKE_INSTALL_COMPONENT}.list\" \"\${names}\\n\")
-endif()" ALL_COMPONENTS)
+string(MD5 stage \"\$ENV{DESTDIR}\")
+set(stage \"${DRAV_INSTALLED_LISTS}/\${stage}\")
+if(NOT CMAKE_INSTALL_COMPONENT)  # replaces what was installed part by part
+  file(REMOVE_RECURSE \"\${stage}\")
+endif()
+list(JOIN CMAKE_INSTALL_MANIFEST_FILES \"\\n\" names)
+file(WRITE \"\${stage}/stage\" \"\$ENV{DESTDIR}\")
+file(WRITE \"\${stage}/files-\${CMAKE_INSTALL_COMPONENT}.list\" \"\${names}\\n\")" ALL_COMPONENTS)
 
 add_custom_target(uninstall
   COMMAND ${CMAKE_COMMAND} -DLISTS=${DRAV_INSTALLED_LISTS}

@@ -95,8 +95,8 @@ PORTABILITY_PACKAGES=(
 
 # shellcheck disable=SC2034
 PACKAGE_PACKAGES=(
-  "dpkg-dev|computes the dependencies of the packages"
-  "file|cpack tells programs from texts"
+  "build-essential|the compiler and dpkg-buildpackage"
+  "debhelper|makes the packages"
   "lintian|checks packages against Debian's rules"
   "mmdebstrap|makes a clean root from the machine's own package sources"
   "iproute2|a loop-back interface for the clean root"

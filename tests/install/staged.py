@@ -38,8 +38,8 @@ def driver_parts() -> list[str]:
 def guides() -> list[str]:
     """Guides for users that the tree has, and the pictures in them."""
     found = []
-    for name in ("install", "options", "troubleshooting", "scale", "proof", "inspect", "doctor",
-                 "log-lines", "glossary"):
+    for name in ("install", "printer-application", "options", "troubleshooting", "scale", "proof",
+                 "inspect", "doctor", "log-lines", "glossary"):
         path = SOURCE / "docs" / f"{name}.md"
         if path.exists():
             pictures = re.findall(r"\((images/[^)]+)\)", path.read_text(encoding="utf-8"))

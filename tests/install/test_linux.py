@@ -44,6 +44,10 @@ def expected_files() -> dict[str, int]:
     if ARGUMENTS.with_app:
         modes[f"{prefix}/bin/drav-printer-app"] = 0o755
         modes[f"{prefix}/share/man/man1/drav-printer-app.1"] = 0o644
+        for name in ("systemd/system/drav-printer-app.service", "sysusers.d/drav-printer-app.conf",
+                     "tmpfiles.d/drav-printer-app.conf",
+                     "udev/rules.d/60-drav-printer-app.rules"):
+            modes[f"{prefix}/lib/{name}"] = 0o644
     if ARGUMENTS.with_clean:
         modes[f"{prefix}/libexec/drav/drav-clean"] = 0o755
         for unit in ("service", "timer"):
@@ -101,17 +105,18 @@ class InstallTest(StagedTest):
               for kind in ("picture", "text"))})
 
     def test_links_of_the_guides_stay_in_their_folder(self):
-        """As they are installed, and as the Debian package has them."""
-        for options, folder in (((), f"{ARGUMENTS.prefix}/share/doc/drav"),
-                                (("--component", "driver_debian", "--prefix", "/usr"),
-                                 "/usr/share/doc/printer-driver-drav")):
-            self.install(*options)
-            documents = self.stage / folder.lstrip("/")
-            found = sorted(documents.glob("*.md"))
-            for name in staged.guides():
-                self.assertTrue((documents / name).exists(), name)
+        """The print server's guide also has a package without the others."""
+        self.install()
+        documents = self.stage / ARGUMENTS.prefix.lstrip("/") / "share/doc/drav"
+        alone = self.scratch / "alone"
+        alone.mkdir()
+        shutil.copy(documents / "printer-application.md", alone)
+        for name in staged.guides():
+            self.assertTrue((documents / name).exists(), name)
+        for folder in (documents, alone):
+            found = sorted(folder.glob("*.md"))
             self.assertEqual([fault for document in found
-                              for fault in markdown_links.broken(document, documents)], [])
+                              for fault in markdown_links.broken(document, folder)], [])
             # A link that led out of the folder has become the name of what it led to.
             self.assertNotIn("](../", "".join(path.read_text(encoding="utf-8") for path in found))
 
