@@ -52,6 +52,19 @@ void addOption(ipp_t* request, const OptionAttribute& one, const std::string& va
   }
 }
 
+// By its size: PAPPL takes only those names that the queue lists, and prints on the queue's
+// own paper otherwise.
+void addPaper(ipp_t* request, const Medium& paper) {
+  ipp_t* size = ippNew();
+  ippAddInteger(size, IPP_TAG_ZERO, IPP_TAG_INTEGER, "x-dimension", paper.width);
+  ippAddInteger(size, IPP_TAG_ZERO, IPP_TAG_INTEGER, "y-dimension", paper.length);
+  ipp_t* col = ippNew();
+  ippAddCollection(col, IPP_TAG_ZERO, "media-size", size);
+  ippAddCollection(request, IPP_TAG_JOB, "media-col", col);
+  ippDelete(size);
+  ippDelete(col);
+}
+
 }  // namespace
 
 std::optional<int> submitJob(http_t* client, const PrintWanted& wanted, int file,
@@ -68,7 +81,7 @@ std::optional<int> submitJob(http_t* client, const PrintWanted& wanted, int file
   ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_NAME, "job-name", nullptr, wanted.name.c_str());
   ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_MIMETYPE, "document-format", nullptr,
                "image/x-portable-anymap");
-  ippAddString(request, IPP_TAG_JOB, IPP_TAG_KEYWORD, "media", nullptr, wanted.media.c_str());
+  addPaper(request, wanted.paper);
   ippAddString(request, IPP_TAG_JOB, IPP_TAG_KEYWORD, "print-scaling", nullptr, "none");
   ippAddInteger(request, IPP_TAG_JOB, IPP_TAG_ENUM, "orientation-requested", IPP_ORIENT_PORTRAIT);
   ippAddInteger(request, IPP_TAG_JOB, IPP_TAG_INTEGER, "copies", wanted.copies);

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/media.h"
 #include "app/option_attributes.h"
 
 namespace app {
@@ -21,7 +22,7 @@ namespace app {
 struct PrintWanted {
   std::string queue;  // resource of the queue
   std::string name;   // of the job
-  std::string media;
+  Medium paper;
   int copies = 1;
   // Attributes of app/option_attributes.h with their values.
   std::vector<std::pair<const OptionAttribute*, std::string>> options;

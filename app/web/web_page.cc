@@ -371,7 +371,7 @@ class WebPage {
     PrintWanted wanted;
     wanted.queue = resourceOf(task.printer);
     wanted.name = task.wish.name.empty() ? "drawing" : task.wish.name;
-    wanted.media = task.wish.page.medium.name;
+    wanted.paper = task.wish.page.medium;
     wanted.copies = task.wish.copies;
     wanted.options = task.wish.options;
     return wanted;
