@@ -15,6 +15,7 @@
 #include <semaphore>
 #include <span>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -52,6 +53,8 @@ constexpr std::string_view kTokenPlace = "@TOKEN@";
 constexpr int kTick = 5;                   // seconds
 constexpr std::ptrdiff_t kMostMakers = 2;  // threads that make pages
 constexpr std::chrono::seconds kMakerTime{20};
+constexpr int kStartSlices = 10;
+constexpr std::chrono::milliseconds kStartSlice{30};
 constexpr uint64_t kMostBeforeDots = 3'000'000;  // of the picture of the page before
 constexpr std::array<std::pair<pappl_preason_t, const char*>, 5> kReasons = {
     {{PAPPL_PREASON_OFFLINE, "offline"},
@@ -409,6 +412,9 @@ class WebPage {
   Answer cancelJob(pappl_client_t* client) {
     pappl_job_t* job = jobOf(client);
     if (job == nullptr) return refusal(HTTP_STATUS_GONE, "the job is no longer known");
+    // A job that PAPPL is about to start would start all the same, without its document.
+    for (int i = 0; i < kStartSlices && papplJobGetState(job) == IPP_JSTATE_PENDING; ++i)
+      std::this_thread::sleep_for(kStartSlice);
     papplJobCancel(job);
     return answered("{}");
   }

@@ -13,7 +13,7 @@ class Refusal extends Error {
 
 async function readRefusal(response) {
   try {
-    return new Refusal(response.status, (await response.json()).error);
+    return new Refusal(response.status, say((await response.json()).error));
   } catch {
     return new Refusal(response.status, response.statusText);
   }
@@ -58,7 +58,7 @@ function sendFile(file, progress) {
     request.upload.addEventListener("progress", (event) => progress(event.loaded / file.size));
     request.addEventListener("load", () => {
       if (request.status === 200) resolve(request.response);
-      else reject(new Refusal(request.status, request.response?.error ?? request.statusText));
+      else reject(new Refusal(request.status, say(request.response?.error ?? request.statusText)));
     });
     request.addEventListener("error", () => {
       reject(new Refusal(0, say("The server does not answer.")));
