@@ -55,7 +55,7 @@ class DocumentJob {
     if (file < 0) return fail("cannot be opened");
     const ScopeGuard closer([file] { ::close(file); });
     const FileKind kind = documents::kindOfFile(file);
-    if (!documents::isPicture(kind) && !(kind == FileKind::kPdf && pdfIsOn))
+    if (!isPrintableKind(kind))
       return fail(std::string("is ") + documents::kindName(kind) + ", which is not printed here");
     static documents::World installed = documents::installedWorld();
     documents::World world = installed;
@@ -133,6 +133,10 @@ const char* guessFormat(const unsigned char* start, size_t size, void* /*data*/)
 }
 
 }  // namespace
+
+bool isPrintableKind(FileKind kind) {
+  return documents::isPicture(kind) || (kind == FileKind::kPdf && pdfIsOn);
+}
 
 bool printDocument(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* /*device*/) {
   try {

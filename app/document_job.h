@@ -7,6 +7,8 @@
 
 #include <span>
 
+#include "documents/file_kind.h"
+
 namespace app {
 
 // What PAPPL calls the format that goes to the printer. A filter to the driver's own
@@ -16,6 +18,9 @@ inline constexpr const char* kDeviceFormat = "application/octet-stream";
 
 // PDF only if `withPdf`. Before the system runs.
 void addDocumentFilters(pappl_system_t* system, bool withPdf);
+
+// Whether documents of that kind print here.
+bool isPrintableKind(documents::FileKind kind);
 
 // For jobs whose format nobody has named.
 bool printDocument(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device);

@@ -5,6 +5,10 @@
 
 #include <pappl/pappl.h>
 
+#include <functional>
+#include <string>
+#include <vector>
+
 #include "app/media.h"
 #include "documents/page_request.h"
 #include "filter/settings.h"
@@ -24,6 +28,11 @@ struct JobRequest {
 // The job's attributes, and the queue's defaults where it has none. `options` are PAPPL's;
 // vendor defaults are not among them, so they are read from the queue.
 JobRequest readRequest(pappl_job_t* job, const pappl_pr_options_t& options);
+
+// The choices of the options of app/option_attributes.h: `asked` gives the value of an
+// attribute as text, and where that means nothing the queue's default counts.
+std::vector<ChosenOption> choicesOf(pappl_printer_t* printer,
+                                    const std::function<std::string(const char* name)>& asked);
 
 }  // namespace app
 

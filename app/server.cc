@@ -19,6 +19,7 @@
 #include "app/server_lock.h"
 #include "app/shutdown.h"
 #include "app/state_file.h"
+#include "app/web/web_page.h"
 #include "documents/grey_pages.h"
 
 namespace app {
@@ -134,6 +135,7 @@ pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* data) 
   const std::string folder = stateFolder();
   const char* state = chosen.text("state-file");
   const char* spool = chosen.text("spool-directory");
+  const std::string spoolFolder = spool != nullptr ? spool : folder + "/spool";
   const char* log = chosen.text("log-file");
   const bool isPrivate = chosen.text("private-server") != nullptr;
   const std::string stateFile =
@@ -147,10 +149,10 @@ pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* data) 
   pappl_soptions_t soptions = PAPPL_SOPTIONS_MULTI_QUEUE;
   if (!chosen.isOn("tls", isShared)) soptions |= PAPPL_SOPTIONS_NO_TLS;
   pappl_system_t* system =
-      papplSystemCreate(soptions, kName, *port, "_print,_universal",
-                        spool != nullptr ? spool : (folder + "/spool").c_str(), logFile.c_str(),
-                        levelOf(chosen.text("log-level")), nullptr, false);
+      papplSystemCreate(soptions, kName, *port, "_print,_universal", spoolFolder.c_str(),
+                        logFile.c_str(), levelOf(chosen.text("log-level")), nullptr, false);
   if (system == nullptr || !isServer) return system;
+  if (chosen.isOn("web", true)) addWebPage(system, spoolFolder);
   papplSystemSetMaxLogSize(system, 0);  // PAPPL stops for ever when it turns a log over
   papplSystemSetMaxClients(system, kMostClients);
   if (!isShared) papplSystemSetDNSSDName(system, nullptr);

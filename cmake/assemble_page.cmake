@@ -1,8 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
-# Puts style and scripts into an HTML page, so that it is one file. Run as
-#   cmake -DOUTPUT=page.html -DPAGE=a.html -DSTYLE=a.css -DSCRIPTS=a.js,b.js -P assemble_page.cmake
-# In the page @STYLE@ and @SCRIPT@ stand for the texts, @STYLE_HASH@ and @SCRIPT_HASH@
-# for what a Content-Security-Policy calls them.
+# Puts an HTML page together. Run as
+#   cmake -DOUTPUT=page.html -DPAGE=a.html -DSTYLES=a.css,b.css -DSCRIPTS=a.js,b.js
+#         [-DPARTS=c.html] [-DSTYLE_OUTPUT=page.css -DSCRIPT_OUTPUT=page.js]
+#         -P assemble_page.cmake
+# In the page @C@ stands for the part c.html, @STYLE@ and @SCRIPT@ for the texts, and
+# @STYLE_HASH@ and @SCRIPT_HASH@ for what a Content-Security-Policy calls them. With the two
+# outputs style and script become files of their own.
 
 # Base64 (RFC 4648) of the SHA-256 of `text`; CMake gives hexadecimal digits alone.
 function(content_hash text variable)
@@ -23,17 +26,35 @@ function(content_hash text variable)
   set(${variable} "${hash}=" PARENT_SCOPE)
 endfunction()
 
-file(READ ${STYLE} STYLE)
-string(REPLACE "," ";" files "${SCRIPTS}")
-set(SCRIPT "\"use strict\";\n")
-foreach(file IN LISTS files)
-  file(READ ${file} text)
-  string(APPEND SCRIPT "${text}")
-endforeach()
+# The texts of the files, one behind the other.
+function(join_files files variable)
+  string(REPLACE "," ";" files "${files}")
+  set(joined "")
+  foreach(file IN LISTS files)
+    file(READ ${file} text)
+    string(APPEND joined "${text}")
+  endforeach()
+  set(${variable} "${joined}" PARENT_SCOPE)
+endfunction()
+
+join_files("${STYLES}" STYLE)
+join_files("${SCRIPTS}" SCRIPT)
+string(PREPEND SCRIPT "\"use strict\";\n")
 content_hash("${STYLE}" STYLE_HASH)
 content_hash("${SCRIPT}" SCRIPT_HASH)
 file(READ ${PAGE} text)
+string(REPLACE "," ";" parts "${PARTS}")
+foreach(part IN LISTS parts)
+  cmake_path(GET part STEM name)
+  string(TOUPPER ${name} name)
+  file(READ ${part} part_text)
+  string(REPLACE "@${name}@" "${part_text}" text "${text}")
+endforeach()
 foreach(name STYLE_HASH SCRIPT_HASH STYLE SCRIPT)
   string(REPLACE "@${name}@" "${${name}}" text "${text}")
 endforeach()
 file(WRITE ${OUTPUT} "${text}")
+if(DEFINED SCRIPT_OUTPUT)
+  file(WRITE ${STYLE_OUTPUT} "${STYLE}")
+  file(WRITE ${SCRIPT_OUTPUT} "${SCRIPT}")
+endif()

@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-product=(common simd image tattoo printer filter documents app tools)
+product=(common simd image tattoo printer filter documents proof app tools)
 case "${*-}" in
   "" | --all) ;;
   *) echo "usage: tools/lint.sh [--all]" >&2 && exit 2 ;;

@@ -84,7 +84,7 @@ describe("a large page on a desktop", () => {
     const millimetres = (row) => (row * 25.4 / 300).toFixed(1);
     assert.equal(await textOf(proof, "#heaviest-place"),
       `${millimetres(from)} to ${millimetres(to)} mm from the top, ${to - from} rows`);
-    assert.match(await textOf(proof, "#size"), /2400 × 1500 dots at 300 dpi\. .*: the right 6\.9 mm of the drawing/);
+    assert.match(await textOf(proof, "#page-size"), /2400 × 1500 dots at 300 dpi\. .*: the right 6\.9 mm of the drawing/);
   });
 
   test("fits the page into the view", async () => {
@@ -236,7 +236,7 @@ describe("a large page on a desktop", () => {
       await setWay(proof, ...ids);
       const dots = dotsOf(page, page.ways[options]);
       await checkFigures(proof, dots);
-      assert.match(await textOf(proof, "#size"), new RegExp(`the ${side} 6\\.9 mm of the drawing`));
+      assert.match(await textOf(proof, "#page-size"), new RegExp(`the ${side} 6\\.9 mm of the drawing`));
       for (const option of options.split(" "))
         assert.match(await textOf(proof, "#prints-with"), new RegExp(`-o ${option}( |$)`));
       await proof.keys("#page", "0", "8");

@@ -13,9 +13,9 @@
 #include <sstream>
 #include <string>
 
+#include "proof/job_stream.h"
 #include "tools/drav/command.h"
 #include "tools/drav/inspect/inspect.h"
-#include "tools/drav/job/job_stream.h"
 #include "tools/drav/render/render.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);

@@ -19,6 +19,7 @@
 
 #include "filter/run_filter.h"
 #include "image/halftones.h"
+#include "proof/job_stream.h"
 #include "tests/fuzz/byte_feed.h"
 #include "tests/fuzz/log_in_memory.h"
 #include "tests/model/stream.h"
@@ -28,7 +29,6 @@
 #include "tests/support/ppd_builder.h"
 #include "tests/support/raster_writer.h"
 #include "tests/support/saved_pictures.h"
-#include "tools/drav/job/job_stream.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 

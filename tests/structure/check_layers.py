@@ -25,10 +25,12 @@ ALLOWED = {
     "filter/picture": {"filter/picture", "filter", "documents", "printer", "common",
                        "common/ppd_lookup", "cups"},
     "filter": {"filter", "printer", "common", "common/ppd_lookup", "image", "tattoo", "cups"},
-    "app": {"app", "filter", "filter/picture", "documents", "common", "cups", "pappl"},
+    "proof": {"proof", "documents", "documents/prepare", "common", "cups", "png.h"},
+    "app": {"app", "filter", "filter/picture", "proof", "documents", "common", "cups", "pappl"},
 }
-FOLDERS = ("common", "documents", "simd", "image", "tattoo", "printer", "filter", "app")
-LIBRARIES = {"cups", "hwy", "vips", "seccomp.h", "pango", "cairo.h", "pappl"}  # not for every folder
+FOLDERS = ("common", "documents", "simd", "image", "tattoo", "printer", "filter", "proof", "app")
+# Not for every folder.
+LIBRARIES = {"cups", "hwy", "vips", "seccomp.h", "pango", "cairo.h", "pappl", "png.h"}
 PPD_CALLERS = {"filter", "filter/picture", "common/ppd_lookup"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
@@ -98,6 +100,9 @@ def self_check():
         {"filter/a.cc": '#include "documents/grey_pages.h"\n'},
         {"filter/a.cc": '#include "app/device.h"\n'},
         {"filter/a.cc": "#include <pappl/pappl.h>\n"},
+        {"proof/a.cc": '#include "filter/settings.h"\n'},
+        {"app/a.cc": "#include <png.h>\n"},
+        {"app/a.cc": '#include "tools/drav/io/text.h"\n'},
         {"app/a.cc": '#include "image/halftones.h"\n'},
         {"app/a.cc": '#include "printer/mono_pack.h"\n'},
         {"app/a.cc": "x = ppdFindOption(ppd, name);\n"},

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/draw/area_average.h"
+#include "proof/area_average.h"
 
 #include <gmock/gmock.h>
 

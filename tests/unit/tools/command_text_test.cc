@@ -3,8 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include "proof/hex_text.h"
 #include "tests/support/bytes.h"
-#include "tools/drav/job/hex_text.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <set>
 
+#include "proof/ink.h"
 #include "tools/drav/html/combinations.h"
 #include "tools/drav/html/html_file.h"
-#include "tools/drav/html/ink.h"
 #include "tools/drav/html/original.h"
 #include "tools/drav/html/png_data.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/drav/job/job_stream.h"
+#include "proof/job_stream.h"
 
 #include <gmock/gmock.h>
 

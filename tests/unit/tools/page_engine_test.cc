@@ -11,11 +11,11 @@
 
 #include "common/log.h"
 #include "filter/run_filter.h"
+#include "proof/job_stream.h"
 #include "tests/support/files.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/scoped_env.h"
 #include "tools/drav/engine/page_turn.h"
-#include "tools/drav/job/job_stream.h"
 #include "tools/drav/proof/hatched_page.h"
 #include "tools/drav/sheet/busiest_part.h"
 

@@ -6,9 +6,9 @@
 #include <map>
 #include <set>
 
-#include "tools/drav/prepare/art_layout.h"
-#include "tools/drav/prepare/art_picture.h"
-#include "tools/drav/prepare/lost_ink.h"
+#include "proof/art_layout.h"
+#include "proof/art_picture.h"
+#include "proof/lost_ink.h"
 #include "tools/drav/prepare/sheet_marks.h"
 
 namespace {

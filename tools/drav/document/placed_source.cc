@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "common/log.h"
+#include "proof/memory_file.h"
 #include "tools/drav/io/interruption.h"
-#include "tools/drav/io/memory_file.h"
 
 namespace {
 

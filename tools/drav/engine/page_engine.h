@@ -4,37 +4,11 @@
 #ifndef TOOLS_DRAV_ENGINE_PAGE_ENGINE_H_
 #define TOOLS_DRAV_ENGINE_PAGE_ENGINE_H_
 
-#include <cstdint>
-#include <span>
 #include <string>
-#include <string_view>
-#include <vector>
 
+#include "proof/dot_page.h"
 #include "tools/drav/document/grey_page.h"
 #include "tools/drav/driver/driver_file.h"
-
-// The dots of a page as the printer's head gets them.
-struct DotPage {
-  uint32_t bytesPerRow = 0;
-  uint32_t rows = 0;          // 0 for a page without ink whose blank rows are left out
-  uint32_t firstRow = 0;      // the row of the page that prints first
-  uint32_t pageRows = 0;      // that the page has; TrimPaper may leave some out
-  uint32_t dotsPerInchX = 0;  // as the page says; 0 when it does not
-  uint32_t dotsPerInchY = 0;
-  std::vector<uint8_t> dots;    // a set bit is a dot; the top bit of a byte is the leftmost
-  std::vector<uint32_t> bands;  // rows of each band that was sent, from the top
-
-  uint32_t width() const { return bytesPerRow * 8; }
-  bool isDot(uint32_t x, uint32_t y) const {
-    return (dots[size_t{y} * bytesPerRow + x / 8] >> (7U - x % 8) & 1U) != 0;
-  }
-};
-
-// Dots of the page that are set.
-uint64_t countDots(const DotPage& page);
-
-// Puts back the blank rows that TrimPaper left out.
-void restoreRows(DotPage& page);
 
 // Prints a page any number of times, each time with options of its own. Leaves no
 // picture and no command record anywhere, and keeps the filter's log from standard
@@ -61,9 +35,6 @@ class PageEngine {
   bool leftOutFrame() const { return leftOutFrame_; }
 
  private:
-  [[nodiscard]] bool takeResult(std::span<const uint8_t> stream, std::string_view log,
-                                DotPage& dots, std::string& error);
-
   const DriverFile& driver_;
   int raster_ = -1;  // the page as a CUPS raster stream
   cups_page_header2_t header_ = {};

@@ -2,6 +2,7 @@
 // What the file holds: figures, and pictures that are decoded when they are wanted.
 
 const proofData = JSON.parse(document.getElementById("data").textContent);
+const catalogue = {}; // English alone
 const MOST_DECODED = 4; // pictures; one of A4 takes 34 MB
 
 const decoded = new Map(); // data address -> promise of an image, the latest used last
@@ -36,11 +37,6 @@ function isJobsWay(choice) {
   return choice.mirrored === mirrored && choice.halfTurn === halfTurn;
 }
 
-// Dots of the whole proof and of its heaviest band, as they are seen.
-function inkOf(proof, choice) {
-  return choice.inverted ? proof.inverted : proof;
-}
-
 const CHOSEN_HERE = ["halftonetype", "brightness", "stencilmirror", "halfturn", "invertpage"];
 
 // As a shell takes it.
@@ -64,45 +60,4 @@ function optionsOf(choice) {
     ["inverted", "InvertPage"]])
     if (switches[key]) options.push([name, choice[key] ? "True" : "False"]);
   return options.filter(([, value]) => value).map(([name, value]) => `-o ${name}=${value}`).join(" ");
-}
-
-// The size of what is shown: the dots, and what the driver cuts off at their right.
-function sheetSize() {
-  return {
-    width: Math.max(proofData.page.width, proofData.original.width),
-    height: Math.max(proofData.page.rows, proofData.original.rows),
-  };
-}
-
-// Units of the rulers: millimetres, or dots for a page that does not tell its resolution.
-function measure() {
-  const { dotsPerInchX, dotsPerInchY } = proofData.page;
-  if (dotsPerInchX > 0 && dotsPerInchY > 0)
-    return { name: "mm", digits: 1, x: dotsPerInchX / 25.4, y: dotsPerInchY / 25.4 };
-  return { name: "dots", digits: 0, x: 1, y: 1 };
-}
-
-const formatted = new Map();
-
-function formatNumber(value, digits) {
-  if (!formatted.has(digits))
-    formatted.set(digits, new Intl.NumberFormat("en", {
-      minimumFractionDigits: digits, maximumFractionDigits: digits }));
-  return formatted.get(digits).format(value);
-}
-
-// "6.0 %"; with more digits where they would all be 0.
-function formatShare(black, dots) {
-  const percent = dots > 0 ? 100 * black / dots : 0;
-  return `${formatNumber(percent, percent > 0 && percent < 0.05 ? 3 : 1)} %`;
-}
-
-function formatLength(dots, dotsPerUnit, unit) {
-  return `${formatNumber(dots / dotsPerUnit, unit.digits)} ${unit.name}`;
-}
-
-// "Burkes" and "photos, light grain" of "Burkes (photos, light grain)".
-function splitLabel(label) {
-  const parts = /^(.*?)\s*\(([^()]*)\)$/.exec(label);
-  return parts ? { name: parts[1], use: parts[2] } : { name: label, use: "" };
 }

@@ -5,10 +5,10 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
+#include "proof/ink.h"
 #include "tools/drav/engine/page_turn.h"
 #include "tools/drav/html/combinations.h"
 #include "tools/drav/html/html_file.h"
-#include "tools/drav/html/ink.h"
 #include "tools/drav/html/original.h"
 #include "tools/drav/html/png_data.h"
 

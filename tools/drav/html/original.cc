@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "tools/drav/draw/area_average.h"
+#include "proof/area_average.h"
 #include "tools/drav/html/png_data.h"
 
 namespace {

@@ -1,17 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Figures, and the choice of halftone, brightness and way round. A combination that the file does not
-// hold cannot be chosen, and a note says why.
-
-function byId(id) {
-  return document.getElementById(id);
-}
-
-function element(name, className, ...children) {
-  const made = document.createElement(name);
-  if (className) made.className = className;
-  made.append(...children);
-  return made;
-}
+// The choice of halftone, brightness and way round. A combination that the file does not hold
+// cannot be chosen, and a note says why.
 
 function halftoneName(index) {
   return splitLabel(proofData.halftones[index].label).name;
@@ -24,14 +13,7 @@ function brightnessName(index) {
 function makeHalftones(choose) {
   byId("halftone-group").hidden = proofData.halftones.length < 2;
   proofData.halftones.forEach(({ name, label }, index) => {
-    const input = element("input");
-    Object.assign(input, { type: "radio", name: "halftone", value: name });
-    input.addEventListener("change", () => choose(index));
-    const { name: method, use } = splitLabel(label);
-    const text = element("span", "", element("span", "choice-name", method));
-    if (use) text.append(element("span", "choice-use", use));
-    byId("halftones").append(
-      element("label", "choice", input, text, element("span", "choice-share")));
+    byId("halftones").append(choiceRow("halftone", name, label, () => choose(index)));
   });
 }
 
@@ -159,41 +141,6 @@ function showSwitchNote(chosen, choose) {
       `“${brightnessName(job.brightness)}” only.`,
     "Back to it", () => choose({ ...job }),
     `drav proof -o HalftoneType=${halftones[chosen.halftone].name} -o StencilMirror=… --html …`);
-}
-
-function showFigures(proof, chosen) {
-  const { width } = proofData.page;
-  const { rows } = proof;
-  const unit = measure();
-  const { black, band } = inkOf(proof, chosen);
-  const left = proofData.page.rows - rows;
-  const from = proof.row + band.row;
-  byId("paper-length").textContent = formatLength(rows, unit.y, unit);
-  byId("paper-saved").textContent =
-    left > 0 ? `${formatLength(left, unit.y, unit)} of blank paper left out` : "";
-  byId("coverage").textContent = formatShare(black, width * rows);
-  byId("heaviest").textContent =
-    band.black ? formatShare(band.black, width * band.rows) : "no ink at all";
-  byId("heaviest-place").textContent = band.black
-    ? `${formatNumber(from / unit.y, unit.digits)} to ` +
-      `${formatLength(from + band.rows, unit.y, unit)} from the top, ${band.rows} rows`
-    : "";
-  byId("show-heaviest").hidden = !band.black;
-}
-
-function showSize(chosen) {
-  const { page, original } = proofData;
-  const unit = measure();
-  const across = unit.name === "mm" ? `${formatLength(page.width, unit.x, unit)} wide, ` : "";
-  const rate = page.dotsPerInchX > 0 && page.dotsPerInchY > 0
-    ? ` at ${page.dotsPerInchX === page.dotsPerInchY ? page.dotsPerInchX
-      : `${page.dotsPerInchX} x ${page.dotsPerInchY}`} dpi` : "";
-  byId("size").textContent = `${across}${page.width} × ${page.rows} dots${rate}`;
-  const cut = original.width - page.columns;
-  const side = chosen.mirrored !== chosen.halfTurn ? "left" : "right";
-  if (cut > 0)
-    byId("size").textContent += `. The print head is narrower: the ${side} ` +
-      `${formatLength(cut, unit.x, unit)} of the drawing do not print.`;
 }
 
 function aboutNotes() {

@@ -6,7 +6,7 @@
 #include <limits>
 #include <string_view>
 
-#include "tools/drav/io/memory_file.h"
+#include "proof/memory_file.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "tools/drav/io/png_encoder.h"
+#include "proof/png_encoder.h"
 
 // "data:image/png;base64,..." of `height` packed rows of `bytesPerRow` bytes, of which
 // `width` pixels count. False with one line in `error`. REQUIRES: no size is 0.

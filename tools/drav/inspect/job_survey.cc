@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "proof/job_stream.h"
 #include "tools/drav/job/command_text.h"
-#include "tools/drav/job/job_stream.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/drav/inspect/coverage.h"
+#include "proof/coverage.h"
 #include "tools/drav/job/paper_scale.h"
 
 // Coverage above which a warning is given, in percent of the dots: of one band, and

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "proof/hex_text.h"
 #include "tools/drav/job/command_text.h"
-#include "tools/drav/job/hex_text.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <span>
 #include <string>
 
-#include "tools/drav/inspect/coverage.h"
-#include "tools/drav/job/job_stream.h"
+#include "proof/coverage.h"
+#include "proof/job_stream.h"
 #include "tools/drav/job/paper_scale.h"
 
 struct ListingFolds {

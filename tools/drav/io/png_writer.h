@@ -8,8 +8,8 @@
 #include <span>
 #include <string>
 
+#include "proof/png_encoder.h"
 #include "tools/drav/io/output_file.h"
-#include "tools/drav/io/png_encoder.h"
 
 class PngWriter {
  public:

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tools/drav/job/job_stream.h"
+#include "proof/job_stream.h"
 #include "tools/drav/job/paper_scale.h"
 
 // A short name for programs, such as "raster-band". Never null.

@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/drav/job/job_stream.h"
+#include "proof/job_stream.h"
 
 inline constexpr double kMillimetresPerInch = 25.4;
 inline constexpr double kPointsPerInch = 72;

@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "documents/page_request.h"
+#include "proof/art_layout.h"
+#include "proof/png_encoder.h"
 #include "tools/drav/io/file_closer.h"
 #include "tools/drav/io/pdf_pictures.h"
-#include "tools/drav/io/png_encoder.h"
-#include "tools/drav/prepare/art_layout.h"
 
 enum class PageFormat { kPdf, kPng };
 

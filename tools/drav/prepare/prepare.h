@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "proof/art_wish.h"
 #include "tools/drav/driver/driver_file.h"
-#include "tools/drav/prepare/art_wish.h"
 
 struct PrepareRequest {
   std::string input;  // a path, or "-"

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tools/drav/prepare/lost_ink.h"
+#include "proof/lost_ink.h"
 
 namespace {
 

@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "documents/grey_pages.h"
-#include "tools/drav/prepare/art_layout.h"
-#include "tools/drav/prepare/art_picture.h"
-#include "tools/drav/prepare/art_wish.h"
+#include "proof/art_layout.h"
+#include "proof/art_picture.h"
+#include "proof/art_wish.h"
 #include "tools/drav/prepare/sheet_marks.h"
 
 namespace CLI {

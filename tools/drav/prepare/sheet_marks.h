@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "documents/page_request.h"
-#include "tools/drav/prepare/art_layout.h"
+#include "proof/art_layout.h"
 
 // A small picture on a sheet.
 struct Stamp {

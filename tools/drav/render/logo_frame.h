@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "tools/drav/job/job_stream.h"
+#include "proof/job_stream.h"
 #include "tools/drav/job/paper_scale.h"
 
 class LogoFrame {

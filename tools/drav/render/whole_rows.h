@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "tools/drav/job/job_stream.h"
+#include "proof/job_stream.h"
 
 // Hands every command of `stream` to `take`: bool(const JobCommand&); false ends the
 // reading. If the stream ends inside a band, `take` gets the band's whole rows, and `cut`

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <deque>
 
-#include "tools/drav/draw/area_average.h"
+#include "proof/area_average.h"
 #include "tools/drav/draw/drawing_file.h"
 #include "tools/drav/engine/page_turn.h"
 #include "tools/drav/io/output_name.h"

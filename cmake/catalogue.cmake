@@ -1,0 +1,43 @@
+# SPDX-License-Identifier: Apache-2.0
+# Writes translations and the labels of driver options into a script. Run as
+#   cmake -DOUTPUT=catalogue.js -DFILES=a.defs,drav-de.po,de.po -P catalogue.cmake
+# OPTION_LABELS has the label of each choice in the .defs files, CATALOGUES the texts of all
+# .po files of a language, which ends the file's name.
+string(REPLACE "," ";" files "${FILES}")
+set(labels "")
+set(languages "")
+foreach(file IN LISTS files)
+  cmake_path(GET file STEM name)
+  file(READ ${file} text)
+  if(file MATCHES "[.]defs$")
+    # Lists end at semicolons and grow at brackets; no label has one.
+    string(REGEX MATCHALL "\n *[*]?(Option|Choice|[$]Choice[A-Za-z]+) \"[^\"]*\"" lines "${text}")
+    foreach(line IN LISTS lines)
+      string(REGEX REPLACE "^.*\"([^/]*)/(.*)\"$" "\"\\1\": \"\\2\"" entry "${line}")
+      if(line MATCHES "Option \"([^/]*)/")
+        string(APPEND labels "  },\n  \"${CMAKE_MATCH_1}\": {\n")
+      else()
+        string(APPEND labels "    ${entry},\n")
+      endif()
+    endforeach()
+  else()
+    string(REGEX REPLACE "^.*-" "" language "${name}")
+    list(APPEND languages ${language})
+    string(FIND "${text}" "\n\n" head)
+    string(SUBSTRING "${text}" ${head} -1 text)
+    string(REGEX REPLACE "\n#[^\n]*" "" text "${text}")
+    # Of the presets of a system, which no page shows.
+    string(REGEX REPLACE "\nmsgid \"[\\]n[^\n]*\nmsgstr [^\n]*" "" text "${text}")
+    string(REGEX REPLACE "\nmsgid (\"[^\n]*\")\nmsgstr (\"[^\n]*\")" "\n    \\1: \\2," text "${text}")
+    string(APPEND catalogue_${language} "${text}")
+  endif()
+endforeach()
+string(REGEX REPLACE "^  },\n" "" labels "${labels}")
+list(REMOVE_DUPLICATES languages)
+set(script "// Made by cmake/catalogue.cmake.\nconst OPTION_LABELS = {\n${labels}  },\n};\n")
+string(APPEND script "const CATALOGUES = {\n")
+foreach(language IN LISTS languages)
+  string(REGEX REPLACE "\n\n+" "\n" entries "${catalogue_${language}}")
+  string(APPEND script "  \"${language}\": {${entries}\n  },\n")
+endforeach()
+file(WRITE ${OUTPUT} "${script}};\n")

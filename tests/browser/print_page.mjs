@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+// Prints from the page of the printer application as people do: on a desktop by drop, mouse
+// and keys, on a phone by touch.
+import assert from "node:assert/strict";
+import fs from "node:fs";
+import { createRequire } from "node:module";
+import path from "node:path";
+import { after, before, test } from "node:test";
+
+import { makeDecoder, Proof } from "./screen.mjs";
+
+const config = JSON.parse(fs.readFileSync(process.argv[2], "utf8"));
+const { chromium } = createRequire(path.join(config.folder, "package.json"))("playwright-core");
+const PHONE = { viewport: { width: 390, height: 844 }, hasTouch: true, isMobile: true,
+  deviceScaleFactor: 2, colorScheme: "dark" };
+
+let browser;
+let decode;
+before(async () => {
+  browser = await chromium.launch({ executablePath: config.chromium,
+    chromiumSandbox: process.getuid() !== 0 });
+  decode = await makeDecoder(browser);
+});
+after(() => browser.close());
+
+async function openPage(options) {
+  const context = await browser.newContext(options);
+  context.setDefaultTimeout(30_000);
+  const proof = new Proof(await context.newPage(), decode);
+  await proof.page.goto(config.url);
+  await proof.page.locator("body[data-ready]").waitFor();
+  return proof;
+}
+
+async function closeQuietly(proof) {
+  assert.deepEqual(proof.complaints, []);
+  for (const url of proof.requests) assert.ok(url.startsWith(config.url), url);
+  await proof.page.context().close();
+}
+
+function shoot(proof, name) {
+  return proof.page.screenshot({ path: path.join(config.folder, `${name}.png`) });
+}
+
+// Milliseconds until the proof that `act` asks for is on the screen, without the page before.
+async function timed(proof, act) {
+  await proof.page.evaluate(() => {
+    const old = shown.after;
+    window.shownAt = new Promise((done) => {
+      const look = () => (shown.after !== old ? requestAnimationFrame(() => done(performance.now()))
+        : setTimeout(look, 5));
+      look();
+    });
+  });
+  const start = await proof.page.evaluate(() => performance.now());
+  await act();
+  const end = await proof.page.evaluate(() => window.shownAt);
+  await proof.page.waitForFunction(() => !document.getElementById("stage").hasAttribute("aria-busy"));
+  return Math.round(end - start);
+}
+
+async function drop(proof, file) {
+  const transfer = await proof.page.evaluateHandle(([name, text]) => {
+    const bytes = Uint8Array.from(atob(text), (letter) => letter.charCodeAt(0));
+    const data = new DataTransfer();
+    data.items.add(new File([bytes], name, { type: "image/png" }));
+    return data;
+  }, [path.basename(file), fs.readFileSync(file).toString("base64")]);
+  await proof.page.dispatchEvent("#drop", "dragover", { dataTransfer: transfer });
+  await proof.page.dispatchEvent("#drop", "drop", { dataTransfer: transfer });
+}
+
+async function waitState(proof, state) {
+  await proof.page.locator(`#state[data-state="${state}"]`).waitFor();
+}
+
+test("a drawing is dropped, changed and printed; the dots are those on the screen", async () => {
+  const proof = await openPage({ viewport: { width: 1200, height: 800 }, colorScheme: "light" });
+  const { page } = proof;
+  await shoot(proof, "print-empty");
+  assert.equal(await page.locator("#print").isDisabled(), true);
+  const first = await timed(proof, () => drop(proof, config.drawing));
+  await shoot(proof, "print-desktop");
+  assert.equal(await page.title(), "Print a drawing");
+  assert.equal(await page.locator("#subtitle").textContent(), path.basename(config.drawing));
+  assert.match(await page.locator("#art-size").textContent(), /^202\.9 × 287\.\d mm on paper$/);
+
+  const changes = [await timed(proof, () => page.locator('#halftones input[value="stucki"]').check())];
+  changes.push(await timed(proof, async () => {
+    await page.locator("#brightness-less").focus();
+    await page.keyboard.press("Enter");
+  }));
+  changes.push(await timed(proof, () => page.locator("#mirror").check()));
+  console.log(`proof of a page of A4 after ${first} ms, changes after ${changes} ms`);
+  assert.equal(await page.locator("#brightness").inputValue(), "-5");
+
+  await page.locator("#divider").focus();
+  await page.keyboard.press("Home");
+  await page.locator("#page").focus();
+  await page.keyboard.press("1");
+  await page.evaluate(() => new Promise((done) => {
+    requestAnimationFrame(() => requestAnimationFrame(done));
+  }));
+  await shoot(proof, "print-dots");
+  const shot = await proof.shoot();
+  const { zoom, x, y } = await proof.view();
+  assert.equal(zoom, 1);
+  const rows = [];
+  for (let row = 0; row < shot.height; ++row)
+    for (let column = 0; column < shot.width; ++column) rows.push(shot.at(column, row));
+  fs.writeFileSync(path.join(config.folder, "shown.grey"), Buffer.from(rows));
+  fs.writeFileSync(path.join(config.folder, "shown.json"), JSON.stringify(
+    { x: Math.round(x), y: Math.round(y), width: shot.width, height: shot.height }));
+
+  await page.locator("#print").click();
+  await waitState(proof, "completed");
+  assert.match(await page.locator("#state").textContent(), /^Printed\. Paper used: 297\.\d mm\.$/);
+  await shoot(proof, "print-printed");
+  await page.locator("#state").evaluate((element) => { delete element.dataset.state; });
+  // The server has forgotten the drawing with its job; the page brings it again.
+  await timed(proof, () => page.locator("#invert").check());
+  await closeQuietly(proof);
+});
+
+test("on a phone, in German and in the dark", async () => {
+  const proof = await openPage({ ...PHONE, locale: "de-DE" });
+  const { page } = proof;
+  await shoot(proof, "print-phone-empty");
+  assert.equal(await page.locator("#photo").isVisible(), true);
+  assert.equal(await page.locator("#photo").textContent(), "Foto aufnehmen");
+  assert.equal(await page.locator("html").getAttribute("lang"), "de");
+  const chooser = page.waitForEvent("filechooser");
+  await page.locator("#choose").tap();
+  await timed(proof, async () => (await chooser).setFiles(config.small));
+  assert.equal(await page.locator("#halftones .choice-name").first().textContent(), "Schwellwert");
+  await shoot(proof, "print-phone");
+  const wide = await page.evaluate(() => document.documentElement.scrollWidth);
+  assert.equal(wide, 390);
+  const box = await page.locator("#print").boundingBox();
+  assert.ok(box.y + box.height <= 844 && box.height >= 44, JSON.stringify(box));
+  await page.locator("#print").tap();
+  await waitState(proof, "completed");
+  assert.match(await page.locator("#state").textContent(), /^Gedruckt\. Papierverbrauch: /);
+  await closeQuietly(proof);
+});
+
+test("by keys alone, with a file that is no drawing first", async () => {
+  const proof = await openPage({ viewport: { width: 1200, height: 800 }, colorScheme: "dark" });
+  const { page } = proof;
+  for (const [file, state] of [[config.text, false], [config.small, true]]) {
+    await page.locator("#choose").focus();
+    const chooser = page.waitForEvent("filechooser");
+    await page.keyboard.press("Enter");
+    await (await chooser).setFiles(file);
+    if (!state) {
+      await page.locator("#trouble").waitFor();
+      assert.match(await page.locator("#trouble").textContent(), /^This drawing cannot be printed: /);
+      continue;
+    }
+    await page.locator("#print:enabled").waitFor();
+  }
+  await shoot(proof, "print-dark");
+  // From the page before the panel to the last button.
+  await page.locator("#divider").focus();
+  const reached = [];
+  for (let i = 0; i < 40 && reached.at(-1) !== "print"; ++i) {
+    await page.keyboard.press("Tab");
+    reached.push(await page.evaluate(() => document.activeElement.id || document.activeElement.name));
+  }
+  for (const id of ["queue", "paper", "size", "turn", "clean", "lines", "halftone", "brightness",
+    "contrast", "mirror", "half-turn", "invert", "copies", "print"])
+    assert.ok(reached.includes(id), `${id} is not among ${reached}`);
+  await page.keyboard.press("Enter");
+  await waitState(proof, "completed");
+  assert.equal(proof.complaints.filter((text) => !text.includes("415")).length, 0);
+  await page.context().close();
+});
