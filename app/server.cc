@@ -16,6 +16,7 @@
 
 #include "app/document_job.h"
 #include "app/driver.h"
+#include "app/lock_order.h"
 #include "app/server_lock.h"
 #include "app/shutdown.h"
 #include "app/state_file.h"
@@ -148,6 +149,7 @@ pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* data) 
                         spool != nullptr ? spool : (folder + "/spool").c_str(), logFile.c_str(),
                         levelOf(chosen.text("log-level")), nullptr, false);
   if (system == nullptr || !isServer) return system;
+  mendLockOrder(system);
   papplSystemSetMaxLogSize(system, 0);  // PAPPL stops for ever when it turns a log over
   papplSystemSetMaxClients(system, kMostClients);
   if (!isShared) papplSystemSetDNSSDName(system, nullptr);
