@@ -44,6 +44,10 @@ def expected_files() -> dict[str, int]:
     if ARGUMENTS.with_app:
         modes[f"{prefix}/bin/drav-printer-app"] = 0o755
         modes[f"{prefix}/share/man/man1/drav-printer-app.1"] = 0o644
+        for name in ("bash-completion/completions/drav-printer-app",
+                     "zsh/site-functions/_drav-printer-app",
+                     "fish/vendor_completions.d/drav-printer-app.fish"):
+            modes[f"{prefix}/share/{name}"] = 0o644
     if ARGUMENTS.with_clean:
         modes[f"{prefix}/libexec/drav/drav-clean"] = 0o755
         for unit in ("service", "timer"):
