@@ -16,6 +16,7 @@
 
 #include "app/document_job.h"
 #include "app/driver.h"
+#include "app/lock_order.h"
 #include "app/server_lock.h"
 #include "app/shutdown.h"
 #include "app/state_file.h"
@@ -152,6 +153,7 @@ pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* data) 
       papplSystemCreate(soptions, kName, *port, "_print,_universal", spoolFolder.c_str(),
                         logFile.c_str(), levelOf(chosen.text("log-level")), nullptr, false);
   if (system == nullptr || !isServer) return system;
+  mendLockOrder(system);
   if (chosen.isOn("web", true)) addWebPage(system, spoolFolder);
   papplSystemSetMaxLogSize(system, 0);  // PAPPL stops for ever when it turns a log over
   papplSystemSetMaxClients(system, kMostClients);

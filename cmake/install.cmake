@@ -108,9 +108,19 @@ if(DRAV_LAYOUT STREQUAL "linux")
 endif()
 
 if(TARGET drav-printer-app AND DRAV_LAYOUT STREQUAL "linux")
-  drav_install_folders(app ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1)
+  drav_install_folders(app ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1
+                       ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+                       ${CMAKE_INSTALL_DATADIR}/zsh/site-functions
+                       ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
   install(TARGETS drav-printer-app RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT app
           PERMISSIONS ${program_permissions})
+  set(completions ${PROJECT_SOURCE_DIR}/app/completion)
+  install(FILES ${completions}/drav-printer-app
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT app)
+  install(FILES ${completions}/_drav-printer-app
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT app)
+  install(FILES ${completions}/drav-printer-app.fish
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT app)
   install(FILES ${PROJECT_SOURCE_DIR}/man/drav-printer-app.1
           DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT app)
   # Its service: the unit, its user, the name by which the other commands find it, and the

@@ -48,6 +48,10 @@ def expected_files() -> dict[str, int]:
                      "tmpfiles.d/drav-printer-app.conf",
                      "udev/rules.d/60-drav-printer-app.rules"):
             modes[f"{prefix}/lib/{name}"] = 0o644
+        for name in ("bash-completion/completions/drav-printer-app",
+                     "zsh/site-functions/_drav-printer-app",
+                     "fish/vendor_completions.d/drav-printer-app.fish"):
+            modes[f"{prefix}/share/{name}"] = 0o644
     if ARGUMENTS.with_clean:
         modes[f"{prefix}/libexec/drav/drav-clean"] = 0o755
         for unit in ("service", "timer"):
