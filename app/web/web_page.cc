@@ -101,7 +101,7 @@ class WebPage {
     bool isPost;
     Answer (WebPage::*make)(pappl_client_t* client);
   };
-  static const std::array<Route, 10> kRoutes;
+  static const std::array<Route, 11> kRoutes;
 
   // ---- Requests --------------------------------------------------------------
 
@@ -169,6 +169,10 @@ class WebPage {
   }
   Answer showStyle(pappl_client_t* /*client*/) {
     return answered(embedded("web_style"), "text/css; charset=utf-8");
+  }
+
+  Answer showIcon(pappl_client_t* /*client*/) {
+    return answered(embedded("web_icon"), "image/svg+xml");
   }
 
   // ---- Queues ----------------------------------------------------------------
@@ -445,10 +449,11 @@ class WebPage {
   std::counting_semaphore<kMostMakers> makers_{kMostMakers};
 };
 
-const std::array<WebPage::Route, 10> WebPage::kRoutes = {
+const std::array<WebPage::Route, 11> WebPage::kRoutes = {
     {{"/print", "text/html", false, &WebPage::showPage},
      {"/print/page.js", "text/javascript", false, &WebPage::showScript},
      {"/print/page.css", "text/css", false, &WebPage::showStyle},
+     {"/print/icon.svg", "image/svg+xml", false, &WebPage::showIcon},
      {"/print/queues", "application/json", true, &WebPage::listQueues},
      {"/print/upload", "application/json", true, &WebPage::takeUpload},
      {"/print/proof", "application/octet-stream", true, &WebPage::showProof},
