@@ -53,14 +53,6 @@ TEST(PageProof, ShowsTheDotsThatTheSettingsPrint) {
   EXPECT_EQ(countDots(dots()), 80U * 5 - 2);
 }
 
-TEST(PageProof, APageThatIsTooLargeForABrowserIsRefused) {
-  Proof proof;
-  std::string error;
-  EXPECT_FALSE(proofOf(
-      marked(8, kMostProofRows + 1, 8), Settings(), [] { return false; }, proof, error));
-  EXPECT_FALSE(error.empty());
-}
-
 TEST(PageProof, TheDocumentIsWhatTheHeadReaches) {
   std::string error;
   const int file = openAnonymousFile(error);

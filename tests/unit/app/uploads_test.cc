@@ -99,6 +99,19 @@ TEST_F(UploadsTest, FilesHaveNoNameAndAreTheOwnersAlone) {
   EXPECT_EQ(status.st_nlink, 0U);
 }
 
+TEST_F(UploadsTest, ThePageOfOneThatRestsIsFreed) {
+  const auto upload = uploads_.find(add());
+  upload->madeFor = PageWanted();
+  upload->page.pixels.resize(100);
+  now_ += seconds(59);
+  uploads_.forgetOld();
+  EXPECT_TRUE(upload->madeFor);
+  now_ += seconds(1);
+  uploads_.forgetOld();
+  EXPECT_FALSE(upload->madeFor);
+  EXPECT_TRUE(upload->page.pixels.empty());
+}
+
 TEST_F(UploadsTest, AUserOfAForgottenOneKeepsItsFile) {
   const std::string key = add();
   const auto upload = uploads_.find(key);
