@@ -37,7 +37,7 @@ void showUsage(void* /*data*/) {
       "  jobs, cancel [-a | -j JOB], pause, resume, shutdown\n"
       "\n"
       "Options of the server, each behind -o: server-port=N, listen-hostname=HOST,\n"
-      "share=yes, tls=no, pdf=no, file-devices=yes, spool-directory=FOLDER,\n"
+      "share=yes, tls=no, pdf=no, web=no, file-devices=yes, spool-directory=FOLDER,\n"
       "state-file=FILE, log-file=FILE, log-level=LEVEL\n"
       "\n"
       "drav-printer-app(1) tells more.");

@@ -104,6 +104,11 @@ bool preparePage(int file, const PageWanted& wanted, const documents::World& wor
       !readArt(*pages, source, wish, paper.paper, art, error))
     return false;
   const ArtPlace place = placeArt(wish, paper.paper, art.width, art.height);
+  if (place.pageHeight > kMostProofRows ||
+      uint64_t{paper.paper.width} * place.pageHeight > kMostProofDots) {
+    error = "is larger than a browser draws well";
+    return false;
+  }
   page = {};
   page.header = picturePageHeader(paper, place.pageHeight);
   page.reach = paper.paper.width - paper.paper.right;
@@ -118,11 +123,6 @@ bool preparePage(int file, const PageWanted& wanted, const documents::World& wor
 bool proofOf(const PreparedPage& page, const Settings& settings,
              const std::function<bool()>& giveUp, Proof& proof, std::string& error) {
   const cups_page_header2_t& header = page.header;
-  if (header.cupsHeight > kMostProofRows ||
-      uint64_t{header.cupsWidth} * header.cupsHeight > kMostProofDots) {
-    error = "is larger than a browser draws well";
-    return false;
-  }
   MemoryFile stream;
   MemoryFile log;
   if (stream.get() == nullptr || log.get() == nullptr) throw std::bad_alloc();

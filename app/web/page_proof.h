@@ -40,8 +40,9 @@ struct PreparedPage {
   std::vector<LostInk> lost;
 };
 
-// Makes the page that is wanted of the document in `file`. False with one line in `error`,
-// which does not name the drawing. May throw std::bad_alloc.
+// Makes the page that is wanted of the document in `file`, unless it is larger than
+// kMostProofDots or kMostProofRows. False with one line in `error`, which does not name the
+// drawing. May throw std::bad_alloc.
 [[nodiscard]] bool preparePage(int file, const PageWanted& wanted, const documents::World& world,
                                PreparedPage& page, std::string& error);
 

@@ -63,6 +63,13 @@ void Uploads::forgetOld() {
   const auto now = now_();
   entries_.remove_if(
       [now](const Entry& one) { return one.isComplete && now - one.lastAsked >= kKept; });
+  for (const Entry& one : entries_) {
+    if (now - one.lastAsked < kPageKept) continue;
+    const std::unique_lock maker(one.upload->mutex, std::try_to_lock);
+    if (!maker) continue;
+    one.upload->madeFor.reset();
+    one.upload->page = {};
+  }
 }
 
 size_t Uploads::count() {

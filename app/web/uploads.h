@@ -43,6 +43,7 @@ class Uploads {
   static constexpr uint64_t kMostBytes = uint64_t{256} << 20U;  // of one
   static constexpr uint64_t kMostBytesTogether = uint64_t{1} << 30U;
   static constexpr std::chrono::minutes kKept{10};  // since it was last asked for
+  static constexpr std::chrono::minutes kPageKept{1};
 
   // `folder` is where the files lie.
   explicit Uploads(std::string folder, Clock now = std::chrono::steady_clock::now)
@@ -63,6 +64,7 @@ class Uploads {
   std::shared_ptr<Upload> find(std::string_view key);
 
   void forget(std::string_view key);
+  // Forgets what is to be forgotten, and frees the pages of what was not asked for lately.
   void forgetOld();
   size_t count();
 

@@ -101,7 +101,7 @@ class WebPage {
     bool isPost;
     Answer (WebPage::*make)(pappl_client_t* client);
   };
-  static const std::array<Route, 10> kRoutes;
+  static const std::array<Route, 11> kRoutes;
 
   // ---- Requests --------------------------------------------------------------
 
@@ -169,6 +169,10 @@ class WebPage {
   }
   Answer showStyle(pappl_client_t* /*client*/) {
     return answered(embedded("web_style"), "text/css; charset=utf-8");
+  }
+
+  Answer showIcon(pappl_client_t* /*client*/) {
+    return answered(embedded("web_icon"), "image/svg+xml");
   }
 
   // ---- Queues ----------------------------------------------------------------
@@ -259,7 +263,8 @@ class WebPage {
 
   // What a request is about: its queue, its drawing, and what is wished of it.
   struct Task {
-    pappl_printer_t* printer = nullptr;
+    int queue = 0;         // its number
+    std::string resource;  // of the queue
     std::string key;
     std::shared_ptr<Upload> upload;
     DrawingWish wish;
@@ -274,10 +279,10 @@ class WebPage {
       return found == fields->end() ? std::string() : found->second;
     };
     const int queue = std::atoi(field("queue").c_str());
-    task.printer = queue > 0 ? papplSystemFindPrinter(system_, nullptr, queue, nullptr) : nullptr;
-    const PrinterModel* model = task.printer == nullptr
-                                    ? nullptr
-                                    : findPrinterModel(papplPrinterGetDriverName(task.printer));
+    pappl_printer_t* printer =
+        queue > 0 ? papplSystemFindPrinter(system_, nullptr, queue, nullptr) : nullptr;
+    const PrinterModel* model =
+        printer == nullptr ? nullptr : findPrinterModel(papplPrinterGetDriverName(printer));
     if (model == nullptr) return refusal(HTTP_STATUS_NOT_FOUND, "there is no such queue");
     std::string error;
     if (!readWish(*fields, *model, task.wish, error))
@@ -285,12 +290,15 @@ class WebPage {
     task.key = field("upload");
     task.upload = uploads_.find(task.key);
     if (!task.upload) return refusal(HTTP_STATUS_GONE, "the drawing is no longer here");
-    task.settings = settingsOf(task, *model);
+    task.queue = queue;
+    task.resource = resourceOf(printer);
+    task.settings = settingsOf(printer, task, *model);
     return std::nullopt;
   }
 
-  static Settings settingsOf(const Task& task, const PrinterModel& model) {
-    std::vector<ChosenOption> choices = choicesOf(task.printer, [&task](const char* name) {
+  static Settings settingsOf(pappl_printer_t* printer, const Task& task,
+                             const PrinterModel& model) {
+    std::vector<ChosenOption> choices = choicesOf(printer, [&task](const char* name) {
       for (const auto& [option, value] : task.wish.options)
         if (std::string_view(option->name) == name) return value;
       return std::string();
@@ -366,13 +374,13 @@ class WebPage {
     (void)::lseek(file, 0, SEEK_SET);
     const auto job = submitJob(papplClientGetHTTP(client), printWanted(task), file, error);
     if (!job) return refusal(HTTP_STATUS_SERVICE_UNAVAILABLE, error);
-    return answered(written({{"job", jobs_.add(papplPrinterGetID(task.printer), *job, task.key)}}));
+    return answered(written({{"job", jobs_.add(task.queue, *job, task.key)}}));
   }
 
   // With all options that change the picture, whatever becomes of the queue's defaults.
   static PrintWanted printWanted(const Task& task) {
     PrintWanted wanted;
-    wanted.queue = resourceOf(task.printer);
+    wanted.queue = task.resource;
     wanted.name = task.wish.name.empty() ? "drawing" : task.wish.name;
     wanted.paper = task.wish.page.medium;
     wanted.copies = task.wish.copies;
@@ -445,10 +453,11 @@ class WebPage {
   std::counting_semaphore<kMostMakers> makers_{kMostMakers};
 };
 
-const std::array<WebPage::Route, 10> WebPage::kRoutes = {
+const std::array<WebPage::Route, 11> WebPage::kRoutes = {
     {{"/print", "text/html", false, &WebPage::showPage},
      {"/print/page.js", "text/javascript", false, &WebPage::showScript},
      {"/print/page.css", "text/css", false, &WebPage::showStyle},
+     {"/print/icon.svg", "image/svg+xml", false, &WebPage::showIcon},
      {"/print/queues", "application/json", true, &WebPage::listQueues},
      {"/print/upload", "application/json", true, &WebPage::takeUpload},
      {"/print/proof", "application/octet-stream", true, &WebPage::showProof},

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The page "Print a drawing" at /print, and what it asks the server for.
 //
-//   GET  /print, /print/page.js, /print/page.css
+//   GET  /print, /print/page.js, /print/page.css, /print/icon.svg
 //   POST /print/queues                            what can be printed on
 //        /print/upload   the drawing itself       its key
 //        /print/proof    fields                   figures, a line end, a PNG of the dots

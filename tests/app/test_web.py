@@ -14,6 +14,7 @@ from escpos_stream import decode
 from picture_files import saved
 from PIL import Image, ImageDraw
 from pictures import read_png
+from test_documents import pdf
 
 
 def line_drawing(width: int, height: int) -> Image.Image:
@@ -149,6 +150,19 @@ class WebTest(AppCase):
         self.assertEqual(len(rows), round(round(148 * 300 / 25.4) / figures["shrink"]))
         self.assertEqual(len(rows[0]), -(-width // figures["shrink"]))
         self.assertEqual((max(rows[0]), min(map(min, rows))), (255, 20))
+
+    def test_a_page_of_a_pdf(self) -> None:
+        document = pdf((200, 200, "0 0 100 100 re f"), (200, 200, "50 50 20 20 re f"))
+        answer = self.browser.post("/print/upload", document).json()
+        self.assertTrue(answer["hasPages"])
+        black = []
+        for page, status in (("1", 200), ("2", 200), ("3", 415)):
+            proof = self.browser.ask("/print/proof", upload=answer["upload"], queue=self.stencil,
+                                     halftone_type="threshold", page=page, paper="10500x14800")
+            self.assertEqual(proof.status, status, proof.body[:200])
+            if status == 200:
+                black.append(dots_of(proof)[0]["black"])
+        self.assertAlmostEqual(black[0] / black[1], 25, delta=0.5)
 
     def test_copies_name_and_cancel(self) -> None:
         upload = self.browser.upload(self.picture)
@@ -314,6 +328,11 @@ class WebTest(AppCase):
         for body in (b"upload", b"a=1&a=2", b"a=%zz", b"=1", b"a=%0"):
             self.assertEqual(self.browser.post("/print/proof", body).status, 400, body)
         self.assertEqual(self.browser.ask("/print/proof", upload=upload, queue="99").status, 404)
+        long = self.browser.upload(saved(Image.new("L", (10, 1600), 9), "PNG", dpi=(300, 300)))
+        answer = self.browser.ask("/print/proof", upload=long, queue=self.stencil, size="fill",
+                                  paper="2000x300000")
+        self.assertEqual(answer.status, 415, answer.body[:200])
+        self.assertIn("larger than a browser draws", answer.json()["error"])
         self.assertEqual(self.browser.ask("/print/proof", upload="x", queue="1").status, 410)
         self.assertEqual(self.browser.ask("/print/state", job="1").status, 410)
         self.assertEqual(self.printer.jobs(), [])

@@ -27,6 +27,7 @@ async function openPage(options) {
   const context = await browser.newContext(options);
   context.setDefaultTimeout(30_000);
   const proof = new Proof(await context.newPage(), decode);
+  proof.page.on("filechooser", () => {}); // so that no window of the system's opens in between
   await proof.page.goto(config.url);
   await proof.page.locator("body[data-ready]").waitFor();
   return proof;
@@ -99,6 +100,8 @@ test("a drawing is dropped, changed and printed; the dots are those on the scree
   await page.locator("#page").focus();
   await page.keyboard.press("1");
   await page.evaluate(() => new Promise((done) => {
+    for (const id of ["side-after", "divider", "status"]) document.getElementById(id).hidden = true;
+    document.activeElement.blur(); // its outline lies over dots
     requestAnimationFrame(() => requestAnimationFrame(done));
   }));
   await shoot(proof, "print-dots");

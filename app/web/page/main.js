@@ -175,8 +175,8 @@ async function print() {
   byId("print").disabled = true;
   const name = artwork.file.name.slice(0, 60);
   const status = await printShown({ upload: artwork.key, ...fields, name }, proof, copies);
-  // Forgotten meanwhile: the next try brings it again.
-  if (status === GONE) artwork.key = "";
+  // The server forgets it with its job: what comes next brings it again.
+  if (status === 0 || status === GONE) artwork.key = "";
 }
 
 function listenToFiles() {
