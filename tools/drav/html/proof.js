@@ -3,7 +3,7 @@
 
 const view = new View(sheetSize());
 const chosen = { ...proofData.job, ...proofData.jobsWay };
-// `after` has the picture, its proof and its choice; the picture of a page that prints no row
+// `before` has the picture and its page, `after` the picture, its proof and its choice; the picture of a page that prints no row
 // is null.
 const shown = { split: 0.5, before: null, after: null };
 let drawing = false; // a frame was asked for
@@ -53,6 +53,7 @@ async function choose(change) {
   if (!proof) return;
   Object.assign(chosen, choice);
   showChoice(chosen, proof, choose);
+  showOriginal();
   const stage = byId("stage");
   stage.setAttribute("aria-busy", "true");
   byId("status").textContent = "Drawing…";
@@ -70,8 +71,11 @@ async function choose(change) {
 }
 
 async function showOriginal() {
+  const page = pageOf(chosen);
   try {
-    shown.before = await loadPicture(proofData.original.png);
+    const picture = await loadPicture(page.original.png);
+    if (page !== pageOf(chosen)) return;
+    shown.before = { picture, page };
   } catch {
     byId("status").textContent = "The browser could not decode the page before.";
   }
@@ -137,5 +141,4 @@ showAbout();
 listen();
 resize();
 moveDivider(0.5);
-showOriginal();
 choose({});
