@@ -60,14 +60,17 @@ function makeSwitches(choose) {
   byId("switch-group").hidden = !Object.values(proofData.switches).includes(true);
   if (proofData.prepare) byId("switch-legend").textContent = "Mirror, turn, invert, clean";
   for (const [key, id] of Object.entries(SWITCHES)) {
-    byId(id).closest("label").hidden = !proofData.switches[key];
-    byId(id).addEventListener("change", (event) => choose({ [key]: event.target.checked }));
+    if (proofData.switches[key])
+      byId(id).addEventListener("change", (event) => choose({ [key]: event.target.checked }));
+    else
+      byId(id).closest("label").remove();
   }
 }
 
 function showSwitches(chosen) {
   for (const [key, id] of Object.entries(SWITCHES)) {
-    byId(id).checked = chosen[key] === true;
+    if (!proofData.switches[key]) continue;
+    byId(id).checked = chosen[key];
     byId(id).disabled = !findProof({ ...chosen, [key]: !chosen[key] });
   }
 }
