@@ -47,6 +47,21 @@ bool BufferedChild::skip(uint64_t count) {
   return true;
 }
 
+bool startReader(BufferedChild& reader, const std::string& program, const std::string& request,
+                 int descriptor, const World& world, std::string& error) {
+  ChildCommand command;
+  command.program = program;
+  command.arguments = {request};
+  command.inputDescriptor = descriptor;
+  command.stopRequested = world.stopRequested;
+  // It limits its memory itself, once it has loaded its libraries.
+  command.memoryBytes = UINT64_MAX;
+  command.fileBytes = 0;
+  command.cpuSeconds = kReaderSeconds;
+  command.silenceMilliseconds = 1000 * int{kReaderSeconds};
+  return reader.start(command, error);
+}
+
 std::string readerFailure(BufferedChild& reader, const std::string& cannot) {
   ChildProcess& process = reader.process();
   if (!reader.hasEnded()) {

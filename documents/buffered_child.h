@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/child_process.h"
+#include "documents/grey_pages.h"
 
 namespace documents {
 
@@ -44,6 +45,12 @@ class BufferedChild {
   size_t end_ = 0;
   bool hasEnded_ = false;
 };
+
+// Starts `program`, drav-picture-reader or drav-text-reader, on the open file with its limits of
+// time and files. False with one line in `error`.
+[[nodiscard]] bool startReader(BufferedChild& reader, const std::string& program,
+                               const std::string& request, int descriptor, const World& world,
+                               std::string& error);
 
 // Why drav-picture-reader or drav-text-reader failed: its own refusal, or `cannot` with a
 // reason. Ends it.

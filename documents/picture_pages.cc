@@ -23,17 +23,8 @@ class PicturePages : public PlacedPages {
         world_(world) {}
 
   bool start(std::string& error) {
-    ChildCommand command;
-    command.program = world_.pictureReader;
-    command.arguments = {requestText(paper_, wish_)};
-    command.inputDescriptor = descriptor_;
-    command.stopRequested = world_.stopRequested;
-    // It limits its memory itself, once it has loaded its libraries.
-    command.memoryBytes = UINT64_MAX;
-    command.fileBytes = 0;
-    command.cpuSeconds = kReaderSeconds;
-    command.silenceMilliseconds = 1000 * int{kReaderSeconds};
-    return reader_.start(command, error);
+    return startReader(reader_, world_.pictureReader, requestText(paper_, wish_), descriptor_,
+                       world_, error);
   }
 
   Step nextPage(GreyPage& page, std::string& error) override {

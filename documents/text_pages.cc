@@ -30,17 +30,8 @@ class TextPages : public PlacedPages {
   }
 
   bool start(int descriptor, const World& world, std::string& error) {
-    ChildCommand command;
-    command.program = world.textReader;
-    command.arguments = {requestText(paper_, {})};
-    command.inputDescriptor = descriptor;
-    command.stopRequested = world.stopRequested;
-    // It limits its memory itself, once it has loaded its libraries.
-    command.memoryBytes = UINT64_MAX;
-    command.fileBytes = 0;
-    command.cpuSeconds = kReaderSeconds;
-    command.silenceMilliseconds = 1000 * int{kReaderSeconds};
-    return reader_.start(command, error);
+    return startReader(reader_, world.textReader, requestText(paper_, {}), descriptor, world,
+                       error);
   }
 
   Step nextPage(GreyPage& page, std::string& error) override {

@@ -14,6 +14,8 @@ struct CropWish {
   double y = 0;
   double width = 0;
   double height = 0;
+
+  bool operator==(const CropWish&) const = default;
 };
 
 // The defaults leave a picture as it is: at its true size, reduced if it does not fit.
@@ -34,6 +36,8 @@ struct ArtWish {
   bool tile = false;
   double overlap = 10;  // of the sheets, mm
   unsigned page = 0;    // the only page of a document that is wanted, from 1; 0 for all
+
+  bool operator==(const ArtWish&) const = default;
 };
 
 #endif  // PROOF_ART_WISH_H_

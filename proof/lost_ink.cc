@@ -17,5 +17,13 @@ std::vector<LostInk> lostInk(const ArtPicture& art, const ArtPlace& place,
                      within(left + reach.width, art.width), within(top + height, art.height));
   for (uint32_t y = 0; y < art.height; ++y)
     count.addRow(y, std::span(art.ink).subspan(size_t{y} * art.width, art.width));
-  return count.lost();
+  std::vector<LostInk> lost = count.lost();
+  for (LostInk& one : lost) {
+    const bool isAcross = one.side == Side::left || one.side == Side::right;
+    const int64_t start = isAcross ? place.y : place.x;
+    const uint32_t length = isAcross ? place.pageHeight : paper.width;
+    one.from = within(start + one.from, length);
+    one.to = within(start + one.to, length);
+  }
+  return lost;
 }

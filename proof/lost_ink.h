@@ -10,7 +10,7 @@
 #include "proof/art_layout.h"
 #include "proof/art_picture.h"
 
-// What lies beyond each side of the reach.
+// What lies beyond each side of the reach; where along the side, in dots of the page.
 std::vector<LostInk> lostInk(const ArtPicture& art, const ArtPlace& place,
                              const documents::Paper& paper);
 

@@ -2,24 +2,47 @@
 #include "documents/reader/file_facts.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 namespace documents {
 
-bool pngStatesSize(std::span<const uint8_t> file) {
-  const auto word = [file](size_t at) {
-    return size_t{file[at]} << 24U | size_t{file[at + 1]} << 16U | size_t{file[at + 2]} << 8U |
-           file[at + 3];
-  };
+namespace {
+
+using Bytes = std::span<const uint8_t>;
+
+// Big-endian. REQUIRES: four bytes.
+size_t wordAt(Bytes bytes, size_t at) {
+  return size_t{bytes[at]} << 24U | size_t{bytes[at + 1]} << 16U | size_t{bytes[at + 2]} << 8U |
+         bytes[at + 3];
+}
+
+// The content of a PNG's first chunk of this name before its pixels; nothing without one.
+std::optional<Bytes> pngChunk(Bytes file, std::string_view wanted) {
   for (size_t at = 8; at + 12 <= file.size();) {
-    const size_t size = word(at);
+    const size_t size = wordAt(file, at);
     const std::string_view name(reinterpret_cast<const char*>(file.data()) + at + 4, 4);
-    constexpr size_t kUnitAt = 8 + 8;  // behind two numbers; 1 is the metre
-    if (name == "pHYs") return size == 9 && at + kUnitAt < file.size() && file[at + kUnitAt] == 1;
-    if (name == "IDAT" || size > file.size()) return false;
+    if (size > file.size() - at - 12) return std::nullopt;
+    if (name == wanted) return file.subspan(at + 8, size);
+    if (name == "IDAT") return std::nullopt;
     at += size + 12;
   }
-  return false;
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool pngStatesSize(std::span<const uint8_t> file) {
+  constexpr size_t kUnitAt = 8;  // behind two numbers; 1 is the metre
+  const auto size = pngChunk(file, "pHYs");
+  return size && size->size() == kUnitAt + 1 && (*size)[kUnitAt] == 1;
+}
+
+double pngGamma(std::span<const uint8_t> file) {
+  constexpr double kHundredThousandths = 1e-5;
+  const auto gamma = pngChunk(file, "gAMA");
+  if (!gamma || gamma->size() != 4 || pngChunk(file, "iCCP") || pngChunk(file, "sRGB")) return 0;
+  return static_cast<double>(wordAt(*gamma, 0)) * kHundredThousandths;
 }
 
 bool svgIsInPixels(std::span<const uint8_t> file) {

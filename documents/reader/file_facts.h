@@ -14,6 +14,10 @@ namespace documents {
 // Whether a PNG says how large it is: libvips gives 72 dpi to one that does not.
 bool pngStatesSize(std::span<const uint8_t> file);
 
+// The exponent with which a PNG was encoded, where it states one and neither profile nor sRGB;
+// 0 for none.
+double pngGamma(std::span<const uint8_t> file);
+
 // Whether the size of an SVG is given in pixels, or not at all: the loader draws pixels and
 // millimetres at different scales.
 bool svgIsInPixels(std::span<const uint8_t> file);

@@ -277,6 +277,30 @@ VImage ofFullRange(const VImage& image) {
       .cast(image.format());
 }
 
+// Levels of a PNG that states another exponent than about that of sRGB, as sRGB encodes them.
+VImage ofStatedGamma(const VImage& image, double gamma) {
+  constexpr double kUsual = 1 / 2.2;
+  constexpr double kLeast = 0.05;  // nobody means one that is lower, or higher
+  constexpr double kMost = 5;
+  if (!(gamma >= kLeast && gamma <= kMost) || std::abs(gamma - kUsual) < 0.005) return image;
+  const size_t count = isWide(image) ? 65'536 : 256;
+  const double most = static_cast<double>(count) - 1;
+  std::vector<uint16_t> table(count);
+  for (size_t level = 0; level < count; ++level) {
+    const double light = std::pow(static_cast<double>(level) / most, 1 / gamma);
+    const double encoded =
+        light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
+    table[level] = static_cast<uint16_t>(std::lround(encoded * most));
+  }
+  const VImage map = VImage::new_from_memory(table.data(), table.size() * sizeof table[0],
+                                             static_cast<int>(count), 1, 1, VIPS_FORMAT_USHORT)
+                         .copy_memory();
+  const int colours = image.bands() - (image.has_alpha() ? 1 : 0);
+  const VImage mapped =
+      image.extract_band(0, VImage::option()->set("n", colours)).maplut(map).cast(image.format());
+  return image.has_alpha() ? mapped.bandjoin(image.extract_band(colours)) : mapped;
+}
+
 VImage turned(const VImage& image, Turn turn) {
   switch (turn) {
     case Turn::kLeft:
@@ -386,7 +410,8 @@ class Picture::Implementation {
 
   // The pixels' levels, turned as the camera and the job say.
   VImage upright(const Placing& placing, bool colour) const {
-    VImage levels = toLevels(ofFullRange(image_), colour);
+    const double gamma = kind_ == FileKind::kPng ? pngGamma(file_) : 0;
+    VImage levels = toLevels(ofStatedGamma(ofFullRange(image_), gamma), colour);
     if (orientation_ == 1 && placing.turn == Turn::kNone) return levels;
     levels = levels.copy_memory();  // turning goes back and forth
     levels.set(VIPS_META_ORIENTATION, orientation_);

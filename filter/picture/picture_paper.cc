@@ -87,8 +87,10 @@ bool readPicturePaper(const char* ppdPath, const char* optionsText, PicturePaper
       static_cast<double>(dravPpdGetAttrAsFloatDefault(ppd.get(), "MaxMediaWidth", nullptr, 0.0));
   const cups_page_header2_t header = picturePageHeader(*out, 1);
   const uint64_t beyond = skippedRightPixels(maxMediaLinePixels(maxMediaWidth, header), header);
+  out->statedRight = paper.right;
   paper.right = static_cast<uint32_t>(std::max<uint64_t>(paper.right, beyond));
   bound(paper.width, paper.left, paper.right);
+  out->statedRight = std::min(out->statedRight, paper.right);
   bound(paper.height, paper.top, paper.bottom);
   return true;
 }

@@ -14,6 +14,7 @@ struct PicturePaper {
   std::string sizeName;  // choice of PageSize
   double width = 0;      // points
   double length = 0;
+  uint32_t statedRight = 0;  // dots of the margin that the driver file states, whatever the head
 };
 
 // From the driver file with the job's options. The margin at the right is what the head

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "filter/picture/run_picture_filter.h"
 
-#include <cups/cups.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -13,6 +12,7 @@
 #include "common/log.h"
 #include "common/scope_guard.h"
 #include "documents/page_options.h"
+#include "filter/picture/job_options.h"
 #include "filter/picture/page_choice.h"
 #include "filter/picture/picture_paper.h"
 #include "filter/print_job.h"
@@ -35,30 +35,12 @@ void logNotes(const std::vector<Note>& notes) {
   }
 }
 
-class JobOptions {
- public:
-  explicit JobOptions(const char* text) : count_(cupsParseOptions(text, 0, &options_)) {}
-  ~JobOptions() { cupsFreeOptions(count_, options_); }
-  JobOptions(const JobOptions&) = delete;
-  JobOptions& operator=(const JobOptions&) = delete;
-  JobOptions(JobOptions&&) = delete;
-  JobOptions& operator=(JobOptions&&) = delete;
-
-  documents::PageWish wish(std::vector<Note>& notes) const {
-    documents::PageWish wish;
-    for (int i = 0; i < count_; ++i)
-      (void)documents::takePageOption(options_[i].name, options_[i].value, wish, notes);
-    return wish;
-  }
-
-  const char* refused() const { return unsupportedOption(count_, options_); }
-
-  PageChoice pages(const char* copies) const { return {count_, options_, copies}; }
-
- private:
-  cups_option_t* options_ = nullptr;
-  int count_;
-};
+documents::PageWish wishOf(const JobOptions& options, std::vector<Note>& notes) {
+  documents::PageWish wish;
+  for (const cups_option_t& option : options)
+    (void)documents::takePageOption(option.name, option.value, wish, notes);
+  return wish;
+}
 
 // A page with all its rows.
 class WholePage {
@@ -177,12 +159,12 @@ int runJob(int argc, char* const argv[], documents::World world,
     return EXIT_FAILURE;
   }
   const JobOptions options(argv[5]);
-  if (const char* why = options.refused()) {
+  if (const char* why = unsupportedOption(options.count(), options.list())) {
     dravLogCommon(kLogError, "A picture cannot be printed with %s!", why);
     return EXIT_FAILURE;
   }
   std::vector<Note> notes;
-  const documents::PageWish wish = options.wish(notes);
+  const documents::PageWish wish = wishOf(options, notes);
   logNotes(notes);
   Settings settings;
   PicturePaper paper;
@@ -200,8 +182,8 @@ int runJob(int argc, char* const argv[], documents::World world,
     dravLogCommon(kLogError, "The document %s!", error.c_str());
     return EXIT_FAILURE;
   }
-  return printPages(settings, Document(file, paper, wish, world), paper, options.pages(argv[4]),
-                    environment);
+  return printPages(settings, Document(file, paper, wish, world), paper,
+                    PageChoice(options.count(), options.list(), argv[4]), environment);
 }
 
 }  // namespace

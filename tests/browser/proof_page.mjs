@@ -611,6 +611,30 @@ describe("a trimmed job that is mirrored and inverted", () => {
   test("says nothing on the console and asks for nothing", () => closeQuietly(proof, page));
 });
 
+describe("a page that was prepared", () => {
+  const page = config.prepared;
+  let proof;
+  before(async () => { proof = await openProof(page, DESKTOP); });
+
+  test("is cleaned or not, and drawn in lines or not", async () => {
+    await proof.keys("#divider", "Home");
+    await proof.keys("#page", "8");
+    for (const [switches, dots] of Object.entries(page.dots)) {
+      for (const id of ["clean", "lines"])
+        await proof.page.locator(`#${id}`).setChecked(switches.includes(id));
+      await proof.settled();
+      await checkFigures(proof, dotsOf(page, dots));
+      await proof.compareDots(dotsOf(page, dots), 3000);
+      const asked = switches.split(" ").filter(Boolean).map((one) => `--${one} `).join("");
+      assert.ok((await textOf(proof, "#prints-with")).startsWith(
+        `drav prepare art.png --model dravr582 --paper X48MMY100MM ${asked}-O - | lp -d QUEUE `));
+    }
+    await proof.page.screenshot({ path: shotPath("prepared") });
+  });
+
+  test("says nothing on the console and asks for nothing", () => closeQuietly(proof, page));
+});
+
 test("a page without ink is not inverted", async () => {
   const page = config.blank;
   const proof = await openProof(page, DESKTOP);

@@ -154,6 +154,23 @@ class Maker:
                 "pageRows": above + len(rows) + below, "from": above, "asked": asked,
                 "plain": plain}
 
+    def prepared(self) -> dict:
+        """A picture for a roll that is cleaned; the dots with each choice of the switches."""
+        rows = [bytes(255 - level // 2 for level in row) for row in balls(300, 160, 2)]
+        path = self.folder / "art.png"
+        path.write_bytes(pictures.make_png(300, 160, 8, 0, rows))
+        given = ["--model", "dravr582", "--paper", "X48MMY100MM", "-o", "HalftoneType=Burkes"]
+        self.proof(str(path), *given, "--clean", "--html", str(self.folder / "art.html"))
+        dots = {}
+        for switches in ("clean", "", "lines", "clean lines"):
+            png = self.folder / "art-proof.png"
+            self.proof(str(path), *given, *(f"--{one}" for one in switches.split()), "-O", str(png))
+            page = pictures.read_png(png.read_bytes()).page()
+            (self.folder / f"art {switches}.dots").write_bytes(b"".join(page))
+            dots[switches] = str(self.folder / f"art {switches}.dots")
+        return {"html": str(self.folder / "art.html"), "width": 8 * len(page[0]),
+                "rows": len(page), "dots": dots}
+
     def blank(self) -> dict:
         """A page without ink, which inverting leaves as it is."""
         path = self.folder / "blank.ras"
@@ -175,7 +192,8 @@ def main() -> None:
         config = {"chromium": programs["chromium"], "folder": str(folder),
                   "large": maker.page("large", 2479, 1500, 4),
                   "small": maker.page("a <!--<script> & 'c'", 300, 260, 2),
-                  "trimmed": maker.trimmed(), "blank": maker.blank()}
+                  "trimmed": maker.trimmed(), "prepared": maker.prepared(),
+                  "blank": maker.blank()}
         path = pathlib.Path(scratch) / "config.json"
         path.write_text(json.dumps(config))
         done = subprocess.run([programs["node"], HERE / "proof_page.mjs", path], timeout=550,

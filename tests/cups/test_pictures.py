@@ -13,14 +13,17 @@ import random
 import re
 import struct
 import sys
+import tempfile
 
 sys.path.insert(0, os.environ["DRAV_DOCUMENT_TESTS"])
+sys.path.insert(1, str(pathlib.Path(__file__).resolve().parents[1] / "e2e_tools"))
 # pylint: disable=wrong-import-position
 from PIL import Image  # noqa: E402
 
 import cups_case  # noqa: E402
 import cups_raster  # noqa: E402
 import documents  # noqa: E402
+import drav_case  # noqa: E402
 import escpos_stream  # noqa: E402
 import expected  # noqa: E402
 import ipp  # noqa: E402
@@ -205,6 +208,18 @@ class PicturesTest(CupsCase):
                 self.assertEqual(state, ipp.COMPLETED, name)
                 self.assertIn(str(number), started)
                 self.assert_same(got.data, want[id(options)])
+        # Each kind on one of the models, since a picture more takes a second.
+        for name, _, options in jobs[MODELS.index(model)::len(MODELS)]:
+            self.assertEqual(self.proof(model, self.folder / f"{model.name} {name}.txt", options),
+                             drav_case.pages_of(want[id(options)]), name)
+
+    def proof(self, model: Model, path: pathlib.Path,
+              options: cups_case.Options) -> list[list[bytes]]:
+        """The dots that drav proof shows of a job."""
+        given = [part for name, value in options.items() for part in ("-o", f"{name}={value}")]
+        with tempfile.TemporaryDirectory(dir=self.folder) as folder:
+            return drav_case.proof_pages(os.environ["DRAV_TOOL"], path, pathlib.Path(folder),
+                                         "--ppd", str(PPDS / f"{model.name}.ppd"), *given)
 
     # ---- Text and PDF --------------------------------------------------------------
 

@@ -204,6 +204,36 @@ class PictureTest(DocumentCase):
                              EXACT)
         self.assertLevels(page, levels)
 
+    def test_gamma_that_a_png_states(self) -> None:
+        """Levels become those that sRGB has for the same light, where nothing better is said."""
+        ramp_row = bytes(range(0, 256, 256 // WIDTH))[:WIDTH]
+
+        def model(level: int, gamma: float) -> int:
+            light = (level / 255) ** (1 / gamma)
+            return int(encoded(light) + 0.5)
+
+        def rows_of(gamma: int, *more: tuple[bytes, bytes], color: int = 0, depth: int = 8,
+                    row: bytes = ramp_row) -> list[bytes]:
+            data = png(WIDTH, HEIGHT, depth, color, [row] * HEIGHT, *more,
+                       (b"gAMA", struct.pack(">I", gamma)))
+            return self.one_page(self.write("gamma.png", data), EXACT).rows
+
+        plain = [bytes(255 - level for level in ramp_row)] * HEIGHT
+        for gamma in (45455, 45000, 0, 4_000_000_000):
+            self.assertEqual(rows_of(gamma), plain, gamma)
+        self.assertEqual(rows_of(100_000, (b"sRGB", b"\0")), plain)
+        for gamma in (100_000, 55_556, 30_000):
+            want = [bytes(255 - model(level, gamma / 1e5) for level in ramp_row)] * HEIGHT
+            self.assertNotEqual(want, plain)
+            self.assertEqual(rows_of(gamma), want)
+            # Colours, with transparency, which has no gamma; and 16 bits.
+            clear = b"".join(bytes((level, level, level, 255)) for level in ramp_row)
+            self.assertEqual(rows_of(gamma, color=6, row=clear), want)
+            faint = b"".join(bytes((0, 0, 0, level)) for level in ramp_row)
+            self.assertEqual(rows_of(gamma, color=6, row=faint), [ramp_row] * HEIGHT)
+            wide = b"".join(bytes((level, level)) for level in ramp_row)
+            self.assertEqual(rows_of(gamma, depth=16, row=wide), want)
+
     def test_orientation(self) -> None:
         levels = ramp(WIDTH, HEIGHT)
         for orientation in range(1, 9):

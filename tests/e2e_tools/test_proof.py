@@ -336,6 +336,27 @@ class DocumentTest(DravCase):
                                  env=without_leak_check())
             self.assertEqual(b"mirror and StencilMirror cancel each other" in done.stderr, not mirrored)
 
+    def test_sheets_without_the_converters(self):
+        """Ghostscript alone lays a page on a sheet as the converters do, and as much is lost."""
+        millimetre = 72 / 25.4
+        for width, height in ((210, 297), (297, 210), (100, 100), (216, 279)):
+            with self.subTest(width=width, height=height):
+                across, along = width * millimetre, height * millimetre
+                path = self.write("a.pdf", make_pdf([b"0 g %f %f %f %f re f" % (
+                    0.1 * across, 0.1 * along, 0.88 * across, 0.2 * along)], across, along))
+                parts, losses = [], []
+                for more in ((), ("--approximate",)):
+                    done = self.run_well("proof", path, "-o", "HalftoneType=None", *more, "-O",
+                                         self.out / "a.png")
+                    png = read_png((self.out / "a.png").read_bytes())
+                    parts.append(inked_part(png.page()[int(png.texts().get("Drav-Strip-Rows", 0)):]))
+                    losses.append([line for line in done.stderr.decode().splitlines()
+                                   if "ink lost" in line])
+                for one, other in zip(*parts, strict=True):
+                    self.assertLessEqual(abs(one - other), 1, parts)
+                self.assertEqual(*losses)
+                self.assertEqual(bool(losses[0]), width in (210, 216))
+
     def test_encryption_without_a_password(self):
         self.check("open.pdf", make_encrypted_pdf(b""))
 
@@ -381,6 +402,25 @@ class ApproximateTest(DravCase):
         self.assertEqual(inked_part(self.approximate("a.ps", script, *options)), (0, 150, 299, 299))
         page = self.approximate("a.ps", script, *options, "-o", "orientation-requested=4")
         self.assertEqual(inked_part(page), (150, 0, 299, 299))
+
+    def test_pages_that_the_job_prints(self):
+        """What picturetodrav would print of them, or refuse."""
+        marks = [b"0 g %d 100 20 20 re f" % (30 * i) for i in range(4)]
+        path = self.write("four.pdf", make_pdf(marks))
+        roll = ("--model", "dravr802")
+        pages = self.proof(path, *roll)
+        self.assertEqual(len(pages), 4)
+        for option, wanted in (("page-ranges=2-3", (1, 2)), ("page-ranges=4", (3,)),
+                               ("page-set=even", (1, 3)), ("number-up=1", (0, 1, 2, 3))):
+            self.assert_same_dots(self.proof(path, *roll, "-o", option), [pages[i] for i in wanted])
+        for option, words in (("page-ranges=5", "four.pdf: has no page of those"),
+                              ("number-up=2", "four.pdf: cannot be printed with number-up"),
+                              ("outputorder=reverse", "cannot be printed with outputorder=reverse")):
+            self.assert_failed(self.run_drav("proof", path, *roll, "-o", option, "-O",
+                                             self.out / "a.png"), words)
+        self.assert_failed(self.run_drav("proof", self.write("a.png", make_png(
+            9, 9, 8, 0, [bytes(9)] * 9)), "-o", "number-up=4", "-O", self.out / "a.png"),
+            "a.png: cannot be printed with number-up")
 
     def test_a_cups_without_the_converter(self):
         fake = self.write("cupsfilter", b"#!/bin/sh\necho 'cupsfilter: No filter to convert from "

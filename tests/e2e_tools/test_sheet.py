@@ -84,7 +84,7 @@ class SheetTest(DravCase):
         return total / (width * height)
 
     def test_halftones_dot_by_dot(self):
-        done = self.run_well("sheet", self.page, "--crop", "10", "5", "-O", self.out / "s.png")
+        done = self.run_well("sheet", self.page, "--detail", "10", "5", "-O", self.out / "s.png")
         self.assertEqual(done.stdout.decode().split(),
                          [str(self.out / "s.png"), str(self.out / "s-brightness.png")])
         sheet = self.read("s.png")
@@ -108,7 +108,7 @@ class SheetTest(DravCase):
         self.assertEqual(len({place[0] for place in places.values()}), 2, "two columns")
 
     def test_brightness_dot_by_dot(self):
-        self.run_well("sheet", self.page, "--crop", "0", "0", "--over", "brightness", "-o",
+        self.run_well("sheet", self.page, "--detail", "0", "0", "--over", "brightness", "-o",
                       "HalftoneType=Ordered", "-O", self.out / "s.png")
         self.assertEqual([path.name for path in self.out.iterdir()], ["s.png"])
         sheet = self.read("s.png")
@@ -132,7 +132,7 @@ class SheetTest(DravCase):
             rows = [bytes((x * 5 + y) % 256 for x in range(width)) for y in range(height)]
             self.page = self.write("p.ras", cups_raster.stream([cups_raster.grey(rows)]))
             last = f"{(height - 1) * 25.4 / 300:.2f}"  # too low for a whole part
-            self.run_well("sheet", self.page, "--over", "halftone", "--crop", "0", last, "-O",
+            self.run_well("sheet", self.page, "--over", "halftone", "--detail", "0", last, "-O",
                           self.out / "s.png")
             dots = self.dots("HalftoneType=Burkes")
             part = unpack(dots, 0, max(0, height - CROP_HEIGHT), width, CROP_HEIGHT)
@@ -140,7 +140,7 @@ class SheetTest(DravCase):
 
     @unittest.skipUnless(find_program("pdftotext"), "poppler's programs are not installed")
     def test_pdf(self):
-        self.run_well("sheet", self.page, "--crop", "0", "0", "-O", self.out / "s.pdf")
+        self.run_well("sheet", self.page, "--detail", "0", "0", "-O", self.out / "s.pdf")
         self.assertEqual([path.name for path in self.out.iterdir()], ["s.pdf"])
         text = subprocess.run([find_program("pdftotext"), "-layout", self.out / "s.pdf", "-"],
                               capture_output=True, check=True, timeout=60).stdout.decode()
@@ -176,7 +176,7 @@ class SheetTest(DravCase):
         contents = [b"0.5 g 0 0 226.77 566.93 re f", b"0.2 g 0 0 226.77 283 re f"]
         self.page = self.write("two.pdf", make_pdf(contents))
         self.run_well("sheet", self.page, "--page", "2", "-o", "PageSize=X80MMY200MM", "--over",
-                      "halftone", "--crop", "0", "95", "-O", self.out / "s.png")
+                      "halftone", "--detail", "0", "95", "-O", self.out / "s.png")
         dots = self.proof(self.page, "--page", "2", "-o", "PageSize=X80MMY200MM", "-o",
                           "HalftoneType=Stucki")[0]
         part = unpack(dots, 0, int(95 * 300 / 25.4), CROP_WIDTH, CROP_HEIGHT)
@@ -197,11 +197,15 @@ class SheetTest(DravCase):
         self.assert_failed(self.run_drav("sheet", self.folder, "-O", out), "is a folder")
         self.assert_failed(self.run_drav("sheet", self.write("n", b"\0\1\2" * 99), "-O", out),
                            "is of a kind that is not known here")
-        self.assert_failed(self.run_drav("sheet", self.page, "--crop", "x", "2", "-O", out))
+        self.assert_failed(self.run_drav("sheet", self.page, "--detail", "x", "2", "-O", out))
         for x, y in (("500", "0"), ("0", "500"), ("nan", "0"), ("0", "inf")):
-            self.assert_failed(self.run_drav("sheet", self.page, "--crop", x, y, "-O", out),
-                               "--crop begins outside of the page, which is ",
+            self.assert_failed(self.run_drav("sheet", self.page, "--detail", x, y, "-O", out),
+                               "--detail begins outside of the page, which is ",
                                " mm; for a part of full size")
+        self.assert_failed(self.run_drav("sheet", self.page, "--crop", "80", "120", "-O", out),
+                           "what is shown dot by dot is --detail X Y")
+        self.assert_failed(self.run_drav("sheet", self.page, "--crop", "1,2,3,4", "-O", out),
+                           "page.ras: is a page already")
         self.assert_failed(self.run_drav("sheet", self.page, "--over", "density", "-O", out))
         text = pathlib.Path(drav_case.PPD).read_bytes().splitlines(True)
         ppd = self.write("plain.ppd", b"".join(
@@ -233,7 +237,7 @@ class SheetTest(DravCase):
             rows = [b"\xff" * left + bytes(2479 - left - right) + b"\xff" * right] * 300
             page = self.write("page.ras", cups_raster.stream([cups_raster.grey(
                 rows, HWResolution=(300, 300))]))
-            status = self.run_drav("sheet", page, "--over", "halftone", "--strict", "--crop", "0", "0",
+            status = self.run_drav("sheet", page, "--over", "halftone", "--strict", "--detail", "0", "0",
                                    "-O", self.out / "s.png")
             self.assertEqual((status.returncode, status.stderr.decode()), (
                 1, "drav: page 1: ink lost at the right: 6.9 mm, 40.5 % of the ink\n")

@@ -36,3 +36,8 @@ const proofData = {
   lost: { sides: [] },
   jobsWay: { mirrored: false, halfTurn: false, inverted: false },
 };
+
+// The one page that is shown.
+function pageOf() {
+  return proofData;
+}

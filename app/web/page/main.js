@@ -128,7 +128,7 @@ async function showBefore() {
   if (text !== JSON.stringify(pageFields())) return;
   before = text;
   proofData.original.shrink = figures.shrink;
-  shown.before = picture;
+  shown.before = { picture, page: proofData };
   changed();
 }
 

@@ -157,6 +157,11 @@ TEST(PreparedLostInk, EachSideTellsHowFarAndHowMuch) {
             "ink lost at the right: 6.8 mm, 25.0 % of the ink; at the bottom: 4.9 mm, 10.0 % of "
             "the ink");
   EXPECT_EQ(lostText(art, {-501, 0, 1500}), "ink lost at the left: 10.1 mm, 75.0 % of the ink");
+  // Where along the side is told of the page, not of the art.
+  const auto leftFrom = [&art](int64_t y) {
+    return lostInk(art, {-501, y, 1500}, sheet()).front().from;
+  };
+  EXPECT_EQ(leftFrom(20), leftFrom(0) + 20);
   EXPECT_EQ(lostText(art, {0, -1, 1500}),
             "ink lost at the top: 0.1 mm, 90.0 % of the ink; at the right: 6.8 mm, 25.0 % of "
             "the ink");

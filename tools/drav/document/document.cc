@@ -64,6 +64,11 @@ bool Document::openFile(const std::string& input, std::string& error) {
     return false;
   }
   kind_ = documents::kindOfFile(descriptor);
+  if (kind_ == FileKind::kRaster && !(art_ == ArtWish())) {
+    ::close(descriptor);
+    error = failure("is a page already, of CUPS raster; pictures and documents can be prepared");
+    return false;
+  }
   if (kind_ == FileKind::kRaster)
     source_ = openRasterFile(descriptor, static_cast<uint64_t>(status.st_size));
   else
@@ -83,7 +88,8 @@ bool Document::chooseSource(std::string& error) {
   const char* type = convertedType(kind_);
   // A queue of a roll gives these to picturetodrav, too.
   const bool isRolls = kind_ == FileKind::kPdf || kind_ == FileKind::kText;
-  if (type == nullptr || (isRolls && driver_.takes("application/vnd.drav-roll")))
+  const bool isPrepared = !(art_ == ArtWish());
+  if (type == nullptr || isPrepared || (isRolls && driver_.takes("application/vnd.drav-roll")))
     return makeHere("", error);
   if (avoidConverters_) return makeHere("CUPS's converters were not used", error);
   const std::string program = findProgram("cupsfilter", "DRAV_CUPSFILTER");
@@ -105,7 +111,7 @@ bool Document::useConverters(const std::string& program, const char* type, std::
 bool Document::makeHere(const std::string& instead, std::string& error) {
   converted_ = nullptr;
   auto source = std::make_unique<PlacedSource>();
-  if (!source->open(path_, driver_, idle_, error)) {
+  if (!source->open(path_, driver_, art_, idle_, error)) {
     if (!instead.empty()) error += " (" + instead + ")";
     return false;
   }
@@ -129,6 +135,16 @@ PageSource::Step Document::next(GreyPage& page, std::string& error) {
   if (step == PageSource::Step::page) takeNote(page);
   if (step == PageSource::Step::failed) error = failure(error);
   return step;
+}
+
+bool Document::readOtherwise(const ArtWish& art, unsigned number, GreyPage& page,
+                             std::string& error) const {
+  PlacedSource source;
+  if (!source.open(path_, driver_, art, idle_, error)) return false;
+  PageSource::Step step = PageSource::Step::page;
+  for (unsigned i = 0; i < number && step == PageSource::Step::page; ++i)
+    step = source.next(page, error);
+  return step == PageSource::Step::page;
 }
 
 void Document::takeNote(const GreyPage& page) {

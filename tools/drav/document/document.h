@@ -3,7 +3,8 @@
 //
 // CUPS and PWG raster is taken as it is. Pictures are placed as picturetodrav places them.
 // PDF, PostScript and text go through the converters of CUPS that would print them. Where
-// those are missing, Ghostscript draws the first two; approximation() then says so.
+// those are missing, Ghostscript draws the first two; approximation() then says so. What is
+// prepared is made by documents/ alone.
 #ifndef TOOLS_DRAV_DOCUMENT_DOCUMENT_H_
 #define TOOLS_DRAV_DOCUMENT_DOCUMENT_H_
 
@@ -15,6 +16,7 @@
 #include "documents/file_kind.h"
 #include "tools/drav/document/grey_page.h"
 #include "tools/drav/driver/driver_file.h"
+#include "tools/drav/prepare/art_wish.h"
 
 class Document {
  public:
@@ -25,6 +27,8 @@ class Document {
   void setIdle(std::function<void()> idle) { idle_ = std::move(idle); }
   // Does without CUPS's converters even if they are installed.
   void setApproximate() { avoidConverters_ = true; }
+  // Prepares the pages as drav prepare does, before they are placed.
+  void setArt(const ArtWish& art) { art_ = art; }
 
   // Opens a file or pipe, "-" being standard input. False with one line in `error`,
   // which names the input.
@@ -32,6 +36,11 @@ class Document {
 
   // The next page. After a failure `error` holds one line that names the input.
   PageSource::Step next(GreyPage& page, std::string& error);
+
+  // One page of it, counted from 1, prepared otherwise. False with one line in `error`.
+  // REQUIRES: an art was set.
+  [[nodiscard]] bool readOtherwise(const ArtWish& art, unsigned number, GreyPage& page,
+                                   std::string& error) const;
 
   // How much of it has been used, from 0 to 1; below 0 when nobody knows.
   double share() const { return source_ ? source_->share() : -1; }
@@ -66,6 +75,7 @@ class Document {
   std::string name_;
   std::string title_;
   std::string path_;  // a regular file
+  ArtWish art_;
   std::unique_ptr<PageSource> source_;
   class ConvertedSource* converted_ = nullptr;  // is source_, while no page has come
   std::string approximation_;

@@ -21,6 +21,7 @@ struct GreyPage {
   std::vector<uint8_t> pixels;     // header.cupsHeight rows of header.cupsBytesPerLine
   std::vector<std::string> notes;  // what the user should know, one line each
   std::vector<LostInk> lost;       // beyond the page
+  bool lostIsAll = false;          // `lost` has what lies beyond the head, too
 };
 
 // Hands out pages in order.

@@ -6,8 +6,11 @@
 #include <utility>
 
 #include "common/log.h"
+#include "documents/page_options.h"
+#include "filter/picture/job_options.h"
 #include "proof/memory_file.h"
 #include "tools/drav/io/interruption.h"
+#include "tools/drav/prepare/prepared_pages.h"
 
 namespace {
 
@@ -19,6 +22,15 @@ bool readPaper(const DriverFile& driver, PicturePaper& paper, std::string& error
   return false;
 }
 
+// The first of the job's options that places a page; empty for none.
+std::string placingOption(const DriverFile& driver) {
+  documents::PageWish wish;
+  std::vector<documents::Note> notes;
+  for (const auto& [name, value] : driver.parsedOptions())
+    if (documents::takePageOption(name, value, wish, notes)) return name;
+  return "";
+}
+
 }  // namespace
 
 PlacedSource::~PlacedSource() {
@@ -26,27 +38,65 @@ PlacedSource::~PlacedSource() {
   if (file_ >= 0) ::close(file_);
 }
 
-bool PlacedSource::open(const std::string& path, const DriverFile& driver,
+bool PlacedSource::open(const std::string& path, const DriverFile& driver, const ArtWish& art,
                         std::function<void()> idle, std::string& error) {
+  const JobOptions options(driver.options().c_str());
+  if (const char* why = unsupportedOption(options.count(), options.list())) {
+    error = std::string("cannot be printed with ") + why;
+    return false;
+  }
+  choice_.emplace(options.count(), options.list(), "1");
   if (!readPaper(driver, paper_, error)) return false;
   file_ = documents::openInput(path, error);
   if (file_ < 0) return false;
-  const bool isPicture = documents::isPicture(documents::kindOfFile(file_));
-  subject_ = isPicture ? "the picture: " : "the page: ";
   documents::World world = documents::installedWorld();
   world.stopRequested = [idle = std::move(idle)] {
     if (idle) idle();
     return Interruption::requested();
   };
-  pages_ = documents::openGreyPages(file_, paper_.paper, driver.pageWish(), world, error);
+  return openPages(driver, art, world, error);
+}
+
+bool PlacedSource::openPages(const DriverFile& driver, const ArtWish& art,
+                             const documents::World& world, std::string& error) {
+  const documents::FileKind kind = documents::kindOfFile(file_);
+  const bool isPicture = documents::isPicture(kind);
+  subject_ = isPicture ? "the picture: " : "the page: ";
+  isPrepared_ = !(art == ArtWish());
+  if (!isPrepared_) {
+    documents::Paper paper = paper_.paper;
+    // A queue's converters lay such a page out for the sheet, and the head cuts it.
+    const bool isLaidOut =
+        kind == documents::FileKind::kPdf || kind == documents::FileKind::kPostScript;
+    if (isLaidOut && !paper.roll) paper.right = paper_.statedRight;
+    pages_ = documents::openGreyPages(file_, paper, driver.pageWish(), world, error);
+    return pages_ != nullptr;
+  }
+  if (const std::string name = placingOption(driver); !name.empty()) {
+    error = "cannot be prepared with -o " + name +
+            ", which places a page that is not; leave it out (drav proof --help tells what to use)";
+    return false;
+  }
+  auto prepared = openPreparedPages(file_, paper_.paper, art, world, error);
+  if (prepared && driver.isMarked("StencilMirror", "True") != driver.isMarked("HalfTurn", "True"))
+    prepared->setReversed();
+  pages_ = std::move(prepared);
   return pages_ != nullptr;
 }
 
+// The next page that the job prints.
 PageSource::Step PlacedSource::next(GreyPage& page, std::string& error) {
   documents::GreyPage placed;
-  const documents::Step step = pages_->nextPage(placed, error);
-  if (step == documents::Step::end) return Step::end;
-  if (step == documents::Step::failed) return Step::failed;
+  do {
+    const documents::Step step = pages_->nextPage(placed, error);
+    if (step == documents::Step::failed) return Step::failed;
+    if (step == documents::Step::end && hasGiven_) return Step::end;
+    if (step == documents::Step::end) {
+      error = "has no page of those that were asked for";
+      return Step::failed;
+    }
+  } while (!choice_->has(++read_));
+  hasGiven_ = true;
   page.header = picturePageHeader(paper_, placed.height);
   page.pixels.resize(size_t{placed.width} * placed.height);
   for (uint32_t y = 0; y < placed.height; ++y) {
@@ -55,6 +105,7 @@ PageSource::Step PlacedSource::next(GreyPage& page, std::string& error) {
       return Step::failed;
   }
   page.lost = placed.lost;
+  page.lostIsAll = isPrepared_;
   page.notes.clear();
   for (const documents::Note& note : placed.notes) page.notes.push_back(subject_ + note.text);
   return Step::page;

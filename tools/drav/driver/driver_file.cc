@@ -8,11 +8,13 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <numeric>
 #include <string_view>
 
 #include "common/ppd_lookup.h"
 #include "documents/page_options.h"
 #include "filter/page_geometry.h"
+#include "filter/picture/job_options.h"
 #include "tools/drav/driver/known_options.h"
 #include "tools/drav/driver/models.h"
 #include "tools/drav/io/input_file.h"
@@ -24,27 +26,6 @@ namespace {
 constexpr uint64_t kMaxPpdBytes = uint64_t{16} << 20U;
 
 DriverChoice asChoice(const ppd_choice_t& choice) { return {choice.choice, choice.text}; }
-
-// The list that libcups makes of an option text.
-class ParsedOptions {
- public:
-  explicit ParsedOptions(const std::string& text)
-      : count_(cupsParseOptions(text.c_str(), 0, &options_)) {}
-  ~ParsedOptions() { cupsFreeOptions(count_, options_); }
-  ParsedOptions(const ParsedOptions&) = delete;
-  ParsedOptions& operator=(const ParsedOptions&) = delete;
-  ParsedOptions(ParsedOptions&&) = delete;
-  ParsedOptions& operator=(ParsedOptions&&) = delete;
-
-  const cups_option_t* begin() const { return options_; }
-  const cups_option_t* end() const { return options_ + count_; }
-  int count() const { return count_; }
-  cups_option_t* list() const { return options_; }
-
- private:
-  cups_option_t* options_ = nullptr;
-  int count_;
-};
 
 }  // namespace
 
@@ -98,9 +79,29 @@ bool DriverFile::open(const JobChoice& job, std::string& error) {
   return true;
 }
 
+bool DriverFile::open(const JobChoice& job, const std::string& paper, std::string& error) {
+  JobChoice onPaper = job;
+  if (!paper.empty()) onPaper.options.push_back("PageSize=" + paper);
+  return open(onPaper, error) && (paper.empty() || hasPaper(paper, error));
+}
+
+bool DriverFile::hasPaper(const std::string& name, std::string& error) const {
+  if (name.starts_with("Custom.") || isMarked("PageSize", name)) return true;
+  std::vector<std::string> names;
+  for (const PaperChoice& paper : papers()) names.push_back(paper.name);
+  const std::string nearest = nearestWord(name, names);
+  const std::string all = std::accumulate(names.begin(), names.end(), std::string(),
+                                          [](const std::string& text, const std::string& one) {
+                                            return text.empty() ? one : text + ", " + one;
+                                          });
+  error = "there is no paper " + name + "; " +
+          (nearest.empty() ? "there are " + all : "the nearest is " + nearest);
+  return false;
+}
+
 void DriverFile::markOptions() {
   ppdMarkDefaults(ppd_.get());
-  const ParsedOptions parsed(options_);
+  const JobOptions parsed(options_.c_str());
   cupsMarkOptions(ppd_.get(), parsed.count(), parsed.list());
   std::vector<documents::Note> ignored;
   for (const cups_option_t& asked : parsed) {
@@ -136,7 +137,7 @@ void DriverFile::noteUnknown(const std::string& name) {
 }
 
 std::optional<std::string> DriverFile::given(const std::string& option) const {
-  const ParsedOptions parsed(options_);
+  const JobOptions parsed(options_.c_str());
   const auto found =
       std::find_if(parsed.begin(), parsed.end(), [&option](const cups_option_t& given) {
         return ::strcasecmp(given.name, option.c_str()) == 0;
@@ -147,7 +148,7 @@ std::optional<std::string> DriverFile::given(const std::string& option) const {
 
 std::vector<std::pair<std::string, std::string>> DriverFile::parsedOptions() const {
   std::vector<std::pair<std::string, std::string>> list;
-  for (const cups_option_t& option : ParsedOptions(options_))
+  for (const cups_option_t& option : JobOptions(options_.c_str()))
     list.emplace_back(option.name, option.value);
   return list;
 }

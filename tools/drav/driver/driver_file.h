@@ -46,12 +46,17 @@ class DriverFile {
   // Copies the driver file into a scratch folder, where the filter and the converters
   // find it, and marks the options. False with one line in `error`.
   [[nodiscard]] bool open(const JobChoice& job, std::string& error);
+  // The same for `paper`, a choice of PageSize, whatever the options say; empty for none. Also
+  // false when the driver has no such paper.
+  [[nodiscard]] bool open(const JobChoice& job, const std::string& paper, std::string& error);
 
   // The copy; it lives as long as this.
   const std::string& path() const { return path_; }
   // Where files of the run may lie; it lives as long as this.
   const ScratchFolder& scratch() const { return scratch_; }
 
+  // What was opened.
+  const JobChoice& job() const { return job_; }
   // All options of the job in one text, as filters get them.
   const std::string& options() const { return options_; }
   // Each as it was given.
@@ -106,6 +111,7 @@ class DriverFile {
     void operator()(ppd_file_s* ppd) const;
   };
   bool copyToScratch(std::string& error);
+  bool hasPaper(const std::string& name, std::string& error) const;
   void markOptions();
   void noteUnknown(const std::string& name);
   double maxMediaWidth() const;

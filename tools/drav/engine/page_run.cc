@@ -10,6 +10,7 @@
 #include "tools/drav/engine/page_turn.h"
 #include "tools/drav/io/interruption.h"
 #include "tools/drav/io/text.h"
+#include "tools/drav/prepare/prepared_pages.h"
 
 namespace {
 
@@ -42,12 +43,13 @@ class PageRun {
       : request_(request), facts_(facts), progress_(request.quiet), document_(driver_) {}
 
   bool run(const PageVisitor& visitor, std::string& error) {
-    if (!driver_.open(request_.job, error)) return false;
+    if (!driver_.open(request_.job, request_.paper, error)) return false;
     facts_.driver = driver_.title();
     facts_.options = optionsOf(driver_);
     progress_.show(0, 0, "reading " + printablePath(request_.input));
     document_.setIdle([this] { progress_.tick(); });
     if (request_.approximate) document_.setApproximate();
+    document_.setArt(request_.art);
     if (!document_.open(request_.input, error)) return false;
     facts_.name = document_.name();
     facts_.title = document_.title();
@@ -89,9 +91,14 @@ class PageRun {
       text = lostInkText(lost, page.header.HWResolution[0], page.header.HWResolution[1]);
       facts_.losses.push_back(pageText(number) + ": " + text);
     }
+    const std::function<bool(const ArtWish&, GreyPage&, std::string&)> readOtherwise =
+        [this, number](const ArtWish& art, GreyPage& other, std::string& why) {
+          return document_.readOtherwise(art, number, other, why);
+        };
     PageEngine engine(driver_);
-    if (engine.load(page, error) &&
-        visitor({number, page, engine, driver_, facts_, progress_, share, lost, text}, error)) {
+    if (engine.load(page, error) && visitor({number, page, engine, driver_, facts_, progress_,
+                                             share, lost, text, request_.art, readOtherwise},
+                                            error)) {
       if (engine.leftOutFrame()) addPageNote(kFrameLeftOut);
       return true;
     }
@@ -140,12 +147,20 @@ void addPageOptions(CLI::App& app, PageRequest& request) {
                  "GIF, HEIC, AVIF, SVG, BMP, PBM, PGM, PPM; - is standard input")
       ->required();
   addJobOptions(app, request.job);
+  app.add_option("--paper", request.paper,
+                 "Paper, a choice of PageSize in the driver file; the same as -o PageSize=NAME")
+      ->type_name("NAME");
   app.add_option("--page", request.page, "Show only this page, counted from 1")
       ->type_name("N")
       ->check(CLI::Range(1U, 1'000'000U));
   app.add_flag("--approximate", request.approximate, "Make the pages without CUPS's converters");
   app.add_flag("--strict", request.strict, "End with status 1 if ink is lost");
   app.add_flag("-q,--quiet", request.quiet, "Print nothing but errors");
+  const size_t others = app.get_options().size();
+  addArtOptions(app, request.art);
+  const std::vector<CLI::Option*> options = app.get_options();
+  for (size_t i = others; i < options.size(); ++i)
+    options[i]->group("Before that, as drav prepare does");
 }
 
 std::string accuracyText(const PageFacts& facts, const std::string& lost) {

@@ -13,6 +13,7 @@
 #include "tools/drav/driver/driver_file.h"
 #include "tools/drav/engine/page_engine.h"
 #include "tools/drav/io/progress.h"
+#include "tools/drav/prepare/art_wish.h"
 
 namespace CLI {
 class App;
@@ -22,6 +23,8 @@ class App;
 struct PageRequest {
   std::string input;  // a path, or "-"
   JobChoice job;
+  std::string paper;         // choice of PageSize; empty for that of the job
+  ArtWish art;               // asks for nothing unless the pages are to be prepared
   unsigned page = 0;         // the only page wanted, from 1; 0 for all
   bool approximate = false;  // without CUPS's converters
   bool quiet = false;
@@ -31,8 +34,8 @@ struct PageRequest {
 // Adds --ppd, --model and -o.
 void addJobOptions(CLI::App& app, JobChoice& job);
 
-// Adds INPUT and the options that fill a request: those of the job, --page,
-// --approximate, --strict, --quiet.
+// Adds INPUT and the options that fill a request: those of the job, --paper, --page,
+// --approximate, --strict, --quiet, and those of art.
 void addPageOptions(CLI::App& app, PageRequest& request);
 
 // What is known of a run besides its pages.
@@ -62,6 +65,9 @@ struct PageVisit {
   double share;  // of the input, as of Document::share()
   const std::vector<LostInk>& lost;
   const std::string& lostText;  // the same in words; empty for none
+  const ArtWish& art;           // as of PageRequest
+  // The same page, prepared otherwise. False with one line in `error`.
+  const std::function<bool(const ArtWish& art, GreyPage& page, std::string& error)>& readOtherwise;
 };
 
 // What the user should know if PageEngine::leftOutFrame().

@@ -41,7 +41,7 @@ GreyPage turnedPage(const GreyPage& page, const PageTurn& turn) {
 
 std::vector<LostInk> lostInkOf(const GreyPage& page, const DriverFile& driver) {
   std::vector<LostInk> lost = page.lost;
-  if (!isPrintable(page)) return lost;
+  if (page.lostIsAll || !isPrintable(page)) return lost;
   const auto side = inkBeyondHead(page.header, driver.printedColumns(page.header),
                                   turnOf(driver).isReversed(), page.pixels.data());
   lost.insert(lost.end(), side.begin(), side.end());

@@ -29,12 +29,23 @@ async function decodePicture(address) {
 // The proof of a choice, which InvertPage does not change: the browser inverts.
 function findProof(choice) {
   return proofData.proofs.find((proof) =>
-    ["halftone", "brightness", "mirrored", "halfTurn"].every((key) => proof[key] === choice[key]));
+    ["halftone", "brightness", "mirrored", "halfTurn", "clean", "lines"].every(
+      (key) => proof[key] === choice[key]));
+}
+
+// The way round of the job, and how its page is prepared.
+function jobsWay() {
+  const { inverted, ...way } = proofData.jobsWay;
+  return way;
 }
 
 function isJobsWay(choice) {
-  const { mirrored, halfTurn } = proofData.jobsWay;
-  return choice.mirrored === mirrored && choice.halfTurn === halfTurn;
+  return Object.entries(jobsWay()).every(([key, value]) => choice[key] === value);
+}
+
+// The page that a choice is made of: as the job prepares it, or otherwise.
+function pageOf({ clean, lines }) {
+  return proofData.others?.find((page) => page.clean === clean && page.lines === lines) ?? proofData;
 }
 
 const CHOSEN_HERE = ["halftonetype", "brightness", "stencilmirror", "halfturn", "invertpage"];
@@ -48,7 +59,18 @@ function quoted(text) {
 function commandOf(choice) {
   const others = proofData.given.filter(([name]) => !CHOSEN_HERE.includes(name.toLowerCase()))
     .map(([name, value]) => `-o ${quoted(`${name}=${value}`)}`);
-  return ["lp -d QUEUE", optionsOf(choice), ...others].join(" ");
+  return [...prepareOf(choice), "lp -d QUEUE", optionsOf(choice), ...others].join(" ");
+}
+
+// What makes the page of a choice, for a pipe into lp; nothing for a page that is not prepared.
+function prepareOf(choice) {
+  const { title, prepare } = proofData;
+  if (!prepare) return [];
+  return ["drav prepare", quoted(title), ...prepare.map(quoted), ...switchesOf(choice), "-O - |"];
+}
+
+function switchesOf(choice) {
+  return ["clean", "lines"].filter((key) => choice[key]).map((key) => `--${key}`);
 }
 
 // The options of a choice.

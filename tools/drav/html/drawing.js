@@ -60,8 +60,8 @@ function drawPicture(context, view, picture, across, down) {
 }
 
 // The page before lies on the paper as its dots do.
-function drawBefore(context, view, picture, choice) {
-  const { shrink, width, rows } = proofData.original;
+function drawBefore(context, view, { picture, page }, choice) {
+  const { shrink, width, rows } = page.original;
   const lie = (reversed, size) => ({ shrink, start: reversed ? size : 0, reversed });
   drawPicture(context, view, picture, lie(choice.mirrored !== choice.halfTurn, width),
     lie(choice.halfTurn, rows));
@@ -105,7 +105,7 @@ function lostPlace({ side, from, to }, choice) {
 }
 
 function drawLost(context, view, choice) {
-  for (const lost of proofData.lost.sides) {
+  for (const lost of pageOf(choice).lost.sides) {
     const { x, y, width, height } = lostPlace(lost, choice);
     const [left, top] = [view.screenX(x), view.screenY(y)];
     const right = Math.max(left + 4, view.screenX(x + width));

@@ -33,7 +33,8 @@ inline constexpr uint32_t kMostHtmlRows = 32'767;
 // Prints the page of `visit` with the job's options, with the driver's other halftones
 // and brightness steps, and mirrored and turned: see mainCombinations() and
 // stepCombinations(), as far as the bytes allow, and all combinations of the job's way
-// round if they are few dots and bytes. False with one line in `error`.
+// round if they are few dots and bytes. A page that is prepared comes cleaned and not, with
+// outlines and without. False with one line in `error`.
 [[nodiscard]] bool makeHtmlProof(const PageVisit& visit, HtmlProof& proof, std::string& error);
 
 #endif  // TOOLS_DRAV_HTML_HTML_PROOF_H_

@@ -35,18 +35,23 @@ function nextBrightness(select, direction) {
   return -1;
 }
 
-const SWITCHES = { mirrored: "mirrored", halfTurn: "half-turn", inverted: "inverted" };
+const SWITCHES = { mirrored: "mirrored", halfTurn: "half-turn", inverted: "inverted", clean: "clean",
+  lines: "lines" };
 
 function makeSwitches(choose) {
   byId("switch-group").hidden = !Object.values(proofData.switches).includes(true);
+  if (proofData.prepare) byId("switch-legend").textContent = "Mirror, turn, invert, clean";
   for (const [key, id] of Object.entries(SWITCHES)) {
-    byId(id).closest("label").hidden = !proofData.switches[key];
-    byId(id).addEventListener("change", (event) => choose({ [key]: event.target.checked }));
+    if (proofData.switches[key])
+      byId(id).addEventListener("change", (event) => choose({ [key]: event.target.checked }));
+    else
+      byId(id).closest("label").remove();
   }
 }
 
 function showSwitches(chosen) {
   for (const [key, id] of Object.entries(SWITCHES)) {
+    if (!proofData.switches[key]) continue;
     byId(id).checked = chosen[key];
     byId(id).disabled = !findProof({ ...chosen, [key]: !chosen[key] });
   }
@@ -55,7 +60,7 @@ function showSwitches(chosen) {
 // "mirrored and turned", as it is said of the page.
 function wayName({ mirrored, halfTurn }) {
   const words = [mirrored ? "mirrored" : "", halfTurn ? "turned" : ""].filter(Boolean);
-  return words.join(" and ") || "the way it was drawn";
+  return words.join(" and ") || (proofData.prepare ? "as it was asked for" : "the way it was drawn");
 }
 
 function showHalftones(chosen) {
@@ -98,15 +103,15 @@ function showNote(note, text, buttonText, click, command) {
 const TOO_LARGE = "What is crossed out was left out to keep this file small. For it, make a proof with";
 
 function showNotes(chosen, choose) {
-  const { job, jobsWay, halftones, brightnesses } = proofData;
+  const { job, halftones, brightnesses } = proofData;
   const someHalftone = halftones.some((_, index) => !findProof({ ...chosen, halftone: index }));
   const someBrightness = brightnesses.some((_, index) => !findProof({ ...chosen, brightness: index }));
   if (!isJobsWay(chosen) && (someHalftone || someBrightness)) {
-    const { mirrored, halfTurn } = jobsWay;
+    const way = jobsWay();
     showNote(byId("halftone-note"),
-      `What is crossed out is in this file only with the page ${wayName(jobsWay)}.`,
-      `Show it ${wayName(jobsWay)}`, () => choose({ mirrored, halfTurn }),
-      `drav proof ${optionsOf(chosen)} --html …`);
+      `What is crossed out is in this file only with the page ${wayName(way)}.`,
+      `Show it ${wayName(way)}`, () => choose(way),
+      `drav proof ${[...switchesOf(chosen), optionsOf(chosen)].join(" ")} --html …`);
     showNote(byId("brightness-note"), "");
     return;
   }
@@ -131,7 +136,7 @@ function showNotes(chosen, choose) {
 // Why the page cannot be mirrored or turned, and the way out.
 function showSwitchNote(chosen, choose) {
   const { job, switches, halftones } = proofData;
-  const stuck = ["mirrored", "halfTurn"].some((key) => switches[key] && byId(SWITCHES[key]).disabled);
+  const stuck = ["mirrored", "halfTurn", "clean", "lines"].some((key) => switches[key] && byId(SWITCHES[key]).disabled);
   if (!stuck) showNote(byId("switch-note"), "");
   else if (chosen.halftone === job.halftone && chosen.brightness === job.brightness)
     showNote(byId("switch-note"), TOO_LARGE, "", null,

@@ -10,6 +10,7 @@ async function choose(change) {
   if (!proof) return;
   Object.assign(chosen, choice);
   showChoice(chosen, proof, choose);
+  showOriginal();
   const stage = byId("stage");
   stage.setAttribute("aria-busy", "true");
   byId("status").textContent = "Drawing…";
@@ -27,8 +28,11 @@ async function choose(change) {
 }
 
 async function showOriginal() {
+  const page = pageOf(chosen);
   try {
-    shown.before = await loadPicture(proofData.original.png);
+    const picture = await loadPicture(page.original.png);
+    if (page !== pageOf(chosen)) return;
+    shown.before = { picture, page };
   } catch {
     byId("status").textContent = "The browser could not decode the page before.";
   }
@@ -41,5 +45,4 @@ makeSwitches(choose);
 showAbout();
 byId("copy").addEventListener("click", copyCommand);
 startStage();
-showOriginal();
 choose({});

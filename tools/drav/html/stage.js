@@ -2,8 +2,8 @@
 // What is seen of the page, and when to draw.
 
 const view = new View(sheetSize());
-// `after` has the picture, its proof and its choice; the picture of a page that prints no row
-// is null.
+// `before` has the picture and its page, `after` the picture, its proof and its choice; the
+// picture of a page that prints no row is null.
 const shown = { split: 0.5, before: null, after: null };
 let drawing = false; // a frame was asked for
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
+#include <array>
+#include <iomanip>
 #include <locale>
 #include <sstream>
 #include <string>
@@ -13,15 +15,26 @@ namespace {
 constexpr double kMostMillimetres = 5000;
 constexpr double kMostWidthMm = 1000;  // more passes documents::kMostWidth at 2,400 dpi
 
+std::string numberText(double number) {
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  out << std::setprecision(9) << number;
+  return out.str();
+}
+
+// As --position takes it; empty for the middle.
+std::string positionName(const ArtWish& wish) {
+  using documents::Position;
+  constexpr std::array kAlong = {"top", "", "bottom"};
+  constexpr std::array kAcross = {"left", "", "right"};
+  const std::string along = kAlong.at(static_cast<size_t>(wish.along));
+  const std::string across = kAcross.at(static_cast<size_t>(wish.across));
+  return along.empty() || across.empty() ? along + across : along + "-" + across;
+}
+
 // CLI::Range lets through what is not a number.
 CLI::Validator within(double least, double most) {
-  const auto text = [](double number) {
-    std::ostringstream out;
-    out.imbue(std::locale::classic());
-    out << number;
-    return out.str();
-  };
-  const std::string range = text(least) + " to " + text(most);
+  const std::string range = numberText(least) + " to " + numberText(most);
   return CLI::Validator(
       [=](const std::string& given) {
         double number = 0;
@@ -116,6 +129,30 @@ void addPlace(CLI::App& app, ArtWish& wish) {
 }
 
 }  // namespace
+
+std::vector<std::string> artWords(const ArtWish& wish) {
+  const ArtWish plain;
+  std::vector<std::string> words;
+  const auto add = [&words](const char* option, const std::string& value) {
+    words.insert(words.end(), {option, value});
+  };
+  if (wish.width > 0) add("--width", numberText(wish.width));
+  if (wish.height > 0) add("--height", numberText(wish.height));
+  if (wish.dpi > 0) add("--dpi", numberText(wish.dpi));
+  if (wish.turn) add("--turn", std::to_string(*wish.turn));
+  if (wish.mirror) words.emplace_back("--mirror");
+  if (const auto& crop = wish.crop)
+    add("--crop", numberText(crop->x) + "," + numberText(crop->y) + "," + numberText(crop->width) +
+                      "," + numberText(crop->height));
+  if (const std::string position = positionName(wish); !position.empty())
+    add("--position", position);
+  if (wish.tile) words.emplace_back("--tile");
+  if (wish.overlap != plain.overlap) add("--overlap", numberText(wish.overlap));
+  if (wish.black != plain.black) add("--black", std::to_string(wish.black));
+  if (wish.white != plain.white) add("--white", std::to_string(wish.white));
+  if (wish.gamma != plain.gamma) add("--gamma", numberText(wish.gamma));
+  return words;
+}
 
 void addArtOptions(CLI::App& app, ArtWish& wish) {
   addSize(app, wish);

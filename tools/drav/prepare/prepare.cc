@@ -2,9 +2,9 @@
 #include "tools/drav/prepare/prepare.h"
 
 #include <unistd.h>
-#include <cmath>
 
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <deque>
 #include <numeric>
@@ -77,22 +77,7 @@ class PrepareRun {
   }
 
   bool openPaper(std::string& error) {
-    JobChoice job = request_.job;
-    if (!request_.paper.empty()) job.options.push_back("PageSize=" + request_.paper);
-    if (!driver_.open(job, error)) return false;
-    if (!request_.paper.empty() && !request_.paper.starts_with("Custom.") &&
-        !driver_.isMarked("PageSize", request_.paper)) {
-      std::vector<std::string> names;
-      for (const PaperChoice& paper : driver_.papers()) names.push_back(paper.name);
-      const std::string nearest = nearestWord(request_.paper, names);
-      const std::string all = std::accumulate(names.begin(), names.end(), std::string(),
-                                              [](const std::string& text, const std::string& name) {
-                                                return text.empty() ? name : text + ", " + name;
-                                              });
-      error = "there is no paper " + request_.paper + "; " +
-              (nearest.empty() ? "there are " + all : "the nearest is " + nearest);
-      return false;
-    }
+    if (!driver_.open(request_.job, request_.paper, error)) return false;
     MemoryFile log;
     const LogScope scope(log.get());
     if (readPicturePaper(driver_.path().c_str(), driver_.options().c_str(), &paper_)) return true;
@@ -102,9 +87,10 @@ class PrepareRun {
 
   bool storePage(PreparedPages& pages, const documents::GreyPage& page, std::string& error) {
     const std::string number = "page " + std::to_string(pages.number()) + ": ";
-    for (const documents::Note& note : page.notes)
-      (note.kind == documents::NoteKind::kCut ? report_.findings : report_.notes)
-          .push_back(number + note.text);
+    for (const documents::Note& note : page.notes) report_.notes.push_back(number + note.text);
+    if (!page.lost.empty())
+      report_.findings.push_back(number +
+                                 lostInkText(page.lost, paper_.paper.dpiX, paper_.paper.dpiY));
     if (!store_.beginPage(paper_.paper, page.height, error)) return false;
     std::vector<uint8_t> row(page.width);
     uint64_t ink = 0;

@@ -22,6 +22,8 @@ std::string captionText(const SheetPlan& plan, uint32_t sheet) {
 
 }  // namespace
 
+void PreparedPages::setReversed() { std::swap(printed_.left, printed_.right); }
+
 Step PreparedPages::nextPage(GreyPage& page, std::string& error) {
   if (!begun_ || nextSheet_ == plan_.sheets()) {
     if (begun_ && number_ == wish_.page) return Step::end;
@@ -71,9 +73,7 @@ void PreparedPages::beginPage(GreyPage& page) {
   y_ = place.y;
   page.height = place.pageHeight;
   stamps_.clear();
-  const std::vector<LostInk> lost = lostInk(art_, place, paper_);
-  if (!lost.empty())
-    page.notes.push_back({documents::NoteKind::kCut, lostInkText(lost, paper_.dpiX, paper_.dpiY)});
+  page.lost = lostInk(art_, place, printed_);
 }
 
 void PreparedPages::beginSheet(GreyPage& page) {

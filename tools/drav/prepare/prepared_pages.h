@@ -25,15 +25,20 @@ class App;
 
 // Adds the options that fill `wish`, all but --page.
 void addArtOptions(CLI::App& app, ArtWish& wish);
+// The words that ask for `wish` on a command line, all but --page, --clean and --lines.
+std::vector<std::string> artWords(const ArtWish& wish);
 
 class PreparedPages : public documents::GreyPages {
  public:
   // `pages` was opened for artRequest(wish, paper).
   PreparedPages(std::unique_ptr<documents::GreyPages> pages, const documents::Paper& paper,
                 const ArtWish& wish)
-      : pages_(std::move(pages)), paper_(paper), wish_(wish) {}
+      : pages_(std::move(pages)), paper_(paper), wish_(wish), printed_(paper) {}
 
-  // Each page with its notes; ink that is lost is one of the kind kCut, a line each side.
+  // That the printer mirrors the page, so that the head does not reach its left edge.
+  void setReversed();
+
+  // Each page with its notes, and the ink that lies beyond what the head reaches of it.
   documents::Step nextPage(documents::GreyPage& page, std::string& error) override;
   bool nextRow(std::span<uint8_t> row, std::string& error) override;
 
@@ -53,6 +58,7 @@ class PreparedPages : public documents::GreyPages {
   const std::unique_ptr<documents::GreyPages> pages_;
   const documents::Paper paper_;
   const ArtWish wish_;
+  documents::Paper printed_;  // as the head reaches it
   unsigned number_ = 0;
   ArtPicture art_;
   documents::GreyPage source_;

@@ -78,6 +78,7 @@ Command addProof(CLI::App& app) {
       "  drav proof drawing.pdf\n"
       "  drav proof drawing.png -o HalftoneType=Tattoo_X8 -O stencil.png\n"
       "  drav proof drawing.pdf --html drawing.html\n"
+      "  drav proof photo.jpg --clean --width 120 --html photo.html\n"
       "  drav proof receipts.pdf --page 2 --ppd /etc/cups/ppd/counter.ppd\n\n"
       "DRAV_CUPSFILTER, DRAV_GHOSTSCRIPT and DRAV_PICTURE_READER name the programs that make "
       "pages\nif drav does not find them. If such a variable is set but empty, drav does without "

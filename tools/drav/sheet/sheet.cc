@@ -135,20 +135,20 @@ class SheetMaker {
       return busiestPart(page, dots.width(), kSheetCropWidth, kSheetCropHeight);
     };
     crop_ = turn == PageTurn() ? choose(visit_.page) : choose(turnedPage(visit_.page, turn));
-    if (!request_.crop) return true;
+    if (!request_.detail) return true;
     if (dots.dotsPerInchX == 0 || dots.dotsPerInchY == 0) {
-      error = "--crop is in mm, and the page does not tell its dots per inch";
+      error = "--detail is in mm, and the page does not tell its dots per inch";
       return false;
     }
     const double acrossDots = dots.dotsPerInchX / kMillimetresPerInch;
     const double alongDots = dots.dotsPerInchY / kMillimetresPerInch;
     const uint32_t lastX = dots.width() - crop_.width;
     const uint32_t lastY = dots.rows - crop_.height;
-    const auto [x, y] = *request_.crop;
+    const auto [x, y] = *request_.detail;
     // Written so that not-a-number is refused.
     if (!(x >= 0 && y >= 0 && x * acrossDots < dots.width() && y * alongDots < dots.rows)) {
-      error = lengthsText("--crop begins outside of the page, which is ", dots.width() / acrossDots,
-                          dots.rows / alongDots) +
+      error = lengthsText("--detail begins outside of the page, which is ",
+                          dots.width() / acrossDots, dots.rows / alongDots) +
               lengthsText("; for a part of full size it begins at most at ", lastX / acrossDots,
                           lastY / alongDots);
       return false;

@@ -16,7 +16,7 @@ struct SheetRequest {
   std::vector<std::string> options = {"HalftoneType", "Brightness"};  // a sheet for each
   // Top left corner of the part that is shown dot by dot, in millimetres; if it is not
   // given, the part with the most detail is shown.
-  std::optional<std::pair<double, double>> crop;
+  std::optional<std::pair<double, double>> detail;
 };
 
 // Prints the page once for each choice that the driver has, in the driver's order and

@@ -13,14 +13,14 @@ namespace {
 struct SheetArguments {
   SheetRequest request;
   std::string over;
-  std::pair<double, double> crop;
+  std::pair<double, double> detail;
 };
 
-int run(const SheetArguments& arguments, bool hasCrop) {
+int run(const SheetArguments& arguments, bool hasDetail) {
   SheetRequest request = arguments.request;
   if (arguments.over == "halftone") request.options = {"HalftoneType"};
   if (arguments.over == "brightness") request.options = {"Brightness"};
-  if (hasCrop) request.crop = arguments.crop;
+  if (hasDetail) request.detail = arguments.detail;
   std::vector<std::string> written;
   PageFacts facts;
   std::string error;
@@ -40,9 +40,15 @@ Command addSheet(CLI::App& app) {
   addPageOptions(*sheet, arguments->request.pages);
   sheet->add_option("--over", arguments->over, "Only this sheet: halftone or brightness")
       ->check(CLI::IsMember({"halftone", "brightness"}));
-  const CLI::Option* crop =
+  // It was the name of the other until art could be cropped.
+  sheet->get_option("--crop")->check([](const std::string& given) {
+    return given.find(',') == std::string::npos
+               ? std::string("takes X,Y,W,H in mm; what is shown dot by dot is --detail X Y")
+               : std::string();
+  });
+  const CLI::Option* detail =
       sheet
-          ->add_option("--crop", arguments->crop,
+          ->add_option("--detail", arguments->detail,
                        "Top left corner of the part shown dot by dot, in mm (default: the part "
                        "with the most detail)")
           ->type_name("X Y");
@@ -55,7 +61,8 @@ Command addSheet(CLI::App& app) {
   sheet->footer(
       "Examples:\n"
       "  drav sheet drawing.pdf\n"
-      "  drav sheet drawing.png -O sheet.pdf --crop 80 120\n"
+      "  drav sheet drawing.png -O sheet.pdf --detail 80 120\n"
+      "  drav sheet photo.jpg --clean --width 120\n"
       "  drav sheet receipts.pdf --page 2 --over brightness -o HalftoneType=Ordered\n");
-  return {sheet, [arguments, crop] { return run(*arguments, crop->count() != 0); }};
+  return {sheet, [arguments, detail] { return run(*arguments, detail->count() != 0); }};
 }
