@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "documents/file_kind.h"
+#include "proof/art_wish.h"
 #include "tools/drav/document/grey_page.h"
 #include "tools/drav/driver/driver_file.h"
-#include "tools/drav/prepare/art_wish.h"
 
 class Document {
  public:

@@ -12,9 +12,9 @@
 #include "documents/grey_pages.h"
 #include "filter/picture/page_choice.h"
 #include "filter/picture/picture_paper.h"
+#include "proof/art_wish.h"
 #include "tools/drav/document/grey_page.h"
 #include "tools/drav/driver/driver_file.h"
-#include "tools/drav/prepare/art_wish.h"
 
 class PlacedSource : public PageSource {
  public:

@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "proof/art_wish.h"
 #include "tools/drav/document/grey_page.h"
 #include "tools/drav/driver/driver_file.h"
 #include "tools/drav/engine/page_engine.h"
 #include "tools/drav/io/progress.h"
-#include "tools/drav/prepare/art_wish.h"
 
 namespace CLI {
 class App;
