@@ -30,9 +30,9 @@ bool hasTrim(const PrinterModel& model, pappl_job_t* job, const pappl_pr_options
 
 std::vector<ChosenOption> chosenOptions(const PrinterModel& model, pappl_job_t* job,
                                         const pappl_pr_options_t& options, const Medium& medium) {
-  std::vector<ChosenOption> chosen = choicesOf(papplJobGetPrinter(job), [job](const char* name) {
-    return textOf(papplJobGetAttribute(job, name));
-  });
+  std::vector<ChosenOption> chosen =
+      choicesOf(model, papplJobGetPrinter(job),
+                [job](const char* name) { return textOf(papplJobGetAttribute(job, name)); });
   if (hasTrim(model, job, options)) chosen.push_back({"docCutType", "1"});
   chosen.push_back({"PrintDensity", densityOfDarkness(options.print_darkness)});
   const std::string_view type = options.media.type;
@@ -73,13 +73,12 @@ documents::PageWish wishOf(pappl_job_t* job, const pappl_pr_options_t& options) 
 
 }  // namespace
 
-std::vector<ChosenOption> choicesOf(pappl_printer_t* printer,
+std::vector<ChosenOption> choicesOf(const PrinterModel& model, pappl_printer_t* printer,
                                     const std::function<std::string(const char* name)>& asked) {
   const Ipp queue(papplPrinterGetDriverAttributes(printer));
-  const PrinterModel* model = findPrinterModel(papplPrinterGetDriverName(printer));
   std::vector<ChosenOption> chosen;
   for (const OptionAttribute& one : optionAttributes()) {
-    if (model == nullptr || !hasAttribute(*model, one)) continue;
+    if (!hasAttribute(model, one)) continue;
     const char* choice = choiceOfValue(one, asked(one.name));
     if (choice == nullptr) {
       const std::string name = std::string(one.name) + "-default";

@@ -29,9 +29,9 @@ struct JobRequest {
 // vendor defaults are not among them, so they are read from the queue.
 JobRequest readRequest(pappl_job_t* job, const pappl_pr_options_t& options);
 
-// The choices of the options of app/option_attributes.h: `asked` gives the value of an
+// The choices of the model's options of app/option_attributes.h: `asked` gives the value of an
 // attribute as text, and where that means nothing the queue's default counts.
-std::vector<ChosenOption> choicesOf(pappl_printer_t* printer,
+std::vector<ChosenOption> choicesOf(const PrinterModel& model, pappl_printer_t* printer,
                                     const std::function<std::string(const char* name)>& asked);
 
 }  // namespace app

@@ -86,7 +86,7 @@ std::string modelText(const PrinterModel& model) {
   Json options = Json::array();
   for (const OptionAttribute& one : optionAttributes()) {
     const PrinterOption& option = optionOf(one);
-    if (standardChoice(model, option) == nullptr ||
+    if (!hasAttribute(model, one) ||
         std::find(kShown.begin(), kShown.end(), std::string_view(one.name)) == kShown.end())
       continue;
     Json values = Json::array();

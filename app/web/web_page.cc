@@ -200,7 +200,7 @@ class WebPage {
   static Json queueJson(pappl_printer_t* printer, const PrinterModel& model) {
     Json queue = Json::parse(modelText(model));
     Json defaults = Json::object();
-    const auto choices = choicesOf(printer, [](const char*) { return std::string(); });
+    const auto choices = choicesOf(model, printer, [](const char*) { return std::string(); });
     for (const OptionAttribute& one : optionAttributes())
       for (const ChosenOption& choice : choices)
         if (choice.keyword == one.option) defaults[one.name] = valueOfChoice(one, choice.choice);
@@ -298,7 +298,7 @@ class WebPage {
 
   static Settings settingsOf(pappl_printer_t* printer, const Task& task,
                              const PrinterModel& model) {
-    std::vector<ChosenOption> choices = choicesOf(printer, [&task](const char* name) {
+    std::vector<ChosenOption> choices = choicesOf(model, printer, [&task](const char* name) {
       for (const auto& [option, value] : task.wish.options)
         if (std::string_view(option->name) == name) return value;
       return std::string();

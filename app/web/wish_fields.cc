@@ -63,7 +63,7 @@ bool setCount(std::string_view value, int most, int& count) {
 
 const OptionAttribute* findAttribute(const PrinterModel& model, std::string_view name) {
   for (const OptionAttribute& one : optionAttributes())
-    if (one.name == name && standardChoice(model, optionOf(one)) != nullptr) return &one;
+    if (one.name == name && hasAttribute(model, one)) return &one;
   return nullptr;
 }
 

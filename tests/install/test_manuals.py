@@ -44,13 +44,17 @@ class ManualTest(unittest.TestCase):
         page = rendered("drav.1")
         commands = drav_commands()
         self.assertIn("render", commands)
-        for command in commands:
-            # From the command's entry to the next one.
-            entry = re.search(rf"(?ms)^     {command}\b.*?(?=^     [a-z]|^[A-Z])", page)
+        # From a command's entry to the next one.
+        entries = {command: re.search(rf"(?ms)^     {command}\b.*?(?=^     [a-z]|^[A-Z])", page)
+                   for command in commands}
+        for command, entry in entries.items():
             self.assertIsNotNone(entry, f"drav {command} is not in drav(1)")
+            text = entry[0]
+            if re.search(r"Takes\s+the\s+options\s+of\s+proof\s+but", text):
+                text += entries["proof"][0]
             options = set(re.findall(r"^ +(?:-\w,)?(--?[\w-]+)", help_of(command), re.M))
             missing = [option for option in options - {"--help"}
-                       if not re.search(rf"(?<![\w-]){option}(?![\w-])", entry[0])]
+                       if not re.search(rf"(?<![\w-]){option}(?![\w-])", text)]
             self.assertEqual(missing, [], f"options of drav {command} that drav(1) does not tell of")
 
     def test_printer_application_page_has_every_command(self):

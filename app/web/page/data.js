@@ -37,7 +37,7 @@ const proofData = {
   jobsWay: { mirrored: false, halfTurn: false, inverted: false },
 };
 
-// The one page that is shown.
+// There is one page at a time, whatever is chosen.
 function pageOf() {
   return proofData;
 }

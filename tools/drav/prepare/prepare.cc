@@ -15,7 +15,6 @@
 #include "filter/picture/picture_paper.h"
 #include "proof/memory_file.h"
 #include "tools/drav/io/interruption.h"
-#include "tools/drav/io/nearest_word.h"
 #include "tools/drav/io/output_file.h"
 #include "tools/drav/io/output_name.h"
 #include "tools/drav/io/text.h"
