@@ -40,24 +40,24 @@ std::vector<Cover> covers(uint32_t from, uint32_t to) {
 }  // namespace
 
 std::vector<uint8_t> areaAverage(std::span<const uint8_t> from, uint32_t fromWidth,
-                                 uint32_t fromHeight, uint32_t width, uint32_t height) {
-  const std::vector<Cover> columns = covers(fromWidth, width);
-  const std::vector<Cover> rows = covers(fromHeight, height);
-  const double area = static_cast<double>(fromWidth) / width * fromHeight / height;
-  std::vector<uint8_t> to(size_t{width} * height);
+                                 uint32_t fromHeight, uint32_t toWidth, uint32_t toHeight) {
+  const std::vector<Cover> columns = covers(fromWidth, toWidth);
+  const std::vector<Cover> rows = covers(fromHeight, toHeight);
+  const double area = static_cast<double>(fromWidth) / toWidth * fromHeight / toHeight;
+  std::vector<uint8_t> to(size_t{toWidth} * toHeight);
   std::vector<double> sums(fromWidth);  // of the rows that a new row covers
-  for (uint32_t y = 0; y < height; ++y) {
+  for (uint32_t y = 0; y < toHeight; ++y) {
     std::fill(sums.begin(), sums.end(), 0.0);
     for (uint32_t row = rows[y].first; row < rows[y].last; ++row) {
       const double share = rows[y].share(row);
       const auto levels = from.subspan(size_t{row} * fromWidth, fromWidth);
       for (uint32_t x = 0; x < fromWidth; ++x) sums[x] += share * levels[x];
     }
-    for (uint32_t x = 0; x < width; ++x) {
+    for (uint32_t x = 0; x < toWidth; ++x) {
       double sum = 0;
       for (uint32_t column = columns[x].first; column < columns[x].last; ++column)
         sum += columns[x].share(column) * sums[column];
-      to[size_t{y} * width + x] = static_cast<uint8_t>(std::min(255.0, sum / area + 0.5));
+      to[size_t{y} * toWidth + x] = static_cast<uint8_t>(std::min(255.0, sum / area + 0.5));
     }
   }
   return to;

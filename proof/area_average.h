@@ -11,6 +11,6 @@
 // area, so that a fine halftone keeps its mean grey and makes no pattern of its own;
 // when enlarging, a pixel becomes a square. REQUIRES: no size is 0.
 std::vector<uint8_t> areaAverage(std::span<const uint8_t> from, uint32_t fromWidth,
-                                 uint32_t fromHeight, uint32_t width, uint32_t height);
+                                 uint32_t fromHeight, uint32_t toWidth, uint32_t toHeight);
 
 #endif  // PROOF_AREA_AVERAGE_H_

@@ -35,7 +35,7 @@ prepare() {
   shift
   cmake --preset tidy -B "$build" -DCMAKE_CXX_CLANG_TIDY= -DCMAKE_CXX_FLAGS="$flags" "$@" >/dev/null
   cmake --build "$build" --target generated/tools/drav/driver/models.inc \
-    generated/tools/drav/html/page.inc >/dev/null
+    generated/tools/drav/html/page.inc generated/app/web/page.inc >/dev/null
 }
 # Checks the sources named on standard input. Errors of the compiler come on standard error.
 tidy() {

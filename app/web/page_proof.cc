@@ -185,10 +185,10 @@ std::string pagePng(const PreparedPage& page, uint32_t shrink, std::string& erro
   std::transform(page.pixels.begin(), page.pixels.end(), levels.begin(),
                  [](uint8_t ink) { return static_cast<uint8_t>(255 - ink); });
   if (shrink <= 1) return png(PngKind::kLevels, levels, width, width, height, error);
-  const uint32_t columns = (width + shrink - 1) / shrink;
-  const uint32_t rows = (height + shrink - 1) / shrink;
-  const auto smaller = areaAverage(levels, width, height, columns, rows);
-  return png(PngKind::kLevels, smaller, columns, columns, rows, error);
+  const uint32_t toWidth = (width + shrink - 1) / shrink;
+  const uint32_t toHeight = (height + shrink - 1) / shrink;
+  const auto smaller = areaAverage(levels, width, height, toWidth, toHeight);
+  return png(PngKind::kLevels, smaller, toWidth, toWidth, toHeight, error);
 }
 
 }  // namespace app

@@ -366,7 +366,7 @@ class WebPage {
     const int file = openAnonymousFile(error);
     if (file < 0) return refusal(HTTP_STATUS_SERVER_ERROR, error);
     const ScopeGuard closer([file] { ::close(file); });
-    const Answer made = withPage(task, [&error, file](const PreparedPage& page) {
+    Answer made = withPage(task, [&error, file](const PreparedPage& page) {
       if (!writeDocument(page, file, error)) return refusal(HTTP_STATUS_SERVER_ERROR, error);
       return Answer{};
     });
