@@ -2,7 +2,7 @@
 # Shorter builds from nothing: most of a source's time goes into the headers that it
 # includes, so sources of one kind are compiled as one. The presets dev, clang-libcxx and
 # tidy switch both options off, and show that every source includes what it uses.
-option(DRAV_JOIN_SOURCES "Compile sources of the drav tool together, also in what ships" ON)
+option(DRAV_JOIN_SOURCES "Compile sources of one kind together, also in what ships" ON)
 option(DRAV_QUICK_TESTS "Compile the unit tests together, and optimize their code little" OFF)
 
 # The sources of a target that are compiled as one.
@@ -10,6 +10,13 @@ function(drav_join_sources target group)
   if(DRAV_JOIN_SOURCES)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
     set_source_files_properties(${ARGN} PROPERTIES UNITY_GROUP ${group})
+  endif()
+endfunction()
+
+# All sources of a target as one.
+function(drav_join_all target)
+  if(DRAV_JOIN_SOURCES)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
   endif()
 endfunction()
 

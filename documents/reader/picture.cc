@@ -94,19 +94,19 @@ int orientationOf(const VImage& image) {
 // A profile that moves no colour by more than one level is sRGB itself, whatever its name.
 // Its pixels stay as they are: the way through it and back would move some by one.
 bool isSrgb(const VImage& image) {
-  constexpr int kSteps = 9;
+  constexpr int kGridSteps = 9;
   const bool isGrey = image.bands() <= 2;
   std::vector<uint8_t> colours;
   const auto level = [](int step) {
-    return static_cast<uint8_t>(std::lround(step * kWhite / (kSteps - 1)));
+    return static_cast<uint8_t>(std::lround(step * kWhite / (kGridSteps - 1)));
   };
-  for (int at = 0; at < kSteps * kSteps * kSteps; ++at) {
-    colours.push_back(level(at % kSteps));
+  for (int at = 0; at < kGridSteps * kGridSteps * kGridSteps; ++at) {
+    colours.push_back(level(at % kGridSteps));
     if (isGrey) continue;
-    colours.push_back(level(at / kSteps % kSteps));
-    colours.push_back(level(at / kSteps / kSteps));
+    colours.push_back(level(at / kGridSteps % kGridSteps));
+    colours.push_back(level(at / kGridSteps / kGridSteps));
   }
-  const int count = kSteps * kSteps * kSteps;
+  const int count = kGridSteps * kGridSteps * kGridSteps;
   VImage sample =
       VImage::new_from_memory(colours.data(), colours.size(), count, 1, isGrey ? 1 : 3,
                               VIPS_FORMAT_UCHAR)
