@@ -164,7 +164,7 @@ bool writeDocument(const PreparedPage& page, int file, std::string& error) {
   constexpr size_t kPiece = size_t{1} << 16U;
   bool isWritten = true;
   for (uint32_t y = 0; y < height && isWritten; ++y) {
-    const uint8_t* row = &page.pixels[size_t{y} * width];
+    const uint8_t* row = page.pixels.data() + size_t{y} * width;
     std::transform(row, row + page.reach, std::back_inserter(bytes),
                    [](uint8_t ink) { return static_cast<char>(255 - ink); });
     if (bytes.size() >= kPiece) isWritten = send();

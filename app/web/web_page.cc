@@ -106,12 +106,11 @@ class WebPage {
   // ---- Requests --------------------------------------------------------------
 
   static bool answerClient(pappl_client_t* client, void* data) {
-    auto& self = *static_cast<WebPage*>(data);
     try {
-      const Answer answer = self.answer(client);
+      const Answer made = static_cast<WebPage*>(data)->answer(client);
       // A body that was not taken would be taken for the next request.
       const bool hasRest = httpGetState(papplClientGetHTTP(client)) == HTTP_STATE_POST_RECV;
-      return sendAnswer(client, answer, hasRest);
+      return sendAnswer(client, made, hasRest);
     } catch (const std::exception& failure) {
       papplLogClient(client, PAPPL_LOGLEVEL_ERROR, "The page: %s.", failure.what());
       return sendAnswer(client, refusal(HTTP_STATUS_SERVER_ERROR, "out of memory"), true);
