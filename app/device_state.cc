@@ -17,9 +17,9 @@ DeviceState& DeviceState::of(const DeviceAddress& address) {
 }
 
 bool DeviceState::acquire(const GiveUp& giveUp) {
-  constexpr std::chrono::milliseconds kSlice{100};
+  constexpr std::chrono::milliseconds kWait{100};
   std::unique_lock lock(mutex_);
-  while (!freed_.wait_for(lock, kSlice, [this] { return !isTaken_; }))
+  while (!freed_.wait_for(lock, kWait, [this] { return !isTaken_; }))
     if (giveUp()) return false;
   isTaken_ = true;
   return true;
