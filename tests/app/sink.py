@@ -9,6 +9,15 @@ import time
 QUESTION = b"\x10\x04"  # DLE EOT, then a number
 WELL = {2: b"\x12", 3: b"\x12", 4: b"\x12"}
 _RESET = struct.pack("ii", 1, 0)
+_CLOSE_WAIT = 8  # of the kernel's states of a connection: the other side has closed it
+
+
+def _has_ended(connection: socket.socket) -> bool:
+    """Whether all of it is on its way: this side may still have to read it."""
+    try:
+        return connection.getsockopt(socket.IPPROTO_TCP, socket.TCP_INFO, 1)[0] == _CLOSE_WAIT
+    except OSError:
+        return True
 
 
 class Sink:
@@ -32,6 +41,7 @@ class Sink:
         self._resumed = threading.Event()
         self._jobs: list[bytes] = []
         self._open: dict[int, bytearray] = {}
+        self._printing: dict[int, socket.socket] = {}
         self._overlaps = 0
         self._connections: set[socket.socket] = set()
         self._socket = socket.socket()
@@ -65,7 +75,9 @@ class Sink:
                 data += piece
                 with self._changed:
                     self._open[number] = data
-                    self._overlaps += len(self._open) > 1
+                    self._printing[number] = connection
+                    under_way = [one for one in self._printing.values() if not _has_ended(one)]
+                    self._overlaps += connection in under_way and len(under_way) > 1
                     self._changed.notify_all()
                 if self.drop_at is not None and len(data) >= self.drop_at:
                     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, _RESET)
@@ -78,6 +90,7 @@ class Sink:
         if data:
             with self._changed:
                 self._open.pop(number, None)
+                self._printing.pop(number, None)
                 self._jobs.append(bytes(data))
                 self._changed.notify_all()
 
@@ -118,7 +131,7 @@ class Sink:
 
     @property
     def overlaps(self) -> int:
-        """How often bytes came while another job had not ended."""
+        """How often bytes came while neither this job nor another had been ended."""
         return self._overlaps
 
     def close(self) -> None:
