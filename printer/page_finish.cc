@@ -84,7 +84,8 @@ bool PageFinish::noteInk(uint32_t y) {
 
 void PageFinish::invert(uint8_t* row) const {
   const uint32_t columns = std::min(width_, printedColumns_);
-  for (uint32_t x = 0; x < columns; ++x) row[x] = row[x] == 0 ? dot_ : uint8_t{0};
+  const uint8_t dot = dot_;  // the row's bytes might be the member's, for all a compiler knows
+  for (uint32_t x = 0; x < columns; ++x) row[x] = row[x] == 0 ? dot : uint8_t{0};
   std::fill(row + columns, row + width_, uint8_t{0});  // as in the rows that waited
 }
 
