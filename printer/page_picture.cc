@@ -17,7 +17,7 @@ namespace {
 constexpr uint32_t kHeaderBytes = 54;
 constexpr uint32_t kInfoHeaderBytes = 40;
 constexpr uint32_t kGreyEntries = 256;
-constexpr size_t kStreamBuffer = size_t{1} << 16;
+constexpr size_t kBlock = size_t{1} << 17;  // a stream hands on such pieces as they are
 
 // Pictures saved by this process, failed saves included; part of their names. Jobs
 // on several threads share it.
@@ -138,7 +138,19 @@ PictureRows::PictureRows(PictureFile file, const PagePixels& page)
     : file_(std::move(file)),
       rowBytes_(page.imageRowBytes()),
       left_(uint64_t{page.width} * page.height) {
-  if (file_) std::setvbuf(file_.get(), nullptr, _IOFBF, kStreamBuffer);
+  if (file_) block_.reserve(kBlock);
+}
+
+PictureRows::~PictureRows() { close(); }
+
+void PictureRows::close() {
+  flush();
+  file_.reset();
+}
+
+void PictureRows::flush() {
+  if (!block_.empty()) std::fwrite(block_.data(), block_.size(), 1, file_.get());
+  block_.clear();
 }
 
 void PictureRows::add(const uint8_t* row, uint32_t count) {
@@ -150,6 +162,7 @@ void PictureRows::add(const uint8_t* row, uint32_t count) {
 void PictureRows::write(const uint8_t* bytes, uint32_t count) {
   const uint64_t size = std::min<uint64_t>(count, left_);
   if (!file_ || size == 0) return;
-  std::fwrite(bytes, static_cast<size_t>(size), 1, file_.get());
+  if (block_.size() + size > kBlock) flush();
+  block_.insert(block_.end(), bytes, bytes + size);
   left_ -= size;
 }

@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "printer/page_settings.h"
 
@@ -48,15 +49,22 @@ class PictureRows {
  public:
   // The file may be null.
   PictureRows(PictureFile file, const PagePixels& page);
+  ~PictureRows();
+  PictureRows(const PictureRows&) = delete;
+  PictureRows& operator=(const PictureRows&) = delete;
+  PictureRows(PictureRows&&) = delete;
+  PictureRows& operator=(PictureRows&&) = delete;
 
   // Adds a row of which `count` bytes are given; the others are 0.
   void add(const uint8_t* row, uint32_t count);
-  void close() { file_.reset(); }
+  void close();
 
  private:
   void write(const uint8_t* bytes, uint32_t count);
+  void flush();
 
   PictureFile file_;
+  std::vector<uint8_t> block_;
   uint32_t rowBytes_;
   uint64_t left_;
 };
