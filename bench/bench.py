@@ -5,8 +5,8 @@
 usage: bench.py BUILD_FOLDER
 
 Run by scripts/bench inside a scratch spool. Times are user + system seconds of
-whole processes as the kernel accounts them, medians of several runs that
-alternate between the filter and the null filter; ratios are medians of pairs.
+whole processes as the kernel accounts them. The null filter's have two modes, by its page
+faults, so lower quartiles are compared and runs alternate.
 """
 import json
 import os
@@ -24,12 +24,19 @@ HALFTONES = (
     "StevensonArce", "Tattoo", "Tattoo_X8",
 )
 TATTOO = ("Tattoo", "Tattoo_X8")
-PAGES = (("photo", "photo"), ("circles", "shaded"), ("text", "text"), ("blank", "blank"),
-         ("noise", "noise"))
+THRESHOLDS = ("None", "FloydSteinberg", "StevensonArce")  # what runs there compares, no errors
+PAGES = (("drawing", "drawing"), ("text", "text"), ("circles", "shaded"), ("photo", "photo"),
+         ("noise", "noise"), ("blank", "blank"))
+DENSE = ("photo", "noise")
+OPTIONS = ("StencilMirror=True", "HalfTurn=True", "InvertPage=True", "Contrast=20",
+           "PaperFrame=1", "TrimPaper=End", "TrimPaper=Both")
+OPTIONS_WITH = ("None", "Burkes", "Tattoo")
+OPTIONS_ON = (("drawing", "drawing"), ("photo", "photo"))
+MOST_FOR_AN_OPTION = 0.15
 WIDTH, HEIGHT = 2480, 3508
-RUNS = 7
+FRAMED = (2400, 3508)
+RUNS = 21
 SPOOL = "/var/spool/cups/tmp"
-NOISY_SPREAD = 1.25  # third quartile over first of the null filter's own times
 
 
 def run(command, environment=None, source=None):
@@ -48,6 +55,26 @@ def clear_spool():
         picture.unlink()
 
 
+def lower(times):
+    return statistics.quantiles(times, n=4)[0]
+
+
+def target_with_pictures(halftone, pattern):
+    if pattern == "blank":
+        return 1.5 if halftone in TATTOO else 1.3
+    if halftone in TATTOO:
+        return 2.3 if pattern in DENSE else 1.9
+    if halftone == "Sierra":  # runs the method of Stevenson and Arce
+        return 1.5 if pattern in DENSE else 1.45
+    return 1.4 if pattern in DENSE else 1.35
+
+
+def target_without_pictures(halftone, _pattern):
+    if halftone in TATTOO:
+        return None
+    return 0.75 if halftone in THRESHOLDS else 1.0
+
+
 def ms(seconds):
     return f"{seconds * 1000:.1f}"
 
@@ -59,62 +86,98 @@ class Bench:
         self.environment = {**os.environ, "PPD": str(ppd)}
         self.null_times = []
 
-    def page(self, pattern, height=HEIGHT):
-        raster = self.work / f"{pattern}-{height}.ras"
+    def page(self, pattern, width=WIDTH, height=HEIGHT, name=""):
+        raster = self.work / f"{pattern}-{width}-{height}{name}.ras"
         if not raster.exists():
-            run([self.build / "bin/make_page", pattern, str(WIDTH), str(height), raster,
-                 raster.with_suffix(".pgm")])
+            run([self.build / "bin/make_page", pattern, str(width), str(height), raster,
+                 raster.with_suffix(".pgm"), *([name] if name else [])])
         return raster
 
-    def filter(self, raster, halftone):
+    def filter(self, raster, options):
         clear_spool()
-        return run([self.build / "bin/rastertodrav", "1", "u", "t", "1",
-                    f"HalftoneType={halftone}"], self.environment, raster)
+        return run([self.build / "bin/rastertodrav", "1", "u", "t", "1", " ".join(options)],
+                   self.environment, raster)
 
     def null(self, raster):
         clear_spool()
-        cpu, memory = run([self.build / "bin/null_filter", SPOOL], None, raster)
-        self.null_times.append(cpu)
-        return cpu, memory
+        return run([self.build / "bin/null_filter", SPOOL], None, raster)
+
+    def measured(self, *variants):
+        """Lower quartiles in turn with the null filter: its CPU seconds, and of each variant
+        (raster, options) its CPU seconds and, of all its runs, the highest peak in KiB."""
+        times = [[] for _ in variants]
+        nulls, peaks = [], [0] * len(variants)
+        for raster, options in variants:
+            self.filter(raster, options)
+        for _ in range(RUNS):
+            nulls.append(self.null(variants[0][0])[0])
+            for place, (raster, options) in enumerate(variants):
+                cpu, memory = self.filter(raster, options)
+                times[place].append(cpu)
+                peaks[place] = max(peaks[place], memory)
+        self.null_times += nulls
+        return lower(nulls), [(lower(cpus), peak) for cpus, peak in zip(times, peaks)]
+
+    def table(self, title, targets_of, *options):
+        print(f"| {title} | " + " | ".join(label for _, label in PAGES) + " | peak memory |")
+        print("|---|" + "---|" * (len(PAGES) + 1))
+        for halftone in HALFTONES:
+            cells, peak = [], 0
+            for pattern, _ in PAGES:
+                chosen = (f"HalftoneType={halftone}", *options)
+                null, ((cpu, memory),) = self.measured((self.page(pattern), chosen))
+                target = targets_of(halftone, pattern)
+                met = "" if target is None or cpu / null <= target else f", **over {target}**"
+                cells.append(f"{ms(cpu)} ({cpu / null:.2f}{met})")
+                peak = max(peak, memory)
+            extra = (peak * 1024 - WIDTH * HEIGHT) / 2**20
+            print(f"| {halftone} | " + " | ".join(cells) + f" | page + {extra:.1f} MiB |")
+        print()
 
     def whole_filter(self):
-        print("## The whole filter against the null filter\n")
-        print("CPU ms of one A4 page, and the ratio to the null filter on the same page.\n")
-        print("| halftone | " + " | ".join(label for _, label in PAGES) +
-              " | worst ratio | target | peak memory, pages + 12 MiB |")
-        print("|---|" + "---|" * (len(PAGES) + 3))
-        for halftone in HALFTONES:
-            cells, worst, peak = [], 0.0, 0
-            for pattern, _ in PAGES:
-                raster = self.page(pattern)
-                cpus, ratios = [], []
-                self.filter(raster, halftone)
-                for _ in range(RUNS):
-                    null, _ = self.null(raster)
-                    cpu, memory = self.filter(raster, halftone)
-                    cpus.append(cpu)
-                    ratios.append(cpu / null)
-                    peak = max(peak, memory)
-                ratio = statistics.median(ratios)
-                worst = max(worst, ratio)
-                cells.append(f"{ms(statistics.median(cpus))} ({ratio:.2f})")
-            target = 2.0 if halftone in TATTOO else 1.5
-            pages = (peak * 1024 - 12 * 2**20) / (WIDTH * HEIGHT)
-            print(f"| {halftone} | " + " | ".join(cells) +
-                  f" | {worst:.2f} | {target} {'met' if worst <= target else '**not met**'}"
-                  f" | {max(pages, 0):.2f} |")
-        quartiles = statistics.quantiles(self.null_times, n=4)
-        spread = quartiles[2] / quartiles[0]
-        print(f"\nNull filter: median {ms(statistics.median(self.null_times))} ms, quartiles "
-              f"{ms(quartiles[0])} to {ms(quartiles[2])} ms."
-              + (" **The machine was too noisy for these ratios.**" if spread > NOISY_SPREAD
-                 else "") + "\n")
+        print(f"""## The whole filter against the null filter
+
+Lower quartiles of the CPU ms of {RUNS} runs for one A4 page, in turn with the null filter's, and
+the ratio of the two lower quartiles.
+""")
+        self.table("halftone", target_with_pictures)
+        print("Without the diagnostic pictures, `KeepPictures=False`; the null filter writes them "
+              "still:\n")
+        self.table("halftone", target_without_pictures, "KeepPictures=False")
+        first, middle, third = statistics.quantiles(self.null_times, n=4)
+        print(f"Null filter, all {len(self.null_times)} runs: quartiles {ms(first)}, {ms(middle)} "
+              f"and {ms(third)} ms.\n")
+
+    def options(self):
+        print(f"""## What an option costs
+
+Lower quartile of {RUNS} runs with the option, less that of as many without it, as a share of the
+null filter's; pictures are written. At most {MOST_FOR_AN_OPTION} is meant. The frame is drawn on
+pages of {FRAMED[0]} x {FRAMED[1]} dots.
+""")
+        print("| option | " + " | ".join(f"{halftone}, {label}" for halftone in OPTIONS_WITH
+                                         for _, label in OPTIONS_ON) + " |")
+        print("|---|" + "---|" * len(OPTIONS_WITH) * len(OPTIONS_ON))
+        for option in OPTIONS:
+            cells = []
+            for halftone in OPTIONS_WITH:
+                chosen = f"HalftoneType={halftone}"
+                for pattern, _ in OPTIONS_ON:
+                    raster = (self.page(pattern, *FRAMED, "A4") if "Frame" in option
+                              else self.page(pattern))
+                    null, ((without, _), (cpu, _)) = self.measured(
+                        (raster, (chosen,)), (raster, (chosen, option)))
+                    share = (cpu - without) / null
+                    cells.append(f"{share:+.2f}" if share <= MOST_FOR_AN_OPTION
+                                 else f"**{share:+.2f}**")
+            print(f"| {option} | " + " | ".join(cells) + " |")
+        print()
 
     def heights(self):
         print("## Height\n\n| rows | CPU ms | ns a row | peak MiB |\n|---|---|---|---|")
         for height in (3508, 2 * 3508, 4 * 3508, 118110):
-            raster = self.page("photo", height)
-            results = [self.filter(raster, "Tattoo") for _ in range(3)]
+            raster = self.page("photo", height=height)
+            results = [self.filter(raster, ("HalftoneType=Tattoo",)) for _ in range(3)]
             cpu = statistics.median(cpu for cpu, _ in results)
             memory = max(memory for _, memory in results)
             print(f"| {height} | {ms(cpu)} | {cpu / height * 1e9:.0f} | {memory / 1024:.0f} |")
@@ -201,6 +264,7 @@ def main():
               f"build, one core used; {WIDTH} x {HEIGHT} dots.\n")
         os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
         bench.whole_filter()
+        bench.options()
         bench.heights()
         bench.peers(bench.kernels())
 

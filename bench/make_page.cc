@@ -2,7 +2,7 @@
 // Writes a page of a test pattern as CUPS raster (8-bit K, 300 dpi) and as PGM for
 // other programs, in which 0 is black.
 //
-// usage: make_page PATTERN WIDTH HEIGHT RASTER [PGM]
+// usage: make_page PATTERN WIDTH HEIGHT RASTER [PGM [SIZE-NAME]]
 #include <cups/raster.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,7 +16,7 @@
 
 namespace {
 
-bool writeRaster(const model::Grey& page, const char* path) {
+bool writeRaster(const model::Grey& page, const char* path, const std::string& sizeName) {
   const int descriptor = open(path, O_WRONLY | O_CREAT | O_TRUNC, 0644);
   if (descriptor < 0) return false;
   cups_raster_t* raster = cupsRasterOpen(descriptor, CUPS_RASTER_WRITE);
@@ -28,6 +28,7 @@ bool writeRaster(const model::Grey& page, const char* path) {
   header.cupsBitsPerColor = header.cupsBitsPerPixel = 8;
   header.cupsNumColors = 1;
   header.cupsColorSpace = CUPS_CSPACE_K;
+  sizeName.copy(header.cupsPageSizeName, sizeof header.cupsPageSizeName - 1);
   bool written = cupsRasterWriteHeader2(raster, &header) != 0;
   std::vector<uint8_t> pixels = page.pixels;
   const auto size = static_cast<unsigned>(pixels.size());
@@ -47,12 +48,17 @@ bool writePgm(const model::Grey& page, const char* path) {
 }  // namespace
 
 int main(int argc, char* argv[]) try {
-  if (argc < 5 || argc > 6) {
-    std::fprintf(stderr, "usage: make_page PATTERN WIDTH HEIGHT RASTER [PGM]\n");
+  if (argc < 5 || argc > 7) {
+    std::fprintf(stderr, "usage: make_page PATTERN WIDTH HEIGHT RASTER [PGM [SIZE-NAME]]\n");
     return 2;
   }
-  const model::Grey page = model::patternPage(argv[1], std::atoi(argv[2]), std::atoi(argv[3]), 1);
-  if (!writeRaster(page, argv[4]) || (argc == 6 && !writePgm(page, argv[5]))) {
+  const std::string pattern = argv[1];
+  const int width = std::atoi(argv[2]);
+  const int height = std::atoi(argv[3]);
+  const model::Grey page = pattern == "drawing" ? model::ringsPage(width, height, 1)
+                                                : model::patternPage(pattern, width, height, 1);
+  if (!writeRaster(page, argv[4], argc == 7 ? argv[6] : "") ||
+      (argc >= 6 && !writePgm(page, argv[5]))) {
     std::perror("make_page");
     return 2;
   }

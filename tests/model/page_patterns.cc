@@ -155,6 +155,29 @@ Grey circlesPage(int width, int height, uint64_t seed) {
   return page;
 }
 
+Grey ringsPage(int width, int height, uint64_t seed) {
+  Random random(seed);
+  Grey page = makeGrey(width, height, 0);
+  const int smaller = width < height ? width : height;
+  for (int k = 0; k < 40; ++k) {
+    const int64_t cx = random.below(static_cast<uint32_t>(width));
+    const int64_t cy = random.below(static_cast<uint32_t>(height));
+    const int64_t radius = 20 + random.below(static_cast<uint32_t>(smaller / 4 + 1));
+    for (int64_t y = cy - radius - 4; y <= cy + radius + 4; ++y) {
+      for (int64_t x = cx - radius - 4; x <= cx + radius + 4; ++x) {
+        if (x < 0 || y < 0 || x >= width || y >= height) continue;
+        // Twice the radius times the distance from the line.
+        const int64_t square = (x - cx) * (x - cx) + (y - cy) * (y - cy);
+        const int64_t off =
+            square > radius * radius ? square - radius * radius : radius * radius - square;
+        const int64_t level = 255 * (7 * radius - off) / (2 * radius);
+        if (level > 0) page.set(static_cast<int>(x), static_cast<int>(y), clampLevel(level));
+      }
+    }
+  }
+  return page;
+}
+
 const std::vector<std::string>& patternNames() {
   static const std::vector<std::string> names = {"blank",    "flat",   "full",   "horizontal",
                                                  "vertical", "noise",  "sparse", "text",

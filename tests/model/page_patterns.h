@@ -40,6 +40,8 @@ Grey textPage(int width, int height, uint64_t seed);
 Grey photoPage(int width, int height, uint64_t seed);
 // Discs whose level rises towards the centre, like shaded tattoo drawings.
 Grey circlesPage(int width, int height, uint64_t seed);
+// Outlines of circles with soft edges, 6 pixels wide, like a line drawing. Has no name.
+Grey ringsPage(int width, int height, uint64_t seed);
 
 // Every pattern by name: "blank", "flat", "full", "horizontal", "vertical", "noise", "sparse",
 // "text", "photo", "circles". An unknown name gives a blank page.
