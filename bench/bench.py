@@ -119,34 +119,38 @@ class Bench:
         return lower(nulls), [(lower(cpus), peak) for cpus, peak in zip(times, peaks)]
 
     def table(self, title, targets_of, *options):
+        """Ratios are to the null filter's runs on all pages: it does not look at their pixels."""
+        rows, peaks, start = {}, {}, len(self.null_times)
+        for halftone in HALFTONES:
+            chosen = (f"HalftoneType={halftone}", *options)
+            measured = [self.measured((self.page(pattern), chosen))[1][0] for pattern, _ in PAGES]
+            rows[halftone] = [cpu for cpu, _ in measured]
+            peaks[halftone] = max(peak for _, peak in measured)
+        null = lower(self.null_times[start:])
         print(f"| {title} | " + " | ".join(label for _, label in PAGES) + " | peak memory |")
         print("|---|" + "---|" * (len(PAGES) + 1))
-        for halftone in HALFTONES:
-            cells, peak = [], 0
-            for pattern, _ in PAGES:
-                chosen = (f"HalftoneType={halftone}", *options)
-                null, ((cpu, memory),) = self.measured((self.page(pattern), chosen))
+        for halftone, cpus in rows.items():
+            cells = []
+            for (pattern, _), cpu in zip(PAGES, cpus):
                 target = targets_of(halftone, pattern)
                 met = "" if target is None or cpu / null <= target else f", **over {target}**"
                 cells.append(f"{ms(cpu)} ({cpu / null:.2f}{met})")
-                peak = max(peak, memory)
-            extra = (peak * 1024 - WIDTH * HEIGHT) / 2**20
+            extra = (peaks[halftone] * 1024 - WIDTH * HEIGHT) / 2**20
             print(f"| {halftone} | " + " | ".join(cells) + f" | page + {extra:.1f} MiB |")
-        print()
+        first, middle, third = statistics.quantiles(self.null_times[start:], n=4)
+        print(f"\nNull filter, {len(self.null_times) - start} runs: quartiles {ms(first)}, "
+              f"{ms(middle)} and {ms(third)} ms.\n")
 
     def whole_filter(self):
         print(f"""## The whole filter against the null filter
 
 Lower quartiles of the CPU ms of {RUNS} runs for one A4 page, in turn with the null filter's, and
-the ratio of the two lower quartiles.
+the ratio to the null filter's lower quartile.
 """)
         self.table("halftone", target_with_pictures)
         print("Without the diagnostic pictures, `KeepPictures=False`; the null filter writes them "
               "still:\n")
         self.table("halftone", target_without_pictures, "KeepPictures=False")
-        first, middle, third = statistics.quantiles(self.null_times, n=4)
-        print(f"Null filter, all {len(self.null_times)} runs: quartiles {ms(first)}, {ms(middle)} "
-              f"and {ms(third)} ms.\n")
 
     def options(self):
         print(f"""## What an option costs
