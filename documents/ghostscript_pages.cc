@@ -13,6 +13,7 @@
 #include "documents/buffered_child.h"
 #include "documents/lost_part.h"
 #include "documents/luminance.h"
+#include "documents/pdf_page_size.h"
 #include "documents/placed_pages.h"
 #include "documents/reader_protocol.h"
 
@@ -41,6 +42,10 @@ bool readSize(std::string_view line, Pixels& size) {
   if (bad != std::errc() || space == end || *space != ' ') return false;
   const auto [stop, alsoBad] = std::from_chars(space + 1, end, size.height);
   return alsoBad == std::errc() && stop != end && *stop == '\n';
+}
+
+uint32_t dotsOf(double points, uint32_t dpi) {
+  return static_cast<uint32_t>(std::max(1.0, std::floor(points * dpi / 72 + 0.5)));
 }
 
 std::string densityArgument(const Density& density) {
@@ -78,9 +83,70 @@ class GhostscriptPages : public PlacedPages {
         head_{static_cast<double>(paper.dpiX), static_cast<double>(paper.dpiY)},
         page_(firstPage) {}
 
-  bool start(std::string& error) { return start(head_, error); }
+  // What is known of the first page's size saves a drawing at the head's resolution.
+  bool start(std::string& error) {
+    const auto points = kind_ == FileKind::kPdf ? pdfPageSize(descriptor_, world_) : std::nullopt;
+    if (!points) return draw(head_, error);
+    const PictureFacts facts =
+        factsOf({dotsOf(points->width, paper_.dpiX), dotsOf(points->height, paper_.dpiY)});
+    const bool isTooLarge = uint64_t{facts.width} * facts.height > kMostPixels;
+    return isTooLarge ? draw(head_, error) : start(facts, error);
+  }
 
-  bool start(const Density& density, std::string& error) {
+  // Draws a page of that size, at the head's resolution, as large as it must be.
+  bool start(const PictureFacts& facts, std::string& error) {
+    facts_ = facts;
+    size_ = unturned(placePicture(facts, paper_, wish_));
+    return draw(densityFor(size_, {facts.width, facts.height}), error);
+  }
+
+  Step nextPage(GreyPage& page, std::string& error) override {
+    if (ended_ != End::no) return ended_ == End::badly ? Step::failed : Step::end;
+    if (!drawing_.skip(unreadBytes_)) return fail(error);
+    if (begun_) ++page_;
+    begun_ = true;
+    page = {};
+    Pixels size;
+    Step step = readHeader(size, error);
+    if (step != Step::page) return step;
+    // The first at the head's resolution, and what is as large as the page before, are
+    // drawn as they must be; others begin anew at the head's resolution.
+    if (!isAtHead() && !(size == size_)) {
+      step = restart(head_, size, error);
+      if (step != Step::page) return step;
+    }
+    if (isAtHead()) facts_ = factsOf(size);
+    const Placing placing = placePicture(facts_, paper_, wish_, &page.notes);
+    const Pixels wanted = unturned(placing);
+    if (isAtHead() && !(size == wanted)) {
+      step = restart(densityFor(wanted, size), size, error);
+      if (step != Step::page) return step;
+    }
+    size_ = size;
+    placing_ = placing;
+    beginPage(facts_, placing, page);
+    page.lost = inkBeyondPage(
+        placing, paper_, wish_, [this](const Paper& paper, const PageWish& wish, std::string& why) {
+          auto again =
+              std::make_unique<GhostscriptPages>(descriptor_, kind_, paper, wish, world_, page_);
+          if (!again->start(facts_, why)) again.reset();
+          return again;
+        });
+    unreadBytes_ = uint64_t{size.width} * size.height * kDrawn;
+    rowsRead_ = 0;
+    turned_.clear();
+    return Step::page;
+  }
+
+ protected:
+  bool readRow(std::span<uint8_t> levels, std::string& error) override {
+    return placing_.turn == Turn::kNone ? readUpright(levels, error) : readTurned(levels, error);
+  }
+
+ private:
+  enum class End : uint8_t { no, well, badly };
+
+  bool draw(const Density& density, std::string& error) {
     ChildCommand command;
     command.program = world_.ghostscript;
     command.arguments = {
@@ -104,53 +170,6 @@ class GhostscriptPages : public PlacedPages {
     return drawing_.start(command, error);
   }
 
-  Step nextPage(GreyPage& page, std::string& error) override {
-    if (ended_ != End::no) return ended_ == End::badly ? Step::failed : Step::end;
-    if (!drawing_.skip(unreadBytes_)) return fail(error);
-    if (begun_) ++page_;
-    begun_ = true;
-    page = {};
-    Pixels size;
-    Step step = readHeader(size, error);
-    if (step != Step::page) return step;
-    // The first at the head's resolution, and what is as large as the page before, are
-    // drawn as they must be; others begin anew at the head's resolution.
-    if (!isAtHead() && !(size == size_)) {
-      step = restart(head_, size, error);
-      if (step != Step::page) return step;
-    }
-    if (isAtHead()) facts_ = factsOf(size);
-    const Placing placing = placePicture(facts_, paper_, wish_, &page.notes);
-    const Pixels wanted = unturned(placing);
-    if (isAtHead() && !(size == wanted)) {
-      step = restart({head_.x * wanted.width / size.width, head_.y * wanted.height / size.height},
-                     size, error);
-      if (step != Step::page) return step;
-    }
-    size_ = size;
-    placing_ = placing;
-    beginPage(facts_, placing, page);
-    page.lost = inkBeyondPage(
-        placing, paper_, wish_, [this](const Paper& paper, const PageWish& wish, std::string& why) {
-          auto again =
-              std::make_unique<GhostscriptPages>(descriptor_, kind_, paper, wish, world_, page_);
-          if (!again->start(why)) again.reset();
-          return again;
-        });
-    unreadBytes_ = uint64_t{size.width} * size.height * kDrawn;
-    rowsRead_ = 0;
-    turned_.clear();
-    return Step::page;
-  }
-
- protected:
-  bool readRow(std::span<uint8_t> levels, std::string& error) override {
-    return placing_.turn == Turn::kNone ? readUpright(levels, error) : readTurned(levels, error);
-  }
-
- private:
-  enum class End : uint8_t { no, well, badly };
-
   bool isAtHead() const { return density_.x == head_.x && density_.y == head_.y; }
 
   PictureFacts factsOf(const Pixels& size) const { return {size.width, size.height, head_, 1}; }
@@ -161,10 +180,15 @@ class GhostscriptPages : public PlacedPages {
                       : Pixels{placing.width, placing.height};
   }
 
+  // At which a page of `size` at the head's resolution has the wanted pixels.
+  Density densityFor(const Pixels& wanted, const Pixels& size) const {
+    return {head_.x * wanted.width / size.width, head_.y * wanted.height / size.height};
+  }
+
   // Draws the page again, and those behind it, at another resolution.
   Step restart(const Density& density, Pixels& size, std::string& error) {
     drawing_.process().kill();
-    if (!start(density, error)) return fail(error);
+    if (!draw(density, error)) return fail(error);
     const Step step = readHeader(size, error);
     if (step != Step::end) return step;
     error = "changes while it is read";

@@ -68,15 +68,16 @@ struct World {
   std::string pictureReader;  // paths; empty for "not there"
   std::string textReader;
   std::string ghostscript;
+  std::string pdfInfo;                  // of Poppler; only time is lost without it
   bool refusesRepaired = false;         // whether a PDF that Ghostscript says it has repaired fails
   std::function<bool()> stopRequested;  // asked every so often, from the caller's thread
 };
 
 // The programs of this machine. drav-picture-reader and drav-text-reader are looked for
 // beside the running program, in ../libexec/drav from there, in the folder that they were
-// built to be installed in, and in /usr/libexec/drav; gs in PATH. The environment variables
-// DRAV_PICTURE_READER, DRAV_TEXT_READER and DRAV_GHOSTSCRIPT name others, or with an empty
-// value none.
+// built to be installed in, and in /usr/libexec/drav; gs and pdfinfo in PATH. The environment
+// variables DRAV_PICTURE_READER, DRAV_TEXT_READER, DRAV_GHOSTSCRIPT and DRAV_PDFINFO name
+// others, or with an empty value none.
 World installedWorld();
 
 // Kind of the regular file; kUnknown when it cannot be read.

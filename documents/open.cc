@@ -24,6 +24,7 @@ namespace {
 constexpr const char* kReaderVariable = "DRAV_PICTURE_READER";
 constexpr const char* kTextReaderVariable = "DRAV_TEXT_READER";
 constexpr const char* kGhostscriptVariable = "DRAV_GHOSTSCRIPT";
+constexpr const char* kPdfInfoVariable = "DRAV_PDFINFO";
 
 // Folder of the running program; empty where the system does not tell.
 std::string programFolder() {
@@ -112,6 +113,7 @@ World installedWorld() {
   world.pictureReader = findReader(kReaderName, kReaderVariable);
   world.textReader = findReader(kTextReaderName, kTextReaderVariable);
   world.ghostscript = findProgram("gs", kGhostscriptVariable);
+  world.pdfInfo = findProgram("pdfinfo", kPdfInfoVariable);
   return world;
 }
 

@@ -39,6 +39,12 @@ class GhostscriptTest(DocumentCase):
                        timeout=60)
         return path
 
+    def script(self, name: str, commands: str) -> str:
+        path = self.folder / name
+        path.write_text(f"#!/bin/sh\n{commands}\n")
+        path.chmod(0o755)
+        return str(path)
+
     def assertQuarters(self, got, size: tuple[int, int], at: tuple[int, int] = (0, 0),
                        quarters_left: int = 0, mirrored: bool = False) -> None:
         """One dot at each edge is left open where the page was scaled."""
@@ -118,6 +124,38 @@ class GhostscriptTest(DocumentCase):
         self.assertEqual([(got.width, got.height) for got in outcome.pages],
                          [(400, 600), (400, 150)])
         self.assertQuarters(outcome.pages[1], (300, 150), (50, 0))
+
+    def test_what_is_said_of_the_size_changes_no_dot(self) -> None:
+        """pdfinfo may know, lie, fail or be missing; what it knows saves drawings alone."""
+        log = self.folder / "log"
+        log.mkdir()
+        # It may write no byte to a file, but make a folder.
+        ghostscript = self.script("gs", f'mkdir {log}/$$; exec {shutil.which("gs")} "$@"')
+        words = {
+            "": "",
+            "lies": self.script("lies", "echo 'Page size: 100.5 x 40 pts'; echo 'Page rot: 90'"),
+            "fails": self.script("fails", "echo 'Page size: 72 x 72 pts'; exit 1"),
+            "babbles": self.script("babbles", "exec yes 'Page size:'"),
+            "knows": shutil.which("pdfinfo"),
+        }
+        for document, options, drawings in (
+                ((quarters((144, 432)),), (), 1),  # reduced
+                ((quarters((216, 72)),), (), 1),  # on its side
+                ((quarters((288, 72)), quarters((72, 72))), ("orientation-requested=3",), 2),
+                ((quarters((72, 72)),), ("scaling=50",), 1)):
+            path = self.pdf(*document)
+            pages = {}
+            for name, program in words.items():
+                before = len(list(log.iterdir()))
+                outcome = self.run_rows(path, PAPER, *options,
+                                        environment={"DRAV_GHOSTSCRIPT": ghostscript,
+                                                     "DRAV_PDFINFO": program})
+                self.assertEqual((outcome.status, outcome.error), (0, ""), name)
+                pages[name] = outcome.pages
+                if name == "knows":
+                    self.assertEqual(len(list(log.iterdir())) - before, drawings)
+            for name, got in pages.items():
+                self.assertEqual(got, pages[""], (name, options))
 
     def test_refusals(self) -> None:
         secret = self.pdf(quarters((72, 72)), options=("-sOwnerPassword=a", "-sUserPassword=b"))
