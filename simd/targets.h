@@ -29,6 +29,9 @@
   (HWY_AVX3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #endif
 
+// Assertions of builds without optimisation call the library, of which only headers are used.
+#define HWY_IS_DEBUG_BUILD 0
+
 // On arm64 NEON is the base line: no other target, and no target attribute, which
 // would ask for the cryptography extension.
 #if defined(__aarch64__)
