@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -72,8 +73,35 @@ std::string reason(const char* text) {
 
 bool isWide(const VImage& image) { return image.format() == VIPS_FORMAT_USHORT; }
 
+// The number of an EXIF field, which libvips gives as "300/1 (300, Rational, ...)" and whole
+// numbers as "2 (Inch, ...)". 0 for none.
+double exifNumber(const VImage& image, const char* name) {
+  if (image.get_typeof(name) == 0) return 0;
+  const std::string text = image.get_string(name);
+  const char* const end = text.data() + text.size();
+  uint32_t over = 0;
+  uint32_t under = 1;
+  const auto [stop, failure] = std::from_chars(text.data(), end, over);
+  if (failure != std::errc()) return 0;
+  if (stop != end && *stop == '/' && std::from_chars(stop + 1, end, under).ec != std::errc())
+    return 0;
+  return under == 0 ? 0 : static_cast<double>(over) / under;
+}
+
+// For loaders that leave it there. Where the EXIF data has none, libvips puts in its own, a
+// pixel to the millimetre.
+Density exifDpi(const VImage& image) {
+  constexpr double kCentimetres = 3;  // the unit's number; 2 and no unit are inches
+  const double unit = exifNumber(image, "exif-ifd0-ResolutionUnit") == kCentimetres ? 2.54 : 1;
+  const Density dpi = {exifNumber(image, "exif-ifd0-XResolution") * unit,
+                       exifNumber(image, "exif-ifd0-YResolution") * unit};
+  const auto isOwn = [](double one) { return std::abs(one - kMillimetresPerInch) < 0.01; };
+  return isOwn(dpi.x) && isOwn(dpi.y) ? Density{} : dpi;
+}
+
 // Loaders give a picture without a stated resolution one of their own.
 Density statedDpi(FileKind kind, std::span<const uint8_t> file, const VImage& image) {
+  if (kind == FileKind::kWebp || kind == FileKind::kHeif) return exifDpi(image);
   bool states = false;
   if (kind == FileKind::kPng)
     states = pngStatesSize(file);

@@ -66,6 +66,13 @@ def exif(orientation: int) -> bytes:
     return data.tobytes()
 
 
+def exif_dpi(across: int, down: int, unit: int = 2) -> bytes:
+    """The unit is 2 for inches and 3 for centimetres."""
+    data = Image.Exif()
+    data[0x011A], data[0x011B], data[0x0128] = float(across), float(down), unit
+    return data.tobytes()
+
+
 def saved(picture: Image.Image, kind: str, **options) -> bytes:
     out = io.BytesIO()
     picture.save(out, kind, **options)

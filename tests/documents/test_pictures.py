@@ -8,8 +8,8 @@ import unittest
 
 import harness
 from document_case import DocumentCase
-from picture_files import (Image, exif, flat, heif, image, metres, png, ramp, saved, stored_for,
-                           tiff)
+from picture_files import (Image, exif, exif_dpi, flat, heif, image, metres, png, ramp, saved,
+                           stored_for, tiff)
 from placing_model import Paper, place
 
 NOTE_TURNED, NOTE_REDUCED, NOTE_FIRST, NOTE_PIXEL, NOTE_DPI = 0, 1, 3, 4, 5
@@ -274,6 +274,11 @@ class PictureTest(DocumentCase):
                                              y_resolution=118), (299.72, 299.72)),
             ("BMP, 200 dpi", saved(grey, "BMP", dpi=(200, 200)), (200, 200)),
             ("WebP", saved(grey, "WebP", lossless=True), (0, 0)),
+            ("WebP, EXIF", saved(grey, "WebP", lossless=True, exif=exif_dpi(150, 100)),
+             (150, 100)),
+            ("WebP, EXIF by the centimetre",
+             saved(grey, "WebP", lossless=True, exif=exif_dpi(50, 50, unit=3)), (127, 127)),
+            ("WebP, EXIF without", saved(grey, "WebP", lossless=True, exif=exif(1)), (0, 0)),
             ("GIF", saved(grey, "GIF"), (0, 0)),
             ("PGM", saved(grey, "PPM"), (0, 0))]
         for name, data, stated in cases:
@@ -282,6 +287,11 @@ class PictureTest(DocumentCase):
                 want = place((WIDTH, HEIGHT), stated, paper, {})
                 self.assertEqual(page.numbers[3:7], [*want.size, *want.at])
                 self.assertEqual(page.notes, {})
+        source = self.write("source.jpg", saved(grey, "JPEG", exif=exif_dpi(150, 150)))
+        for name in ("sized.heic", "sized.avif"):
+            heif(source, self.folder / name, *(["-A"] if name.endswith("avif") else []))
+            page = self.one_page(self.folder / name, paper)
+            self.assertEqual(page.numbers[3:5], [2 * WIDTH, 2 * HEIGHT], name)
         page = self.one_page(self.write("ten.jpg", saved(grey, "JPEG", dpi=(10, 10))), paper)
         self.assertIn(NOTE_DPI, page.notes)
         self.assertEqual(page.numbers[3:5], [WIDTH, HEIGHT])
