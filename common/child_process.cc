@@ -107,6 +107,7 @@ std::vector<std::string> environmentOf(const ChildCommand& command) {
   return texts;
 }
 
+// GCOVR_EXCL_START: what counts lines may write to no file there, and ends with the exec.
 void limit(decltype(RLIMIT_CORE) resource, uint64_t most) {
   struct rlimit current = {};
   if (::getrlimit(resource, &current) != 0) return;
@@ -167,6 +168,7 @@ struct Refusal {
   if (::write(pipes.report[1], &refusal, sizeof refusal) < 0) ::_exit(126);
   ::_exit(127);
 }
+// GCOVR_EXCL_STOP
 
 }  // namespace
 

@@ -56,9 +56,9 @@ PageChoice::PageChoice(int count, cups_option_t* options, const char* copies) {
 
 bool PageChoice::has(uint32_t page) const {
   if (parity_ != Parity::all && (page % 2 == 1) != (parity_ == Parity::odd)) return false;
-  return ranges_.empty() || std::any_of(ranges_.begin(), ranges_.end(), [page](const auto& range) {
-           return page >= range.first && page <= range.second;
-         });
+  for (const auto& [first, last] : ranges_)
+    if (page >= first && page <= last) return true;
+  return ranges_.empty();
 }
 
 const char* unsupportedOption(int count, cups_option_t* options) {

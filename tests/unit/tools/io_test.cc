@@ -231,6 +231,28 @@ TEST_F(ChildProcessTest, SilenceEndsIt) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
+TEST_F(ChildProcessTest, IsEndedWhenAsked) {
+  ChildCommand command = shell("echo one; sleep 1000");
+  bool isAsked = false;
+  command.stopRequested = [&isAsked] { return isAsked; };
+  ASSERT_TRUE(child_.start(command, error_));
+  std::array<uint8_t, 10> buffer{};
+  EXPECT_EQ(child_.read(buffer.data(), buffer.size()), 4);
+  isAsked = true;
+  EXPECT_EQ(child_.read(buffer.data(), buffer.size()), -1);
+  EXPECT_EQ(child_.failure(), "interrupted");
+  EXPECT_EQ(child_.end(), ChildEnd::kInterrupted);
+
+  // And when all of its output is there.
+  isAsked = false;
+  command.arguments.back() = "exec >&- 2>&-; sleep 1000";
+  ASSERT_TRUE(child_.start(command, error_));
+  EXPECT_EQ(child_.read(buffer.data(), buffer.size()), 0);
+  isAsked = true;
+  EXPECT_FALSE(child_.finish());
+  EXPECT_EQ(child_.end(), ChildEnd::kInterrupted);
+}
+
 TEST_F(ChildProcessTest, DeafProgramsAndTheirOffspringAreKilled) {
   const TempFolder folder;
   const std::string note = folder.file("note");
@@ -328,6 +350,10 @@ TEST(FindProgram, VariableComesFirst) {
   const ScopedEnv none("DRAV_TEST_PROGRAM", std::nullopt);
   EXPECT_THAT(findProgram("sh", "DRAV_TEST_PROGRAM"), MatchesRegex("/.*/sh"));
   EXPECT_EQ(findProgram("no-such-program", "DRAV_TEST_PROGRAM"), "");
+  {
+    const ScopedEnv noPath("PATH", std::nullopt);
+    EXPECT_THAT(findProgram("sh"), MatchesRegex("/.*/sh"));
+  }
   const ScopedEnv path("DRAV_TEST_PROGRAM", "/x/y");
   EXPECT_EQ(findProgram("sh", "DRAV_TEST_PROGRAM"), "/x/y");
   const ScopedEnv empty("DRAV_TEST_PROGRAM", "");
