@@ -116,6 +116,9 @@ class NobodyTest(DoctorCase):
         self.program = self.outputs / "drav"
         shutil.copy(ARGUMENTS.drav, self.program)
         self.outputs.chmod(0o755)
+        self.counts = self.outputs / "counts"  # of a coverage build, which nobody may add to
+        self.counts.mkdir()
+        self.counts.chmod(0o777)
         for path, mode in ((self.root.at("/var/spool/cups"), 0o710), (self.root.log, 0o640),
                            (self.root.at("/etc/cups/ppd"), 0o755), (self.root.ppd, 0o640),
                            (self.root.at("/etc/cups/printers.conf"), 0o600)):
@@ -125,7 +128,8 @@ class NobodyTest(DoctorCase):
     def run_doctor(self, *arguments, **more):
         return subprocess.run([self.program, "doctor", "--root", self.root.path, *arguments],
                               capture_output=True, text=True, timeout=120, check=False,
-                              user=65534, group=65534, extra_groups=[], cwd="/", **more)
+                              user=65534, group=65534, extra_groups=[], cwd="/",
+                              env=os.environ | {"GCOV_PREFIX": str(self.counts)}, **more)
 
     def test_what_may_not_be_read_is_not_checked(self):
         report = self.assert_healthy()
