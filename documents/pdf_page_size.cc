@@ -16,6 +16,7 @@ constexpr int kMostInfoTime = 5'000;  // milliseconds
 constexpr uint64_t kMostInfoSeconds = 5;
 constexpr uint64_t kInfoMemory = uint64_t{1} << 30U;
 constexpr double kMostPoints = 1'000'000;
+constexpr uint64_t kFinest = 1'000'000;  // parts of a point
 
 std::string_view valueOf(std::string_view report, std::string_view name) {
   for (size_t at = 0; at < report.size();) {
@@ -34,14 +35,17 @@ double takeNumber(std::string_view& text) {
   uint32_t whole = 0;
   auto [stop, failure] = std::from_chars(text.data(), end, whole);
   if (failure != std::errc()) return -1;
-  double value = whole;
+  uint64_t over = 0;
+  uint64_t under = 1;
   if (stop != end && *stop == '.') {
-    double unit = 0.1;
-    for (++stop; stop != end && *stop >= '0' && *stop <= '9'; ++stop, unit /= 10)
-      value += unit * (*stop - '0');
+    for (++stop; stop != end && *stop >= '0' && *stop <= '9'; ++stop) {
+      if (under > kFinest) continue;
+      over = over * 10 + static_cast<uint64_t>(*stop - '0');
+      under *= 10;
+    }
   }
   text.remove_prefix(static_cast<size_t>(stop - text.data()));
-  return value;
+  return whole + static_cast<double>(over) / static_cast<double>(under);
 }
 
 bool isPageSide(double points) { return points >= 1 && points <= kMostPoints; }

@@ -11,7 +11,7 @@ namespace {
 TEST(PdfPageSize, AreThePointsOfTheFirstPage) {
   const auto size = readPdfPageSize(
       "Title:           Page size: 1 x 1 pts\nPages:           2\n"
-      "Page size:       226.77 x 566.9 pts\nPage rot:        0\n");
+      "Page size:       226.77 x 566.9000000000000000001 pts\nPage rot:        0\n");
   ASSERT_TRUE(size);
   EXPECT_NEAR(size->width, 226.77, 1e-9);
   EXPECT_NEAR(size->height, 566.9, 1e-9);
