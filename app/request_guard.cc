@@ -2,7 +2,6 @@
 #include "app/request_guard.h"
 
 #include <cups/pwg.h>
-#include <dlfcn.h>
 
 #include <algorithm>
 #include <cstring>
@@ -77,16 +76,23 @@ bool isNameless(ipp_attribute_t* attribute) {
   return false;
 }
 
+// A size, where there is one, that is one.
+bool isSize(ipp_t* members, const char* widthName, const char* lengthName) {
+  ipp_attribute_t* width = ippFindAttribute(members, widthName, IPP_TAG_INTEGER);
+  ipp_attribute_t* length = ippFindAttribute(members, lengthName, IPP_TAG_INTEGER);
+  return width == nullptr || length == nullptr ||
+         pwgMediaForSize(ippGetInteger(width, 0), ippGetInteger(length, 0)) != nullptr;
+}
+
 bool isSound(ipp_attribute_t* attribute);
 
 bool areSound(ipp_t* members) {
   for (ipp_attribute_t* one = ippFirstAttribute(members); one != nullptr;
        one = ippNextAttribute(members))
     if (!isSound(one)) return false;
-  ipp_attribute_t* width = ippFindAttribute(members, "x-dimension", IPP_TAG_INTEGER);
-  ipp_attribute_t* length = ippFindAttribute(members, "y-dimension", IPP_TAG_INTEGER);
-  return width == nullptr || length == nullptr ||
-         pwgMediaForSize(ippGetInteger(width, 0), ippGetInteger(length, 0)) != nullptr;
+  // PAPPL may take the sides from two sizes.
+  return isSize(members, "x-dimension", "y-dimension") &&
+         isSize(members, "media-size/x-dimension", "media-size/y-dimension");
 }
 
 bool isSound(ipp_attribute_t* attribute) {
@@ -128,13 +134,3 @@ void makeSafe(ipp_t* request) {
 }
 
 }  // namespace app
-
-// In place of libcups's function of that name, for PAPPL as well: it has no place of its own
-// where a request can be looked at before it is worked on.
-extern "C" __attribute__((visibility("default"))) ipp_state_t ippRead(http_t* http, ipp_t* ipp) {
-  using Read = ipp_state_t (*)(http_t*, ipp_t*);
-  static const auto read = reinterpret_cast<Read>(::dlsym(RTLD_NEXT, "ippRead"));
-  const ipp_state_t state = read(http, ipp);
-  if (state == IPP_STATE_DATA) app::makeSafe(ipp);
-  return state;
-}
