@@ -9,10 +9,18 @@
 namespace app {
 namespace {
 
+// As a number: a raster may state one that the type cannot hold.
+uint32_t colourSpaceOf(const cups_page_header2_t& header) {
+  uint32_t space = 0;
+  static_assert(sizeof header.cupsColorSpace == sizeof space);
+  std::memcpy(&space, &header.cupsColorSpace, sizeof space);
+  return space;
+}
+
 const char* faultOf(const cups_page_header2_t& header, const PrinterModel& model) {
   if (header.cupsBitsPerPixel != 8 || header.cupsNumColors > 1) return "it is not 8-bit grey";
-  if (header.cupsColorSpace != CUPS_CSPACE_K && header.cupsColorSpace != CUPS_CSPACE_W &&
-      header.cupsColorSpace != CUPS_CSPACE_SW)
+  const uint32_t space = colourSpaceOf(header);
+  if (space != CUPS_CSPACE_K && space != CUPS_CSPACE_W && space != CUPS_CSPACE_SW)
     return "its colour space is not grey";
   const auto dpi = static_cast<unsigned>(model.resolution);
   if (header.HWResolution[0] != dpi || header.HWResolution[1] != dpi)
