@@ -31,10 +31,8 @@ class CommandTest(AppCase):
         self.server.add("first", printer.uri)
         self.server.add("second", printer.uri, "dravr582")
         self.assertEqual(run("printers").split(), ["first", "second"])
-        # PAPPL 1.3.1 tells the number of a new queue from the next start on.
-        self.server.wait_state('name="second"')
-        self.server.stop()
-        self.server.start()
+        # PAPPL 1.3.1 alone tells the number of a new queue from the next start on.
+        self.assertEqual(self.server.client("second").printer()["printer-id"], [2])
         run("default", "-d", "second")
         self.assertEqual(run("default").strip(), "second")
         self.assertIn("media=iso_a4_210x297mm", run("options", "-d", "first"))
@@ -275,6 +273,19 @@ class AirPrintTest(AppCase):
                      "printer-state-reasons", "print-quality-supported"):
             self.assertIn(name, printer)
         self.assertNotIn("", printer["printer-uri-supported"])
+
+    def test_a_server_that_is_no_longer_shared_announces_nothing(self) -> None:
+        folder = self.folder / "shared"
+        folder.mkdir()
+        server = Server(folder, *self.options)
+        self.addCleanup(server.stop, signal.SIGKILL)
+        client = server.add("Studio", self.sink().uri)
+        self.assertEqual(client.printer()["printer-dns-sd-name"], ["Studio"])
+        server.wait_state("DNSSDName Studio")
+        server.stop()
+        server.options = ()
+        server.start()
+        self.assertEqual(client.printer()["printer-dns-sd-name"], [""])
 
     def test_hardware_that_the_model_lacks_is_not_offered(self) -> None:
         uri = self.sink().uri
