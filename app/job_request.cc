@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "app/job_request.h"
 
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "app/log_stream.h"
+#include "common/log.h"
 #include "documents/page_options.h"
 
 namespace app {
@@ -66,6 +69,8 @@ JobRequest readRequest(pappl_job_t* job, const pappl_pr_options_t& options) {
       .paper = request.medium.paper,
   };
   const auto asked = [job](const char* name) { return textOf(papplJobGetAttribute(job, name)); };
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> log(openLogStream(job), std::fclose);
+  const LogScope scope(log.get());
   request.settings =
       settingsFromChoices(*request.model, jobChoices(*request.model, queue.get(), asked, standard));
   request.wish = wishOf(job, options);

@@ -305,7 +305,26 @@ class AirPrintTest(AppCase):
             self.assertEqual(11 in finishings, trims, model)
 
 
+class QuietServer(Server):
+    always = ()
+
+
 class LogTest(AppCase):
+    def test_the_log_says_nothing_of_jobs_that_go_well_and_why_one_does_not(self) -> None:
+        folder = self.folder / "quiet"
+        folder.mkdir()
+        server = QuietServer(folder)
+        self.addCleanup(server.stop, signal.SIGKILL)
+        client = server.add("queue", self.sink().uri)
+        started = server.log.read_text()
+        page = pwg([ink_page(64, 24)])
+        self.assertCompleted(self.printed(client, RASTER, page))
+        self.assertCompleted(self.printed(client, PICTURE, picture()))
+        self.assertEqual(server.log.read_text(), started)
+        self.assertAborted(self.printed(client, RASTER, page[:-10]))
+        self.assertRegex(server.log.read_text()[len(started):],
+                         r"\AE \[[^\n]*The page ends after \d+ of 24 rows\.\n")
+
     def test_a_log_that_grows_past_its_turning_point_does_not_stop_the_server(self) -> None:
         folder = self.folder / "own"
         folder.mkdir()
