@@ -2,9 +2,9 @@
 #include "app/request_guard.h"
 
 #include <cups/pwg.h>
+#include <strings.h>
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <string_view>
 #include <vector>
@@ -64,9 +64,15 @@ constexpr std::string_view kCollections[] = {
     "media-col-ready", "media-size", "printer-contact-col",
 };
 
+// As libcups, and so PAPPL, finds attributes: case does not count.
+bool isNamed(std::string_view one, std::string_view other) {
+  return one.size() == other.size() && ::strncasecmp(one.data(), other.data(), one.size()) == 0;
+}
+
 template <typename Names>
 bool isOneOf(const Names& names, std::string_view name) {
-  return std::find(std::begin(names), std::end(names), name) != std::end(names);
+  return std::any_of(std::begin(names), std::end(names),
+                     [name](std::string_view one) { return isNamed(one, name); });
 }
 
 // Of a paper whose name PAPPL cannot find.
@@ -100,7 +106,7 @@ bool isSound(ipp_attribute_t* attribute) {
   if (name == nullptr) return true;  // what parts two objects
   if (isOneOf(kTexts, name)) {
     if (ippGetString(attribute, 0, nullptr) == nullptr) return false;
-    return std::strcmp(name, "media-size-name") != 0 || !isNameless(attribute);
+    return !isNamed(name, "media-size-name") || !isNameless(attribute);
   }
   if (isOneOf(kCollections, name) && ippGetValueTag(attribute) != IPP_TAG_BEGIN_COLLECTION)
     return false;

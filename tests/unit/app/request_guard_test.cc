@@ -51,7 +51,8 @@ TEST(RequestGuard, PapersThatAreNoneAreLeftOut) {
 }
 
 TEST(RequestGuard, WhatIsNoTextIsLeftOutOfJobs) {
-  for (const char* name : {"media", "print-scaling", "job-name", "media-col", "finishings-col"}) {
+  for (const char* name : {"media", "print-scaling", "job-name", "media-col", "finishings-col",
+                           "sideS", "MEDIA-COL"}) {
     const Message request = message();
     ippAddInteger(request.get(), IPP_TAG_JOB, IPP_TAG_INTEGER, name, 1);
     ippAddInteger(request.get(), IPP_TAG_JOB, IPP_TAG_INTEGER, "copies", 2);
