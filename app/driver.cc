@@ -175,6 +175,9 @@ bool describeDriver(pappl_system_t* system, const char* name, const char* uri, c
   describeMedia(*model, data);
   describeOptions(*model, data, *attributes);
   describeRest(*attributes);
+  // For drav doctor: at the socket of the commands the server tells no port.
+  ippAddInteger(*attributes, IPP_TAG_PRINTER, IPP_TAG_INTEGER, "drav-server-port",
+                papplSystemGetHostPort(system));
   return true;
 }
 

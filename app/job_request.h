@@ -5,10 +5,9 @@
 
 #include <pappl/pappl.h>
 
-#include <functional>
-#include <string>
 #include <vector>
 
+#include "app/job_settings.h"
 #include "app/media.h"
 #include "documents/page_request.h"
 #include "filter/settings.h"
@@ -29,10 +28,9 @@ struct JobRequest {
 // vendor defaults are not among them, so they are read from the queue.
 JobRequest readRequest(pappl_job_t* job, const pappl_pr_options_t& options);
 
-// The choices of the model's options of app/option_attributes.h: `asked` gives the value of an
-// attribute as text, and where that means nothing the queue's default counts.
+// As in app/job_settings.h, with the defaults of that queue.
 std::vector<ChosenOption> choicesOf(const PrinterModel& model, pappl_printer_t* printer,
-                                    const std::function<std::string(const char* name)>& asked);
+                                    const AskedValue& asked);
 
 }  // namespace app
 

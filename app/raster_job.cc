@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "app/raster_job.h"
 
-#include <algorithm>
-#include <cstring>
 #include <memory>
 #include <new>
 #include <string_view>
 
 #include "app/device_job.h"
 #include "app/job_request.h"
-#include "common/byte_buffer.h"
-#include "filter/page_geometry.h"
+#include "app/raster_page.h"
 
 namespace app {
 namespace {
@@ -22,43 +19,30 @@ class RasterJob {
       : job_(job), request_(readRequest(job, options)), device_(job, request_) {}
 
   bool startPage(const pappl_pr_options_t& options, bool isClients) {
-    rows_ = 0;
-    header_ = options.header;
-    if (const char* fault = isClients ? faultOf(header_) : "it has 1 bit a pixel") {
-      papplLogJob(job_, PAPPL_LOGLEVEL_ERROR, "The page cannot be printed: %s.", fault);
-      papplJobSetMessage(job_, "The page cannot be printed: %s.", fault);
-      papplJobSetReasons(job_, PAPPL_JREASON_DOCUMENT_UNPRINTABLE_ERROR, PAPPL_JREASON_NONE);
-      header_.cupsHeight = 0;
-      return false;
-    }
-    isWhite_ = header_.cupsColorSpace != CUPS_CSPACE_K;
-    header_.cupsColorSpace = CUPS_CSPACE_K;
-    std::memset(header_.cupsPageSizeName, 0, sizeof header_.cupsPageSizeName);
-    request_.medium.paper.copy(header_.cupsPageSizeName, sizeof header_.cupsPageSizeName - 1);
-    return page_.growTo(pageBytes(header_));
+    const char* fault = isClients
+                            ? page_.begin(options.header, *request_.model, request_.medium.paper)
+                            : "it has 1 bit a pixel";
+    if (fault == nullptr) return true;
+    papplLogJob(job_, PAPPL_LOGLEVEL_ERROR, "The page cannot be printed: %s.", fault);
+    papplJobSetMessage(job_, "The page cannot be printed: %s.", fault);
+    papplJobSetReasons(job_, PAPPL_JREASON_DOCUMENT_UNPRINTABLE_ERROR, PAPPL_JREASON_NONE);
+    return false;
   }
 
-  void takeRow(const unsigned char* row) {
-    if (rows_ >= header_.cupsHeight) return;
-    const uint32_t width = header_.cupsBytesPerLine;
-    const uint8_t turn = isWhite_ ? 0xFF : 0;  // 255 - level, bit by bit
-    std::transform(row, row + width, page_.data() + size_t{rows_} * width,
-                   [turn](uint8_t level) { return static_cast<uint8_t>(level ^ turn); });
-    ++rows_;
-  }
+  void takeRow(const unsigned char* row) { page_.takeRow(row); }
 
   // PAPPL calls this for a page that was cut as well, and knows nothing of rows that could
   // not be taken.
   bool endPage() {
-    if (rows_ < header_.cupsHeight || header_.cupsHeight == 0) {
+    if (!page_.isWhole()) {
       if (!device_.isCancelled()) {
-        papplLogJob(job_, PAPPL_LOGLEVEL_ERROR, "The page ends after %u of %u rows.", rows_,
-                    header_.cupsHeight);
+        papplLogJob(job_, PAPPL_LOGLEVEL_ERROR, "The page ends after %u of %u rows.", page_.rows(),
+                    page_.header().cupsHeight);
         papplJobSetReasons(job_, PAPPL_JREASON_DOCUMENT_FORMAT_ERROR, PAPPL_JREASON_NONE);
       }
       return false;
     }
-    const bool printed = device_.printPage(header_, page_.data(), request_.copies);
+    const bool printed = device_.printPage(page_.header(), page_.pixels(), request_.copies);
     if (printed) papplJobSetImpressionsCompleted(job_, request_.copies - 1);  // PAPPL counts one
     return printed;
   }
@@ -66,29 +50,10 @@ class RasterJob {
   bool finish() { return device_.finish(); }
 
  private:
-  // Why a page cannot be printed; null when it can.
-  const char* faultOf(const cups_page_header2_t& header) const {
-    const PrinterModel& model = *request_.model;
-    if (header.cupsBitsPerPixel != 8 || header.cupsNumColors > 1) return "it is not 8-bit grey";
-    if (header.cupsColorSpace != CUPS_CSPACE_K && header.cupsColorSpace != CUPS_CSPACE_W &&
-        header.cupsColorSpace != CUPS_CSPACE_SW)
-      return "its colour space is not grey";
-    const auto dpi = static_cast<unsigned>(model.resolution);
-    if (header.HWResolution[0] != dpi || header.HWResolution[1] != dpi)
-      return "its resolution is not the printer's";
-    if (header.cupsHeight > mostRows(model)) return "it is longer than 3 m";
-    if (header.cupsWidth > 2 * uint64_t(widestPaper(model)) * dpi / 2540)
-      return "it is wider than any paper";
-    return nullptr;
-  }
-
   pappl_job_t* const job_;
   const JobRequest request_;
   DeviceJob device_;
-  cups_page_header2_t header_ = {};
-  bool isWhite_ = false;  // 255 is no ink
-  ByteBuffer page_;
-  uint32_t rows_ = 0;
+  RasterPage page_;
 };
 
 RasterJob* jobOf(pappl_job_t* job) { return static_cast<RasterJob*>(papplJobGetData(job)); }

@@ -2,10 +2,9 @@
 #include "app/request_guard.h"
 
 #include <cups/pwg.h>
-#include <dlfcn.h>
+#include <strings.h>
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <string_view>
 #include <vector>
@@ -65,9 +64,15 @@ constexpr std::string_view kCollections[] = {
     "media-col-ready", "media-size", "printer-contact-col",
 };
 
+// As libcups, and so PAPPL, finds attributes: case does not count.
+bool isNamed(std::string_view one, std::string_view other) {
+  return one.size() == other.size() && ::strncasecmp(one.data(), other.data(), one.size()) == 0;
+}
+
 template <typename Names>
 bool isOneOf(const Names& names, std::string_view name) {
-  return std::find(std::begin(names), std::end(names), name) != std::end(names);
+  return std::any_of(std::begin(names), std::end(names),
+                     [name](std::string_view one) { return isNamed(one, name); });
 }
 
 // Of a paper whose name PAPPL cannot find.
@@ -77,16 +82,23 @@ bool isNameless(ipp_attribute_t* attribute) {
   return false;
 }
 
+// A size, where there is one, that is one.
+bool isSize(ipp_t* members, const char* widthName, const char* lengthName) {
+  ipp_attribute_t* width = ippFindAttribute(members, widthName, IPP_TAG_INTEGER);
+  ipp_attribute_t* length = ippFindAttribute(members, lengthName, IPP_TAG_INTEGER);
+  return width == nullptr || length == nullptr ||
+         pwgMediaForSize(ippGetInteger(width, 0), ippGetInteger(length, 0)) != nullptr;
+}
+
 bool isSound(ipp_attribute_t* attribute);
 
 bool areSound(ipp_t* members) {
   for (ipp_attribute_t* one = ippFirstAttribute(members); one != nullptr;
        one = ippNextAttribute(members))
     if (!isSound(one)) return false;
-  ipp_attribute_t* width = ippFindAttribute(members, "x-dimension", IPP_TAG_INTEGER);
-  ipp_attribute_t* length = ippFindAttribute(members, "y-dimension", IPP_TAG_INTEGER);
-  return width == nullptr || length == nullptr ||
-         pwgMediaForSize(ippGetInteger(width, 0), ippGetInteger(length, 0)) != nullptr;
+  // PAPPL may take the sides from two sizes.
+  return isSize(members, "x-dimension", "y-dimension") &&
+         isSize(members, "media-size/x-dimension", "media-size/y-dimension");
 }
 
 bool isSound(ipp_attribute_t* attribute) {
@@ -94,7 +106,7 @@ bool isSound(ipp_attribute_t* attribute) {
   if (name == nullptr) return true;  // what parts two objects
   if (isOneOf(kTexts, name)) {
     if (ippGetString(attribute, 0, nullptr) == nullptr) return false;
-    return std::strcmp(name, "media-size-name") != 0 || !isNameless(attribute);
+    return !isNamed(name, "media-size-name") || !isNameless(attribute);
   }
   if (isOneOf(kCollections, name) && ippGetValueTag(attribute) != IPP_TAG_BEGIN_COLLECTION)
     return false;
@@ -128,13 +140,3 @@ void makeSafe(ipp_t* request) {
 }
 
 }  // namespace app
-
-// In place of libcups's function of that name, for PAPPL as well: it has no place of its own
-// where a request can be looked at before it is worked on.
-extern "C" __attribute__((visibility("default"))) ipp_state_t ippRead(http_t* http, ipp_t* ipp) {
-  using Read = ipp_state_t (*)(http_t*, ipp_t*);
-  static const auto read = reinterpret_cast<Read>(::dlsym(RTLD_NEXT, "ippRead"));
-  const ipp_state_t state = read(http, ipp);
-  if (state == IPP_STATE_DATA) app::makeSafe(ipp);
-  return state;
-}

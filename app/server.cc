@@ -17,6 +17,7 @@
 #include "app/document_job.h"
 #include "app/driver.h"
 #include "app/lock_order.h"
+#include "app/printer_number.h"
 #include "app/server_lock.h"
 #include "app/shutdown.h"
 #include "app/state_file.h"
@@ -69,10 +70,24 @@ pappl_loglevel_t levelOf(const char* text) {
 bool isShared = false;  // set once, before the system runs
 
 // A queue that only this machine reaches is not announced to the network.
-void limitQueue(pappl_printer_t* printer, void* /*data*/) {
+void hideQueue(pappl_printer_t* printer, void* /*data*/) {
+  papplPrinterSetDNSSDName(printer, nullptr);
+}
+
+void completeQueue(pappl_printer_t* printer, void* /*data*/) {
+  mendPrinterNumber(printer);
   papplPrinterSetMaxActiveJobs(printer, kMostActiveJobs);
   papplPrinterSetMaxCompletedJobs(printer, kMostKeptJobs);
-  if (!isShared) papplPrinterSetDNSSDName(printer, nullptr);
+  if (!isShared)
+    hideQueue(printer, nullptr);
+  else if (papplSystemIsRunning(papplPrinterGetSystem(printer)))  // PAPPL announces no new one
+    papplPrinterSetDNSSDName(printer, papplPrinterGetName(printer));
+}
+
+// The state file has the names of a server that was shared.
+void announceNothing(pappl_system_t* system) {
+  papplSystemSetDNSSDName(system, nullptr);
+  papplSystemIteratePrinters(system, hideQueue, nullptr);
 }
 
 // No document grows beyond what is read of one.
@@ -157,14 +172,14 @@ pappl_system_t* makeSystem(int optionCount, cups_option_t* options, void* data) 
   if (chosen.isOn("web", true)) addWebPage(system, spoolFolder);
   papplSystemSetMaxLogSize(system, 0);  // PAPPL stops for ever when it turns a log over
   papplSystemSetMaxClients(system, kMostClients);
-  if (!isShared) papplSystemSetDNSSDName(system, nullptr);
   allowFileDevices(chosen.isOn("file-devices", false));
   addDocumentFilters(system, chosen.isOn("pdf", true));
   const auto models = drivers();
   papplSystemSetPrinterDrivers(system, static_cast<int>(models.size()), models.data(),
-                               modelOfDevice, limitQueue, describeDriver, nullptr);
+                               modelOfDevice, completeQueue, describeDriver, nullptr);
   if (!isPrivate) listen(system, chosen);
   keepState(system, stateFile);
+  if (!isShared) announceNothing(system);
   watchForShutdown(system);
   return system;
 }

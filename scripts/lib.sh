@@ -57,6 +57,9 @@ TEST_PACKAGES=(
   "git|names the files to check"
   "mandoc|linter of the manual pages"
   "cups-ipp-utils|ipptool tests the printer application"
+  "dbus-daemon|a message bus for avahi in a test"
+  "avahi-daemon|announces the printer application in a network of a test"
+  "avahi-utils|looks for it there"
 )
 
 # shellcheck disable=SC2034

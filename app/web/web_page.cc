@@ -28,8 +28,10 @@
 #include "app/web/uploads.h"
 #include "app/web/web_jobs.h"
 #include "app/web/wish_fields.h"
+#include "common/log.h"
 #include "common/scope_guard.h"
 #include "common/temporary_file.h"
+#include "proof/memory_file.h"
 
 namespace app {
 namespace {
@@ -303,6 +305,8 @@ class WebPage {
       return std::string();
     });
     choices.push_back({"PageSize", task.wish.page.medium.paper});
+    MemoryFile log;
+    const LogScope scope(log.get());
     return settingsFromChoices(model, choices);
   }
 

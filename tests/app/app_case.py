@@ -31,6 +31,8 @@ def free_port() -> int:
 class Server:
     """One server; `folder` keeps what outlives it."""
 
+    always: tuple[str, ...] = ("log-level=debug",)  # options, besides those that tests choose
+
     def __init__(self, folder: pathlib.Path, *options: str) -> None:
         self.folder = folder
         self.port = free_port()
@@ -50,9 +52,8 @@ class Server:
 
     def launch(self) -> None:
         command = [APP, "server", "-o", f"server-port={self.port}",
-                   "-o", f"spool-directory={self.folder}/spool", "-o", f"state-file={self.state}",
-                   "-o", "log-level=debug"]
-        for option in self.options:
+                   "-o", f"spool-directory={self.folder}/spool", "-o", f"state-file={self.state}"]
+        for option in (*self.always, *self.options):
             command += ["-o", option]
         with self.log.open("ab") as log:
             self.process = subprocess.Popen(command, env=self.environment, stderr=log,

@@ -31,10 +31,8 @@ class CommandTest(AppCase):
         self.server.add("first", printer.uri)
         self.server.add("second", printer.uri, "dravr582")
         self.assertEqual(run("printers").split(), ["first", "second"])
-        # PAPPL 1.3.1 tells the number of a new queue from the next start on.
-        self.server.wait_state('name="second"')
-        self.server.stop()
-        self.server.start()
+        # PAPPL 1.3.1 alone tells the number of a new queue from the next start on.
+        self.assertEqual(self.server.client("second").printer()["printer-id"], [2])
         run("default", "-d", "second")
         self.assertEqual(run("default").strip(), "second")
         self.assertIn("media=iso_a4_210x297mm", run("options", "-d", "first"))
@@ -276,6 +274,19 @@ class AirPrintTest(AppCase):
             self.assertIn(name, printer)
         self.assertNotIn("", printer["printer-uri-supported"])
 
+    def test_a_server_that_is_no_longer_shared_announces_nothing(self) -> None:
+        folder = self.folder / "shared"
+        folder.mkdir()
+        server = Server(folder, *self.options)
+        self.addCleanup(server.stop, signal.SIGKILL)
+        client = server.add("Studio", self.sink().uri)
+        self.assertEqual(client.printer()["printer-dns-sd-name"], ["Studio"])
+        server.wait_state("DNSSDName Studio")
+        server.stop()
+        server.options = ()
+        server.start()
+        self.assertEqual(client.printer()["printer-dns-sd-name"], [""])
+
     def test_hardware_that_the_model_lacks_is_not_offered(self) -> None:
         uri = self.sink().uri
         have = {model: set(self.server.add(model, uri, model).printer())
@@ -294,7 +305,26 @@ class AirPrintTest(AppCase):
             self.assertEqual(11 in finishings, trims, model)
 
 
+class QuietServer(Server):
+    always = ()
+
+
 class LogTest(AppCase):
+    def test_the_log_says_nothing_of_jobs_that_go_well_and_why_one_does_not(self) -> None:
+        folder = self.folder / "quiet"
+        folder.mkdir()
+        server = QuietServer(folder)
+        self.addCleanup(server.stop, signal.SIGKILL)
+        client = server.add("queue", self.sink().uri)
+        started = server.log.read_text()
+        page = pwg([ink_page(64, 24)])
+        self.assertCompleted(self.printed(client, RASTER, page))
+        self.assertCompleted(self.printed(client, PICTURE, picture()))
+        self.assertEqual(server.log.read_text(), started)
+        self.assertAborted(self.printed(client, RASTER, page[:-10]))
+        self.assertRegex(server.log.read_text()[len(started):],
+                         r"\AE \[[^\n]*The page ends after \d+ of 24 rows\.\n")
+
     def test_a_log_that_grows_past_its_turning_point_does_not_stop_the_server(self) -> None:
         folder = self.folder / "own"
         folder.mkdir()

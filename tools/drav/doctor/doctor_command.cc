@@ -18,6 +18,7 @@
 #include "tools/drav/doctor/bundle.h"
 #include "tools/drav/doctor/configured_queues.h"
 #include "tools/drav/doctor/doctor.h"
+#include "tools/drav/doctor/printer_app_check.h"
 #include "tools/drav/doctor/scheduler_queues.h"
 #include "tools/drav/io/text.h"
 
@@ -145,6 +146,7 @@ int doctor(DoctorArguments arguments) {
     return failCommand(error);
   if (!asked && !examineByFiles(arguments, installation, diagnosis, error))
     return failCommand(error);
+  if (arguments.root.empty() && arguments.queue.empty()) checkPrinterApp(diagnosis.findings);
   std::cout << reportText(diagnosis.findings);
   if (!arguments.bundle.empty()) {
     const int status = tellBundle(arguments, installation, diagnosis);
