@@ -6,7 +6,7 @@ import { createRequire } from "node:module";
 import path from "node:path";
 import { after, before, describe, test } from "node:test";
 
-import { Dots, makeDecoder, Proof } from "./screen.mjs";
+import { areaIn, Dots, makeDecoder, Proof } from "./screen.mjs";
 
 const config = JSON.parse(fs.readFileSync(process.argv[2], "utf8"));
 const { chromium } = createRequire(path.join(config.folder, "package.json"))("playwright-core");
@@ -374,12 +374,21 @@ describe("a small page by mouse and keys", () => {
     const box = await proof.page.locator("#page").boundingBox();
     for (const [ids, place] of Object.entries(lies)) {
       await setWay(proof, ...ids.split(" "));
-      await proof.keys("#page", "0", "8");
-      const before = await proof.compare((x, y) => {
+      const inkAt = (x, y) => {
         const [inkX, inkY] = place(x, y);
-        return 255 - ink[inkY * width + inkX];
-      }, { width, rows }, { left: 60, top: 50, right: Math.round(box.width) - 30 });
+        return ink[inkY * width + inkX];
+      };
+      await proof.keys("#page", "0", "8");
+      const before = await proof.compare((x, y) => 255 - inkAt(x, y), { width, rows },
+        { left: 60, top: 50, right: Math.round(box.width) - 30 });
       assert.ok(before > 5000, `${before} pixels`);
+      await proof.keys("#page", "0"); // no key makes so small a page smaller than its dots
+      await proof.page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
+      await proof.page.mouse.wheel(0, 5000);
+      await proof.page.waitForFunction(() => Number(document.getElementById("stage").dataset.zoom) < 1);
+      await proof.settled();
+      await proof.compareMeans({ width, rows,
+        blackIn: (...edges) => areaIn((x, y) => inkAt(x, y) / 255, ...edges) }, 15_000);
     }
     await setWay(proof);
     await proof.keys("#divider", "Home", ...Array(5).fill("PageUp"));

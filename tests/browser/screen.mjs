@@ -5,6 +5,17 @@ import fs from "node:fs";
 
 const BAND_ROWS = 96;
 
+// Area of what is black in a part whose edges may lie within dots; `shareOf` says how much of
+// a dot is.
+export function areaIn(shareOf, left, right, top, bottom) {
+  let area = 0;
+  for (let y = Math.floor(top); y < bottom; ++y)
+    for (let x = Math.floor(left); x < right; ++x)
+      area += shareOf(x, y) * (Math.min(right, x + 1) - Math.max(left, x)) *
+        (Math.min(bottom, y + 1) - Math.max(top, y));
+  return area;
+}
+
 // The dots of a page as a PNG of drav proof has them.
 export class Dots {
   constructor(file, width, rows) {
@@ -30,14 +41,8 @@ export class Dots {
   }
 
   // Area of the dots in a part whose edges may lie within dots.
-  blackIn(left, right, top, bottom) {
-    let area = 0;
-    for (let y = Math.floor(top); y < bottom; ++y)
-      for (let x = Math.floor(left); x < right; ++x)
-        if (x < this.width && y < this.rows && this.isDot(x, y))
-          area += (Math.min(right, x + 1) - Math.max(left, x)) *
-            (Math.min(bottom, y + 1) - Math.max(top, y));
-    return area;
+  blackIn(...edges) {
+    return areaIn((x, y) => (x < this.width && y < this.rows && this.isDot(x, y) ? 1 : 0), ...edges);
   }
 
   heaviestBand() {
@@ -180,6 +185,7 @@ export class Proof {
   async compareMeans(dots, least) {
     const shot = await this.shoot();
     const { zoom, x, y } = await this.view();
+    assert.ok(zoom < 1, `${zoom} is not below 1 : 1`);
     const [left, top] = [Math.round(x * zoom), Math.round(y * zoom)];
     let compared = 0;
     for (let row = 40; row < shot.height; ++row)

@@ -143,6 +143,8 @@ class PictureFilterTest(unittest.TestCase):
                 ("sheet.tiff", saved(colour, "TIFF"), "dravr803", "fit-to-page", "TrimPaper=Both",
                  "orientation-requested=5"),
                 ("flat.webp", saved(colour, "WEBP"), "dravr582", "PageSize=Custom.48x90mm"),
+                ("left.png", saved(image(levels), "PNG"), "dravsa43", "position=left",
+                 "HalfTurn=True"),
                 ("receipt.txt", b"Tea\t2,50\nCake\t3,00\n" * 4, "dravr802", "TrimPaper=End"),
                 ("roll.pdf", drav_case.pictures.make_pdf([b"0 g 20 100 5 400 re f"]), "dravr803"),
                 ("drawn.svg", svg, "dravsa43", "PageSize=Tattoo_A6", "print-scaling=fill",
@@ -161,7 +163,9 @@ class PictureFilterTest(unittest.TestCase):
                     drawn = [drav_case.pictures.read_png(out.read_bytes()).page()]
                 told = [line.partition("ink lost ")[2] for line in sent.stderr.decode().splitlines()
                         if line.startswith("WARN:drav: page 1: ")]
-                self.assertEqual(bool(told), name in ("map.pgm", "drawn.svg"))
+                self.assertEqual(bool(told), name in ("map.pgm", "left.png", "drawn.svg"))
+                if name == "left.png":  # which the half turn lays beside the head
+                    self.assertRegex(told[0], r"\Aat the left: [67]\.\d mm, ")
                 self.assertIn("; ".join(told), done.stderr.decode())
                 self.assertTrue(any(any(row) for row in drawn[0]), "the page is blank")
                 self.assertEqual(drawn, drav_case.pages_of(sent.stdout))
