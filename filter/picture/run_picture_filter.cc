@@ -38,7 +38,8 @@ void logNotes(const std::vector<Note>& notes) {
 documents::PageWish wishOf(const JobOptions& options, std::vector<Note>& notes) {
   documents::PageWish wish;
   for (const cups_option_t& option : options)
-    (void)documents::takePageOption(option.name, option.value, wish, notes);
+    if (!documents::takePageOption(option.name, option.value, wish, notes))
+      documents::noteForeignOption(option.name, option.value, notes);
   return wish;
 }
 

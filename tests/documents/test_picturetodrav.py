@@ -118,6 +118,25 @@ class PictureFilterTest(unittest.TestCase):
         self.assertSamePrint(model, size, paper, levels, saved(image(levels), "PNG"),
                              Brightness="-10", HalftoneType="FloydSteinberg")
 
+    def test_options_that_only_the_converters_of_cups_know(self) -> None:
+        """They change no byte, and one line each says what to use."""
+        data = saved(image(ramp(60, 40)), "PNG")
+        options = "gamma=1700 page-border=double hue=0 brightness=120"
+        plain, told = (self.run_filter(PICTURES, "dravsa43", text, data) for text in ("", options))
+        self.assertEqual((told.returncode, told.stdout), (0, plain.stdout))
+        lines = [line for line in told.stderr.decode().splitlines() if line.startswith("WARN:")]
+        notes = ["the option brightness=120 does nothing here; use Brightness",
+                 "the option gamma=1700 does nothing here; use drav prepare --gamma",
+                 "the option page-border=double does nothing here; draw it into the document"]
+        self.assertEqual(sorted(lines), [f"WARN:Of the picture: {note}." for note in notes])
+        path = self.folder / "input"
+        done = subprocess.run([DRAV, "proof", str(path), "-O", str(self.folder / "a.png"), *(
+            part for option in options.split() for part in ("-o", option))], check=True,
+            capture_output=True, timeout=100)
+        told = done.stderr.decode().splitlines()
+        self.assertEqual(sorted(line for line in told if "nothing here" in line),
+                         [f"drav: note: the picture: {note}" for note in notes])
+
     def test_from_standard_input(self) -> None:
         data = saved(image(ramp(50, 50)), "PNG")
         by_name = self.run_filter(PICTURES, "dravsa43", "", data)
@@ -134,7 +153,7 @@ class PictureFilterTest(unittest.TestCase):
                 ("grey.png", saved(image(levels), "PNG"), "dravr582", "HalftoneType=Ordered"),
                 ("soft.png", saved(clear, "PNG"), "dravsa43", "Brightness=-10", "position=right"),
                 ("fine.png", png(300, 190, 8, 0, [bytes(row) for row in levels], metres(23622)),
-                 "dravr802", "mirror", "landscape"),
+                 "dravr802", "mirror", "landscape", "natural-scaling=70"),
                 ("photo.jpg", saved(colour, "JPEG", exif=exif(6)), "dravr803", "scaling=40"),
                 ("inks.jpg", saved(colour.convert("CMYK"), "JPEG"), "dravsa43", "ppi=200x150",
                  "StencilMirror=True"),

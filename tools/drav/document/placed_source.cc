@@ -49,6 +49,8 @@ bool PlacedSource::open(const std::string& path, const DriverFile& driver, const
   if (!readPaper(driver, paper_, error)) return false;
   file_ = documents::openInput(path, error);
   if (file_ < 0) return false;
+  for (const auto& [name, value] : driver.parsedOptions())
+    documents::noteForeignOption(name, value, foreign_);
   documents::World world = documents::installedWorld();
   world.stopRequested = [idle = std::move(idle)] {
     if (idle) idle();
@@ -107,6 +109,7 @@ PageSource::Step PlacedSource::next(GreyPage& page, std::string& error) {
   page.lost = placed.lost;
   page.lostIsAll = isPrepared_;
   page.notes.clear();
-  for (const documents::Note& note : placed.notes) page.notes.push_back(subject_ + note.text);
+  for (const auto& notes : {std::exchange(foreign_, {}), placed.notes})
+    for (const documents::Note& note : notes) page.notes.push_back(subject_ + note.text);
   return Step::page;
 }
