@@ -197,15 +197,22 @@ class PictureFilterTest(unittest.TestCase):
                 (b"<html>text</html>\n", "", "The document is text that describes a page"),
                 (b"%PDF-1.4\n", "", "The document is PDF, which is printed on rolls alone!"),
                 (png(65_000, 65_000, 8, 0, [b""]), "", "The document has 65000 x 65000 pixels"),
-                (good, "number-up=2", "A picture cannot be printed with number-up"),
+                (good, "number-up=2", "The document cannot be printed with number-up: print the "
+                 "picture as a PDF!"),
                 (good, "page-ranges=2-3", "The document has no page of those"),
                 (good, "page-set=even", "The document has no page of those"),
-                (good, "outputorder=reverse", "A picture cannot be printed with outputorder")):
+                (good, "outputorder=reverse", "The document cannot be printed with outputorder=reverse!")):
             result = self.run_filter(PICTURES, "dravsa43", options, data)
             errors = [text for text in result.stderr.decode().splitlines()
                       if text.startswith("ERROR:")]
             self.assertEqual((result.returncode, result.stdout, len(errors)), (1, b"", 1), errors)
             self.assertIn(f"ERROR:{line}", errors[0])
+        leave = "The document cannot be printed with number-up on a roll: leave it out, and one page " \
+                "follows the other!"
+        for data in (good, drav_case.pictures.make_pdf([b"0 g 9 9 9 9 re f"]), b"Tea 2,50\n"):
+            result = self.run_filter(PICTURES, "dravr582", "number-up=2", data)
+            self.assertEqual((result.returncode, result.stdout), (1, b""))
+            self.assertIn(f"ERROR:{leave}", result.stderr.decode().splitlines())
         for options in ("number-up=1", "page-ranges=1", "page-ranges=1-4", "page-ranges=-2"):
             self.assertEqual(self.run_filter(PICTURES, "dravsa43", options, good).returncode, 0)
 

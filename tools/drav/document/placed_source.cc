@@ -41,14 +41,16 @@ PlacedSource::~PlacedSource() {
 bool PlacedSource::open(const std::string& path, const DriverFile& driver, const ArtWish& art,
                         std::function<void()> idle, std::string& error) {
   const JobOptions options(driver.options().c_str());
-  if (const char* why = unsupportedOption(options.count(), options.list())) {
-    error = std::string("cannot be printed with ") + why;
-    return false;
-  }
   choice_.emplace(options.count(), options.list(), "1");
   if (!readPaper(driver, paper_, error)) return false;
   file_ = documents::openInput(path, error);
   if (file_ < 0) return false;
+  const bool isPicture = documents::isPicture(documents::kindOfFile(file_));
+  if (const char* why =
+          unsupportedOption(options.count(), options.list(), paper_.paper.roll, isPicture)) {
+    error = std::string("cannot be printed with ") + why;
+    return false;
+  }
   for (const auto& [name, value] : driver.parsedOptions())
     documents::noteForeignOption(name, value, foreign_);
   documents::World world = documents::installedWorld();
