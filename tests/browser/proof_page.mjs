@@ -2,41 +2,18 @@
 // Uses the pages of `drav proof --html` as people do: by mouse, keys and touch.
 import assert from "node:assert/strict";
 import fs from "node:fs";
-import { createRequire } from "node:module";
-import path from "node:path";
-import { after, before, describe, test } from "node:test";
+import { before, describe, test } from "node:test";
 
-import { areaIn, Dots, makeDecoder, Proof } from "./screen.mjs";
-
-const config = JSON.parse(fs.readFileSync(process.argv[2], "utf8"));
-const { chromium } = createRequire(path.join(config.folder, "package.json"))("playwright-core");
-const DESKTOP = { viewport: { width: 1200, height: 800 }, colorScheme: "light" };
-const PHONE = { viewport: { width: 390, height: 844 }, hasTouch: true, isMobile: true,
-  deviceScaleFactor: 2, colorScheme: "dark" };
-
-let browser;
-let decode;
-before(async () => {
-  browser = await chromium.launch({ executablePath: config.chromium,
-    chromiumSandbox: process.getuid() !== 0 });
-  decode = await makeDecoder(browser);
-});
-after(() => browser.close());
+import { areaIn, config, DESKTOP, Dots, newProof, PHONE, shotPath } from "./screen.mjs";
 
 function dotsOf(page, file) {
   return new Dots(file, page.width, page.rows);
 }
 
 async function openProof(page, options) {
-  const context = await browser.newContext(options);
-  context.setDefaultTimeout(15_000);
-  const proof = new Proof(await context.newPage(), decode);
+  const proof = await newProof(options, 15_000);
   await proof.open(page.html);
   return proof;
-}
-
-function shotPath(name) {
-  return path.join(config.folder, `${name}.png`);
 }
 
 async function textOf(proof, selector) {

@@ -1,9 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is on the screen of a proof, and what ought to be.
+// The browser of a test program, what is on the screen of a proof, and what ought to be.
 import assert from "node:assert/strict";
 import fs from "node:fs";
+import { createRequire } from "node:module";
+import path from "node:path";
+import { after, before } from "node:test";
 
 const BAND_ROWS = 96;
+
+export const DESKTOP = { viewport: { width: 1200, height: 800 }, colorScheme: "light" };
+export const PHONE = { viewport: { width: 390, height: 844 }, hasTouch: true, isMobile: true,
+  deviceScaleFactor: 2, colorScheme: "dark" };
+
+// What the program is told; its folder has the package that drives the browser.
+export const config = JSON.parse(fs.readFileSync(process.argv[2], "utf8"));
+const { chromium } = createRequire(path.join(config.folder, "package.json"))("playwright-core");
+
+let browser;
+let decode;
+before(async () => {
+  browser = await chromium.launch({ executablePath: config.chromium,
+    chromiumSandbox: process.getuid() !== 0 });
+  decode = await makeDecoder(browser);
+});
+after(() => browser.close());
+
+export function shotPath(name) {
+  return path.join(config.folder, `${name}.png`);
+}
 
 // Area of what is black in a part whose edges may lie within dots; `shareOf` says how much of
 // a dot is.
@@ -57,7 +81,7 @@ export class Dots {
 }
 
 // A grey picture of part of the screen, in the screen's own pixels.
-export class Shot {
+class Shot {
   constructor({ width, height, levels }, box) {
     Object.assign(this, { levels, pitch: width, left: box.x, top: box.y });
     this.width = Math.min(box.width, width - box.x);
@@ -70,7 +94,7 @@ export class Shot {
 }
 
 // Decodes screenshots in a window of its own, so that no other goes to the background.
-export async function makeDecoder(browser) {
+async function makeDecoder(browser) {
   const page = await browser.newPage();
   return async (png) => {
     const { width, height, text } = await page.evaluate(async (address) => {
@@ -90,7 +114,7 @@ export async function makeDecoder(browser) {
 }
 
 // A page of a proof that is open, with all that it said and asked for.
-export class Proof {
+class Proof {
   constructor(page, decode) {
     Object.assign(this, { page, decode, complaints: [], requests: [] });
     page.on("console", (message) => this.complaints.push(`${message.type()}: ${message.text()}`));
@@ -207,4 +231,12 @@ export class Proof {
     const canvas = this.page.locator("#canvas");
     return canvas.evaluate((element) => element.toDataURL());
   }
+}
+
+// On a screen of its own, before it has gone anywhere; it waits so many milliseconds for what
+// is looked for.
+export async function newProof(options, patience) {
+  const context = await browser.newContext(options);
+  context.setDefaultTimeout(patience);
+  return new Proof(await context.newPage(), decode);
 }
