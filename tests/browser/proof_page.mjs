@@ -29,7 +29,7 @@ async function closeQuietly(proof, page) {
 
 // Sets the switches of the page; those that are not named are off.
 async function setWay(proof, ...ids) {
-  for (const id of ["mirrored", "half-turn", "inverted"])
+  for (const id of ["mirror", "half-turn", "invert"])
     await proof.page.locator(`#${id}`).setChecked(ids.includes(id));
   await proof.settled();
 }
@@ -206,10 +206,10 @@ describe("a large page on a desktop", () => {
 
   test("mirrored and turned it shows the dots of the filter, and the side that is lost", async () => {
     for (const [ids, options, side] of [
-      [["mirrored"], "StencilMirror=True", "left"], [["half-turn"], "HalfTurn=True", "left"],
-      [["mirrored", "half-turn"], "StencilMirror=True HalfTurn=True", "right"],
-      [["inverted"], "InvertPage=True", "right"],
-      [["inverted", "mirrored"], "InvertPage=True StencilMirror=True", "left"]]) {
+      [["mirror"], "StencilMirror=True", "left"], [["half-turn"], "HalfTurn=True", "left"],
+      [["mirror", "half-turn"], "StencilMirror=True HalfTurn=True", "right"],
+      [["invert"], "InvertPage=True", "right"],
+      [["invert", "mirror"], "InvertPage=True StencilMirror=True", "left"]]) {
       await setWay(proof, ...ids);
       const dots = dotsOf(page, page.ways[options]);
       await checkFigures(proof, dots);
@@ -231,7 +231,7 @@ describe("a large page on a desktop", () => {
   test("every halftone is inverted as the filter does it", async () => {
     for (const halftone of ["Ordered", "Tattoo_X8"]) {
       await choose(proof, halftone);
-      await setWay(proof, "inverted");
+      await setWay(proof, "invert");
       const dots = dotsOf(page, page.ways[`InvertPage=True HalftoneType=${halftone}`]);
       await checkFigures(proof, dots);
       await proof.compareDots(dots, 5000);
@@ -242,23 +242,23 @@ describe("a large page on a desktop", () => {
 
   test("other ways round are there for the job's halftone alone, and it says why", async () => {
     await choose(proof, "Burkes");
-    assert.ok(await proof.page.locator("#mirrored").isDisabled());
+    assert.ok(await proof.page.locator("#mirror").isDisabled());
     assert.ok(await proof.page.locator("#half-turn").isDisabled());
-    assert.ok(await proof.page.locator("#inverted").isEnabled());
+    assert.ok(await proof.page.locator("#invert").isEnabled());
     assert.match(await textOf(proof, "#switch-note"), /for “Tattoo stencil” at “Normal” only/);
     await proof.page.locator("#switch-note").scrollIntoViewIfNeeded();
     await proof.page.screenshot({ path: shotPath("desktop-stuck") });
     await proof.page.locator("#switch-note button").click();
     await proof.settled();
     assert.ok(await proof.page.locator("#switch-note").isHidden());
-    await setWay(proof, "mirrored");
+    await setWay(proof, "mirror");
     assert.equal(await proof.page.locator("#halftones input:not(:disabled)").count(), 1);
     assert.match(await textOf(proof, "#halftone-note"), /only with the page the way it was drawn/);
     assert.match(await textOf(proof, "#halftone-note"), /-o StencilMirror=True/);
     await proof.page.screenshot({ path: shotPath("desktop-mirrored") });
     await proof.page.locator("#halftone-note button").click();
     await proof.settled();
-    assert.ok(!await proof.page.locator("#mirrored").isChecked());
+    assert.ok(!await proof.page.locator("#mirror").isChecked());
     assert.equal(await proof.page.locator("#halftones input:not(:disabled)").count(), 10);
   });
 
@@ -301,7 +301,7 @@ describe("a small page by mouse and keys", () => {
     }
     assert.deepEqual(reached, ["zoom-out", "zoom-in", "zoom-fit", "zoom-width", "zoom-one",
       "zoom-dots", "page", "divider", "show-heaviest", "copy", "halftone", "lighter", "brightness",
-      "darker", "mirrored", "half-turn", "inverted"]);
+      "darker", "mirror", "half-turn", "invert"]);
   });
 
   test("holds every combination", async () => {
@@ -345,8 +345,8 @@ describe("a small page by mouse and keys", () => {
 
   test("the page before lies as its dots do", async () => {
     const { inkWidth: width, rows } = page;
-    const lies = { "mirrored": (x, y) => [width - 1 - x, y], "half-turn": (x, y) =>
-      [width - 1 - x, rows - 1 - y], "mirrored half-turn": (x, y) => [x, rows - 1 - y] };
+    const lies = { "mirror": (x, y) => [width - 1 - x, y], "half-turn": (x, y) =>
+      [width - 1 - x, rows - 1 - y], "mirror half-turn": (x, y) => [x, rows - 1 - y] };
     await proof.keys("#divider", "End");
     const box = await proof.page.locator("#page").boundingBox();
     for (const [ids, place] of Object.entries(lies)) {
@@ -558,7 +558,7 @@ describe("a phone, by touch, in the dark", () => {
   test("a tap mirrors the page", async () => {
     await proof.page.locator("label", { hasText: "Mirrored" }).tap();
     await proof.settled();
-    await proof.page.locator("#mirrored").scrollIntoViewIfNeeded();
+    await proof.page.locator("#mirror").scrollIntoViewIfNeeded();
     await proof.page.screenshot({ path: shotPath("phone-switches") });
     await proof.page.evaluate(() => window.scrollTo(0, 0));
     await proof.keys("#divider", "Home");
@@ -575,7 +575,7 @@ describe("a trimmed job that is mirrored and inverted", () => {
   before(async () => { proof = await openProof(page, DESKTOP); });
 
   test("opens as it was asked for, at its place on the page", async () => {
-    for (const [id, on] of [["mirrored", true], ["half-turn", false], ["inverted", true]])
+    for (const [id, on] of [["mirror", true], ["half-turn", false], ["invert", true]])
       assert.equal(await proof.page.locator(`#${id}`).isChecked(), on, id);
     await checkFigures(proof, asked);
     const millimetres = (rows) => `${(rows * 25.4 / 300).toFixed(1)} mm`;
@@ -624,7 +624,7 @@ describe("a page that was prepared", () => {
 test("a page without ink is not inverted", async () => {
   const page = config.blank;
   const proof = await openProof(page, DESKTOP);
-  assert.ok(await proof.page.locator("#inverted").isChecked());
+  assert.ok(await proof.page.locator("#invert").isChecked());
   await proof.keys("#divider", "Home");
   await proof.keys("#page", "8");
   await proof.compareDots(dotsOf(page, page.asked), 3000);
