@@ -69,6 +69,7 @@ std::vector<LostInk> inkBeyondPage(const Placing& placing, const Paper& paper, c
   PageWish whole;
   whole.fitToPage = true;
   whole.ppi = wish.ppi;
+  whole.naturalPercent = wish.naturalPercent;
   whole.turn = placing.turn;
   GreyPage page;
   std::string error;

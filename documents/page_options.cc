@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <tuple>
-#include <utility>
 
 namespace documents {
 namespace {
@@ -112,6 +111,10 @@ Taken take(std::string_view name, std::string_view value, PageWish& wish) {
     const auto percent = number(value, 1, kMostPercent);
     good = percent.has_value();
     if (good) wish.percent = percent;
+  } else if (name == "natural-scaling") {
+    const auto percent = number(value, 1, kMostPercent);
+    good = percent.has_value();
+    if (good) wish.naturalPercent = percent;
   } else if (name == "ppi") {
     const auto ppi = density(value);
     good = ppi.has_value();
@@ -130,17 +133,67 @@ Taken take(std::string_view name, std::string_view value, PageWish& wish) {
   return good ? Taken::well : Taken::badly;
 }
 
+struct ForeignOption {
+  std::string_view name;
+  std::string_view neutral;  // the value that changes nothing
+  const char* instead;
+};
+
+constexpr const char* kOwnSize = "use position, or drav prepare --width";
+constexpr const char* kOwnColours = "the page is grey, so change the picture itself";
+constexpr const char* kOwnDrawing = "draw it into the document";
+
+constexpr std::array<ForeignOption, 13> kForeignOptions = {
+    {{"gamma", "1000", "use drav prepare --gamma"},
+     {"hue", "0", kOwnColours},
+     {"saturation", "100", kOwnColours},
+     {"profile", "", "put the profile into the picture"},
+     {"fitplot", "false", "use fit-to-page"},
+     {"fill", "false", "use print-scaling=fill"},
+     {"crop-to-fit", "false", "use print-scaling=none"},
+     {"page-left", "0", kOwnSize},
+     {"page-right", "0", kOwnSize},
+     {"page-top", "0", kOwnSize},
+     {"page-bottom", "0", kOwnSize},
+     {"page-border", "none", kOwnDrawing},
+     {"page-label", "", kOwnDrawing}}};
+
+// CUPS's brightness is in per cent, 100 for no change. The queue's own option has the same name
+// but for its first letter, and no choice as high.
+constexpr ForeignOption kBrightness = {"brightness", "100", "use Brightness"};
+constexpr uint32_t kLeastForeignBrightness = 16;
+constexpr uint32_t kMostForeignBrightness = 1000;
+
+const ForeignOption* foreignOption(std::string_view name, std::string_view value) {
+  if (name == kBrightness.name)
+    return number(value, kLeastForeignBrightness, kMostForeignBrightness) ? &kBrightness : nullptr;
+  for (const ForeignOption& option : kForeignOptions)
+    if (option.name == name) return &option;
+  return nullptr;
+}
+
+std::string optionText(std::string_view name, std::string_view value) {
+  std::string text = "the option ";
+  return text.append(name).append("=").append(value.substr(0, 40));
+}
+
 }  // namespace
 
 bool takePageOption(std::string_view name, std::string_view value, PageWish& wish,
                     std::vector<Note>& notes) {
   const Taken taken = take(name, value, wish);
   if (taken == Taken::badly) {
-    std::string text = "the option ";
-    text.append(name).append("=").append(value.substr(0, 40)).append(" means nothing here");
-    notes.push_back({NoteKind::kOptionIgnored, std::move(text)});
+    notes.push_back({NoteKind::kOptionIgnored, optionText(name, value) + " means nothing here"});
   }
   return taken != Taken::no;
+}
+
+void noteForeignOption(std::string_view name, std::string_view value, std::vector<Note>& notes) {
+  const ForeignOption* option = foreignOption(name, value);
+  if (option == nullptr || value == option->neutral) return;
+  if (option->neutral == "false" && truth(value) == std::optional(false)) return;
+  notes.push_back({NoteKind::kOptionIgnored,
+                   optionText(name, value) + " does nothing here; " + option->instead});
 }
 
 }  // namespace documents

@@ -11,12 +11,16 @@
 
 namespace documents {
 
-// Takes one option: print-scaling, fit-to-page, scaling, ppi, position,
+// Takes one option: print-scaling, fit-to-page, scaling, natural-scaling, ppi, position,
 // orientation-requested, landscape, mirror; by its exact name, as libcups gives it with its
 // value. False when it is none of these. A value that means nothing leaves the wish as it
 // was and adds a note. Of an option that comes twice the last counts.
 bool takePageOption(std::string_view name, std::string_view value, PageWish& wish,
                     std::vector<Note>& notes);
+
+// Adds a note for an option that the converters of CUPS take and nothing here does, with what
+// to use instead. None for other options, and for a value that changes nothing.
+void noteForeignOption(std::string_view name, std::string_view value, std::vector<Note>& notes);
 
 }  // namespace documents
 

@@ -43,8 +43,9 @@ struct Density {
 struct PageWish {
   PrintScaling scaling = PrintScaling::kAutoFit;
   bool fitToPage = false;
-  std::optional<uint32_t> percent;  // of the page, 1 to kMostPercent
-  std::optional<Density> ppi;       // 1 to 9600
+  std::optional<uint32_t> percent;         // of the page, 1 to kMostPercent
+  std::optional<uint32_t> naturalPercent;  // of the true size, 1 to kMostPercent
+  std::optional<Density> ppi;              // 1 to 9600
   Position across = Position::kCenter;
   Position along = Position::kCenter;
   std::optional<Turn> turn;  // asked for; kNone then means upright whatever happens

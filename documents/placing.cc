@@ -48,6 +48,19 @@ Density resolution(const PictureFacts& facts, const Paper& paper, const PageWish
   return near(own.x, head.x) && near(own.y, head.y) ? head : own;
 }
 
+// By which a length is multiplied: over * dpi / under.
+struct Factor {
+  double over = 1;
+  double under = 1;
+  double dpi = 1;
+
+  double value() const { return over * dpi / under; }
+  double dotsOf(const Length& length) const {
+    if (length.under == dpi) return length.over * over / under;
+    return length.over * over * dpi / (length.under * under);
+  }
+};
+
 // True size in dots. A picture on its side has its own height across the paper.
 Size trueSize(const PictureFacts& facts, const Density& dpi, const Paper& paper, Turn turn) {
   const auto across = static_cast<double>(paper.dpiX);
@@ -60,26 +73,31 @@ Size trueSize(const PictureFacts& facts, const Density& dpi, const Paper& paper,
 struct Sizing {
   PrintScaling scaling = PrintScaling::kAutoFit;
   uint32_t percent = 100;  // of the page, with kFit
+  Factor natural;          // of the true size, where nothing else decides
 };
 
 Sizing sizing(const PageWish& wish) {
   const bool enlarges = wish.scaling == PrintScaling::kFit || wish.scaling == PrintScaling::kFill;
-  if (wish.ppi) return {enlarges ? PrintScaling::kAutoFit : wish.scaling};
-  if (wish.percent) return {PrintScaling::kFit, *wish.percent};
-  if (wish.fitToPage) return {PrintScaling::kFit};
-  return {wish.scaling};
+  const PrintScaling keeping = enlarges ? PrintScaling::kAutoFit : wish.scaling;
+  const Factor natural =
+      wish.naturalPercent ? Factor{static_cast<double>(*wish.naturalPercent), 100} : Factor{};
+  if (wish.ppi) return {keeping, 100, natural};
+  if (wish.percent) return {PrintScaling::kFit, *wish.percent, {}};
+  if (wish.fitToPage) return {PrintScaling::kFit, 100, {}};
+  if (wish.naturalPercent) return {keeping, 100, natural};
+  return {wish.scaling, 100, {}};
 }
 
 struct Area {
   uint32_t left, top, width, height;
 };
 
-// Whether the area holds the true size, or would if it were a little larger: a head is not
-// as wide to the dot as its paper's name says.
-bool holds(const Area& area, const Size& size, const Paper& paper) {
+// Whether the area holds the size, or would if it were a little larger: a head is not as wide
+// to the dot as its paper's name says.
+bool holds(const Area& area, const Size& size, const Factor& factor, const Paper& paper) {
   const auto more = [](uint32_t dpi) { return kToleratedTenths * dpi / 254; };
-  return wholeDots(size.width.dots()) <= area.width + more(paper.dpiX) &&
-         wholeDots(size.height.dots()) <= area.height + more(paper.dpiY);
+  return wholeDots(factor.dotsOf(size.width)) <= area.width + more(paper.dpiX) &&
+         wholeDots(factor.dotsOf(size.height)) <= area.height + more(paper.dpiY);
 }
 
 Area printable(const Paper& paper) {
@@ -101,18 +119,6 @@ PrintScaling resolved(PrintScaling scaling, bool fits, const Paper& paper) {
   const bool hasMargins = (paper.left | paper.top | paper.right | paper.bottom) != 0;
   return scaling == PrintScaling::kAuto && !hasMargins ? PrintScaling::kFill : PrintScaling::kFit;
 }
-
-struct Factor {
-  double over = 1;
-  double under = 1;
-  double dpi = 1;
-
-  double value() const { return over * dpi / under; }
-  double dotsOf(const Length& length) const {
-    if (length.under == dpi) return length.over * over / under;
-    return length.over * over * dpi / (length.under * under);
-  }
-};
 
 // By how much `size` fills the area in one direction and stays within it in the other, or
 // (`covers`) leaves nothing of it blank. A roll is as long as it must be.
@@ -151,6 +157,7 @@ struct Told {
   const PageWish& wish;
   const Placing& placing;
   Size trueSize;
+  Factor natural;  // of that, before it was reduced
 };
 
 void tell(const Told& told, std::vector<Note>& notes) {
@@ -158,6 +165,7 @@ void tell(const Told& told, std::vector<Note>& notes) {
   const Paper& paper = told.paper;
   const Placing& placing = told.placing;
   const Size& size = told.trueSize;
+  const Factor& natural = told.natural;
   const auto across = [dpi = paper.dpiX](double dots) { return dots / dpi * kMillimetresPerInch; };
   const auto along = [dpi = paper.dpiY](double dots) { return dots / dpi * kMillimetresPerInch; };
   if (facts.frames > 1)
@@ -173,10 +181,11 @@ void tell(const Told& told, std::vector<Note>& notes) {
   if (placing.isTurned)
     notes.push_back({NoteKind::kTurned, "it was turned a quarter to the left to fit the page"});
   if (placing.isReduced)
-    notes.push_back({NoteKind::kReduced, "it is " + rounded(across(size.width.dots())) + " x " +
-                                             rounded(along(size.height.dots())) +
+    notes.push_back({NoteKind::kReduced, "it is " + rounded(across(natural.dotsOf(size.width))) +
+                                             " x " + rounded(along(natural.dotsOf(size.height))) +
                                              " mm large and was reduced to " +
-                                             tenths(placing.scale * 100) + " % to fit the page"});
+                                             tenths(placing.scale / natural.value() * 100) +
+                                             " % to fit the page"});
   const uint32_t lostAcross = placing.width - placing.visibleWidth();
   const uint32_t lostAlong = placing.height - placing.visibleHeight();
   if (lostAcross != 0 || lostAlong != 0)
@@ -196,21 +205,22 @@ Placing placePicture(const PictureFacts& facts, const Paper& paper, const PageWi
   const Sizing wanted = sizing(wish);
   Area area = printable(paper);
   Placing placing;
-  const bool fitsUpright = holds(area, trueSize(facts, dpi, paper, Turn::kNone), paper);
-  const bool fitsTurned = holds(area, trueSize(facts, dpi, paper, Turn::kLeft), paper);
+  const Factor& natural = wanted.natural;
+  const bool fitsUpright = holds(area, trueSize(facts, dpi, paper, Turn::kNone), natural, paper);
+  const bool fitsTurned = holds(area, trueSize(facts, dpi, paper, Turn::kLeft), natural, paper);
   placing.turn = chooseTurn(wish, wanted.scaling, fitsUpright, fitsTurned);
   placing.isTurned = !wish.turn && !wish.landscape && placing.turn != Turn::kNone;
 
   const Size size = trueSize(facts, dpi, paper, placing.turn);
-  const PrintScaling scaling = resolved(wanted.scaling, holds(area, size, paper), paper);
+  const PrintScaling scaling = resolved(wanted.scaling, holds(area, size, natural, paper), paper);
   if (scaling == PrintScaling::kFill) area = {0, 0, paper.width, paper.height};
-  Factor factor;
+  Factor factor = natural;
   if (scaling != PrintScaling::kNone)
     factor = filling(size, area, wanted.percent, scaling == PrintScaling::kFill, paper.roll);
   const double longest = std::max(size.width.dots(), size.height.dots());
   if (factor.value() > kMostDots / longest) factor = {kMostDots, longest, 1};
   placing.scale = factor.value();
-  placing.isReduced = placing.scale < 1 && wanted.scaling != PrintScaling::kFit &&
+  placing.isReduced = placing.scale < natural.value() && wanted.scaling != PrintScaling::kFit &&
                       wanted.scaling != PrintScaling::kFill;
   placing.width = wholeDots(factor.dotsOf(size.width));
   placing.height = wholeDots(factor.dotsOf(size.height));
@@ -229,7 +239,7 @@ Placing placePicture(const PictureFacts& facts, const Paper& paper, const PageWi
   placing.y = paper.roll ? area.top
                          : placeAt(area.top, int64_t{area.height} - placing.height, wish.along,
                                    isTolerated);
-  if (notes != nullptr) tell({facts, paper, wish, placing, size}, *notes);
+  if (notes != nullptr) tell({facts, paper, wish, placing, size, natural}, *notes);
   return placing;
 }
 

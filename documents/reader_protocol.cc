@@ -63,17 +63,19 @@ bool isSane(const Paper& paper) {
 std::string requestText(const Paper& paper, const PageWish& wish) {
   const Density ppi = wish.ppi.value_or(Density{});
   const uint64_t turn = wish.turn ? static_cast<uint64_t>(*wish.turn) + 1 : 0;
-  return joined({paper.dpiX, paper.dpiY, paper.width, paper.height, paper.left, paper.top,
-                 paper.right, paper.bottom, paper.roll ? 1U : 0U,
-                 static_cast<uint64_t>(wish.scaling), wish.fitToPage ? 1U : 0U,
-                 wish.percent.value_or(0), millionths(ppi.x), millionths(ppi.y),
-                 static_cast<uint64_t>(wish.across), static_cast<uint64_t>(wish.along), turn,
-                 wish.landscape ? 1U : 0U, wish.colour ? 1U : 0U});
+  const std::string page = joined({paper.dpiX, paper.dpiY, paper.width, paper.height, paper.left,
+                                   paper.top, paper.right, paper.bottom, paper.roll ? 1U : 0U});
+  return page + " " +
+         joined({static_cast<uint64_t>(wish.scaling), wish.fitToPage ? 1U : 0U,
+                 wish.percent.value_or(0), wish.naturalPercent.value_or(0), millionths(ppi.x),
+                 millionths(ppi.y), static_cast<uint64_t>(wish.across),
+                 static_cast<uint64_t>(wish.along), turn, wish.landscape ? 1U : 0U,
+                 wish.colour ? 1U : 0U});
 }
 
 bool readRequest(const std::string& text, Paper& paper, PageWish& wish) {
   const std::vector<uint64_t> numbers = split(text);
-  constexpr size_t kNumbers = 19;
+  constexpr size_t kNumbers = 20;
   if (numbers.size() != kNumbers) return false;
   size_t at = 0;
   for (uint32_t* field : {&paper.dpiX, &paper.dpiY, &paper.width, &paper.height, &paper.left,
@@ -85,6 +87,7 @@ bool readRequest(const std::string& text, Paper& paper, PageWish& wish) {
   const auto scaling = choice(numbers[at++], PrintScaling::kNone);
   wish.fitToPage = numbers[at++] != 0;
   const uint64_t percent = numbers[at++];
+  const uint64_t naturalPercent = numbers[at++];
   const Density ppi = {fromMillionths(numbers[at]), fromMillionths(numbers[at + 1])};
   at += 2;
   const auto across = choice(numbers[at++], Position::kEnd);
@@ -93,12 +96,14 @@ bool readRequest(const std::string& text, Paper& paper, PageWish& wish) {
   wish.landscape = numbers[at++] != 0;
   wish.colour = numbers[at] != 0;
   constexpr auto kTurns = static_cast<uint64_t>(Turn::kRight) + 1;
-  if (!scaling || !across || !along || turn > kTurns || percent > kMostPercent || !isSane(paper))
+  if (!scaling || !across || !along || turn > kTurns || percent > kMostPercent ||
+      naturalPercent > kMostPercent || !isSane(paper))
     return false;
   wish.scaling = *scaling;
   wish.across = *across;
   wish.along = *along;
   if (percent != 0) wish.percent = static_cast<uint32_t>(percent);
+  if (naturalPercent != 0) wish.naturalPercent = static_cast<uint32_t>(naturalPercent);
   if (ppi.x > 0 && ppi.y > 0) wish.ppi = ppi;
   if (turn != 0) wish.turn = static_cast<Turn>(turn - 1);
   return true;

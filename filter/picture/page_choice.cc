@@ -61,9 +61,13 @@ bool PageChoice::has(uint32_t page) const {
   return ranges_.empty();
 }
 
-const char* unsupportedOption(int count, cups_option_t* options) {
+const char* unsupportedOption(int count, cups_option_t* options, bool isRoll, bool isPicture) {
   const char* up = cupsGetOption("number-up", count, options);
-  if (up != nullptr && std::atoi(up) != 1) return "number-up: print the picture as a PDF";
+  if (up != nullptr && std::atoi(up) != 1) {
+    if (isRoll) return "number-up on a roll: leave it out, and one page follows the other";
+    return isPicture ? "number-up: print the picture as a PDF"
+                     : "number-up without CUPS's converters: leave it out";
+  }
   if (value("outputorder", count, options) == "reverse") return "outputorder=reverse";
   return nullptr;
 }

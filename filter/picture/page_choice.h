@@ -32,6 +32,6 @@ class PageChoice {
 };
 
 // What is asked for and is not done here, with what to do instead; null for nothing.
-const char* unsupportedOption(int count, cups_option_t* options);
+const char* unsupportedOption(int count, cups_option_t* options, bool isRoll, bool isPicture);
 
 #endif  // FILTER_PICTURE_PAGE_CHOICE_H_

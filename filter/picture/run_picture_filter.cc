@@ -38,7 +38,8 @@ void logNotes(const std::vector<Note>& notes) {
 documents::PageWish wishOf(const JobOptions& options, std::vector<Note>& notes) {
   documents::PageWish wish;
   for (const cups_option_t& option : options)
-    (void)documents::takePageOption(option.name, option.value, wish, notes);
+    if (!documents::takePageOption(option.name, option.value, wish, notes))
+      documents::noteForeignOption(option.name, option.value, notes);
   return wish;
 }
 
@@ -159,10 +160,6 @@ int runJob(int argc, char* const argv[], documents::World world,
     return EXIT_FAILURE;
   }
   const JobOptions options(argv[5]);
-  if (const char* why = unsupportedOption(options.count(), options.list())) {
-    dravLogCommon(kLogError, "A picture cannot be printed with %s!", why);
-    return EXIT_FAILURE;
-  }
   std::vector<Note> notes;
   const documents::PageWish wish = wishOf(options, notes);
   logNotes(notes);
@@ -180,6 +177,12 @@ int runJob(int argc, char* const argv[], documents::World world,
   world.stopRequested = environment.cancelRequested;
   if (file < 0) {
     dravLogCommon(kLogError, "The document %s!", error.c_str());
+    return EXIT_FAILURE;
+  }
+  const bool isPicture = documents::isPicture(documents::kindOfFile(file));
+  if (const char* why =
+          unsupportedOption(options.count(), options.list(), paper.paper.roll, isPicture)) {
+    dravLogCommon(kLogError, "The document cannot be printed with %s!", why);
     return EXIT_FAILURE;
   }
   return printPages(settings, Document(file, paper, wish, world), paper,

@@ -3,30 +3,13 @@
 // and keys, on a phone by touch.
 import assert from "node:assert/strict";
 import fs from "node:fs";
-import { createRequire } from "node:module";
 import path from "node:path";
-import { after, before, test } from "node:test";
+import { test } from "node:test";
 
-import { makeDecoder, Proof } from "./screen.mjs";
-
-const config = JSON.parse(fs.readFileSync(process.argv[2], "utf8"));
-const { chromium } = createRequire(path.join(config.folder, "package.json"))("playwright-core");
-const PHONE = { viewport: { width: 390, height: 844 }, hasTouch: true, isMobile: true,
-  deviceScaleFactor: 2, colorScheme: "dark" };
-
-let browser;
-let decode;
-before(async () => {
-  browser = await chromium.launch({ executablePath: config.chromium,
-    chromiumSandbox: process.getuid() !== 0 });
-  decode = await makeDecoder(browser);
-});
-after(() => browser.close());
+import { config, DESKTOP, newProof, PHONE, shotPath } from "./screen.mjs";
 
 async function openPage(options) {
-  const context = await browser.newContext(options);
-  context.setDefaultTimeout(30_000);
-  const proof = new Proof(await context.newPage(), decode);
+  const proof = await newProof(options, 30_000);
   proof.page.on("filechooser", () => {}); // so that no window of the system's opens in between
   await proof.page.goto(config.url);
   await proof.page.locator("body[data-ready]").waitFor();
@@ -40,7 +23,7 @@ async function closeQuietly(proof) {
 }
 
 function shoot(proof, name) {
-  return proof.page.screenshot({ path: path.join(config.folder, `${name}.png`) });
+  return proof.page.screenshot({ path: shotPath(name) });
 }
 
 // Milliseconds until the proof that `act` asks for is on the screen, without the page before.
@@ -76,7 +59,7 @@ async function waitState(proof, state) {
 }
 
 test("a drawing is dropped, changed and printed; the dots are those on the screen", async () => {
-  const proof = await openPage({ viewport: { width: 1200, height: 800 }, colorScheme: "light" });
+  const proof = await openPage(DESKTOP);
   const { page } = proof;
   await shoot(proof, "print-empty");
   assert.equal(await page.locator("#print").isDisabled(), true);
@@ -148,7 +131,7 @@ test("on a phone, in German and in the dark", async () => {
 });
 
 test("by keys alone, with a file that is no drawing first", async () => {
-  const proof = await openPage({ viewport: { width: 1200, height: 800 }, colorScheme: "dark" });
+  const proof = await openPage({ ...DESKTOP, colorScheme: "dark" });
   const { page } = proof;
   for (const [file, state] of [[config.text, false], [config.small, true]]) {
     await page.locator("#choose").focus();

@@ -2,41 +2,18 @@
 // Uses the pages of `drav proof --html` as people do: by mouse, keys and touch.
 import assert from "node:assert/strict";
 import fs from "node:fs";
-import { createRequire } from "node:module";
-import path from "node:path";
-import { after, before, describe, test } from "node:test";
+import { before, describe, test } from "node:test";
 
-import { Dots, makeDecoder, Proof } from "./screen.mjs";
-
-const config = JSON.parse(fs.readFileSync(process.argv[2], "utf8"));
-const { chromium } = createRequire(path.join(config.folder, "package.json"))("playwright-core");
-const DESKTOP = { viewport: { width: 1200, height: 800 }, colorScheme: "light" };
-const PHONE = { viewport: { width: 390, height: 844 }, hasTouch: true, isMobile: true,
-  deviceScaleFactor: 2, colorScheme: "dark" };
-
-let browser;
-let decode;
-before(async () => {
-  browser = await chromium.launch({ executablePath: config.chromium,
-    chromiumSandbox: process.getuid() !== 0 });
-  decode = await makeDecoder(browser);
-});
-after(() => browser.close());
+import { areaIn, config, DESKTOP, Dots, newProof, PHONE, shotPath } from "./screen.mjs";
 
 function dotsOf(page, file) {
   return new Dots(file, page.width, page.rows);
 }
 
 async function openProof(page, options) {
-  const context = await browser.newContext(options);
-  context.setDefaultTimeout(15_000);
-  const proof = new Proof(await context.newPage(), decode);
+  const proof = await newProof(options, 15_000);
   await proof.open(page.html);
   return proof;
-}
-
-function shotPath(name) {
-  return path.join(config.folder, `${name}.png`);
 }
 
 async function textOf(proof, selector) {
@@ -52,7 +29,7 @@ async function closeQuietly(proof, page) {
 
 // Sets the switches of the page; those that are not named are off.
 async function setWay(proof, ...ids) {
-  for (const id of ["mirrored", "half-turn", "inverted"])
+  for (const id of ["mirror", "half-turn", "invert"])
     await proof.page.locator(`#${id}`).setChecked(ids.includes(id));
   await proof.settled();
 }
@@ -229,10 +206,10 @@ describe("a large page on a desktop", () => {
 
   test("mirrored and turned it shows the dots of the filter, and the side that is lost", async () => {
     for (const [ids, options, side] of [
-      [["mirrored"], "StencilMirror=True", "left"], [["half-turn"], "HalfTurn=True", "left"],
-      [["mirrored", "half-turn"], "StencilMirror=True HalfTurn=True", "right"],
-      [["inverted"], "InvertPage=True", "right"],
-      [["inverted", "mirrored"], "InvertPage=True StencilMirror=True", "left"]]) {
+      [["mirror"], "StencilMirror=True", "left"], [["half-turn"], "HalfTurn=True", "left"],
+      [["mirror", "half-turn"], "StencilMirror=True HalfTurn=True", "right"],
+      [["invert"], "InvertPage=True", "right"],
+      [["invert", "mirror"], "InvertPage=True StencilMirror=True", "left"]]) {
       await setWay(proof, ...ids);
       const dots = dotsOf(page, page.ways[options]);
       await checkFigures(proof, dots);
@@ -254,7 +231,7 @@ describe("a large page on a desktop", () => {
   test("every halftone is inverted as the filter does it", async () => {
     for (const halftone of ["Ordered", "Tattoo_X8"]) {
       await choose(proof, halftone);
-      await setWay(proof, "inverted");
+      await setWay(proof, "invert");
       const dots = dotsOf(page, page.ways[`InvertPage=True HalftoneType=${halftone}`]);
       await checkFigures(proof, dots);
       await proof.compareDots(dots, 5000);
@@ -265,23 +242,23 @@ describe("a large page on a desktop", () => {
 
   test("other ways round are there for the job's halftone alone, and it says why", async () => {
     await choose(proof, "Burkes");
-    assert.ok(await proof.page.locator("#mirrored").isDisabled());
+    assert.ok(await proof.page.locator("#mirror").isDisabled());
     assert.ok(await proof.page.locator("#half-turn").isDisabled());
-    assert.ok(await proof.page.locator("#inverted").isEnabled());
+    assert.ok(await proof.page.locator("#invert").isEnabled());
     assert.match(await textOf(proof, "#switch-note"), /for “Tattoo stencil” at “Normal” only/);
     await proof.page.locator("#switch-note").scrollIntoViewIfNeeded();
     await proof.page.screenshot({ path: shotPath("desktop-stuck") });
     await proof.page.locator("#switch-note button").click();
     await proof.settled();
     assert.ok(await proof.page.locator("#switch-note").isHidden());
-    await setWay(proof, "mirrored");
+    await setWay(proof, "mirror");
     assert.equal(await proof.page.locator("#halftones input:not(:disabled)").count(), 1);
     assert.match(await textOf(proof, "#halftone-note"), /only with the page the way it was drawn/);
     assert.match(await textOf(proof, "#halftone-note"), /-o StencilMirror=True/);
     await proof.page.screenshot({ path: shotPath("desktop-mirrored") });
     await proof.page.locator("#halftone-note button").click();
     await proof.settled();
-    assert.ok(!await proof.page.locator("#mirrored").isChecked());
+    assert.ok(!await proof.page.locator("#mirror").isChecked());
     assert.equal(await proof.page.locator("#halftones input:not(:disabled)").count(), 10);
   });
 
@@ -324,7 +301,7 @@ describe("a small page by mouse and keys", () => {
     }
     assert.deepEqual(reached, ["zoom-out", "zoom-in", "zoom-fit", "zoom-width", "zoom-one",
       "zoom-dots", "page", "divider", "show-heaviest", "copy", "halftone", "lighter", "brightness",
-      "darker", "mirrored", "half-turn", "inverted"]);
+      "darker", "mirror", "half-turn", "invert"]);
   });
 
   test("holds every combination", async () => {
@@ -368,18 +345,27 @@ describe("a small page by mouse and keys", () => {
 
   test("the page before lies as its dots do", async () => {
     const { inkWidth: width, rows } = page;
-    const lies = { "mirrored": (x, y) => [width - 1 - x, y], "half-turn": (x, y) =>
-      [width - 1 - x, rows - 1 - y], "mirrored half-turn": (x, y) => [x, rows - 1 - y] };
+    const lies = { "mirror": (x, y) => [width - 1 - x, y], "half-turn": (x, y) =>
+      [width - 1 - x, rows - 1 - y], "mirror half-turn": (x, y) => [x, rows - 1 - y] };
     await proof.keys("#divider", "End");
     const box = await proof.page.locator("#page").boundingBox();
     for (const [ids, place] of Object.entries(lies)) {
       await setWay(proof, ...ids.split(" "));
-      await proof.keys("#page", "0", "8");
-      const before = await proof.compare((x, y) => {
+      const inkAt = (x, y) => {
         const [inkX, inkY] = place(x, y);
-        return 255 - ink[inkY * width + inkX];
-      }, { width, rows }, { left: 60, top: 50, right: Math.round(box.width) - 30 });
+        return ink[inkY * width + inkX];
+      };
+      await proof.keys("#page", "0", "8");
+      const before = await proof.compare((x, y) => 255 - inkAt(x, y), { width, rows },
+        { left: 60, top: 50, right: Math.round(box.width) - 30 });
       assert.ok(before > 5000, `${before} pixels`);
+      await proof.keys("#page", "0"); // no key makes so small a page smaller than its dots
+      await proof.page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
+      await proof.page.mouse.wheel(0, 5000);
+      await proof.page.waitForFunction(() => Number(document.getElementById("stage").dataset.zoom) < 1);
+      await proof.settled();
+      await proof.compareMeans({ width, rows,
+        blackIn: (...edges) => areaIn((x, y) => inkAt(x, y) / 255, ...edges) }, 15_000);
     }
     await setWay(proof);
     await proof.keys("#divider", "Home", ...Array(5).fill("PageUp"));
@@ -572,7 +558,7 @@ describe("a phone, by touch, in the dark", () => {
   test("a tap mirrors the page", async () => {
     await proof.page.locator("label", { hasText: "Mirrored" }).tap();
     await proof.settled();
-    await proof.page.locator("#mirrored").scrollIntoViewIfNeeded();
+    await proof.page.locator("#mirror").scrollIntoViewIfNeeded();
     await proof.page.screenshot({ path: shotPath("phone-switches") });
     await proof.page.evaluate(() => window.scrollTo(0, 0));
     await proof.keys("#divider", "Home");
@@ -589,7 +575,7 @@ describe("a trimmed job that is mirrored and inverted", () => {
   before(async () => { proof = await openProof(page, DESKTOP); });
 
   test("opens as it was asked for, at its place on the page", async () => {
-    for (const [id, on] of [["mirrored", true], ["half-turn", false], ["inverted", true]])
+    for (const [id, on] of [["mirror", true], ["half-turn", false], ["invert", true]])
       assert.equal(await proof.page.locator(`#${id}`).isChecked(), on, id);
     await checkFigures(proof, asked);
     const millimetres = (rows) => `${(rows * 25.4 / 300).toFixed(1)} mm`;
@@ -638,7 +624,7 @@ describe("a page that was prepared", () => {
 test("a page without ink is not inverted", async () => {
   const page = config.blank;
   const proof = await openProof(page, DESKTOP);
-  assert.ok(await proof.page.locator("#inverted").isChecked());
+  assert.ok(await proof.page.locator("#invert").isChecked());
   await proof.keys("#divider", "Home");
   await proof.keys("#page", "8");
   await proof.compareDots(dotsOf(page, page.asked), 3000);

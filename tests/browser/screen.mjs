@@ -1,9 +1,44 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is on the screen of a proof, and what ought to be.
+// The browser of a test program, what is on the screen of a proof, and what ought to be.
 import assert from "node:assert/strict";
 import fs from "node:fs";
+import { createRequire } from "node:module";
+import path from "node:path";
+import { after, before } from "node:test";
 
 const BAND_ROWS = 96;
+
+export const DESKTOP = { viewport: { width: 1200, height: 800 }, colorScheme: "light" };
+export const PHONE = { viewport: { width: 390, height: 844 }, hasTouch: true, isMobile: true,
+  deviceScaleFactor: 2, colorScheme: "dark" };
+
+// What the program is told; its folder has the package that drives the browser.
+export const config = JSON.parse(fs.readFileSync(process.argv[2], "utf8"));
+const { chromium } = createRequire(path.join(config.folder, "package.json"))("playwright-core");
+
+let browser;
+let decode;
+before(async () => {
+  browser = await chromium.launch({ executablePath: config.chromium,
+    chromiumSandbox: process.getuid() !== 0 });
+  decode = await makeDecoder(browser);
+});
+after(() => browser.close());
+
+export function shotPath(name) {
+  return path.join(config.folder, `${name}.png`);
+}
+
+// Area of what is black in a part whose edges may lie within dots; `shareOf` says how much of
+// a dot is.
+export function areaIn(shareOf, left, right, top, bottom) {
+  let area = 0;
+  for (let y = Math.floor(top); y < bottom; ++y)
+    for (let x = Math.floor(left); x < right; ++x)
+      area += shareOf(x, y) * (Math.min(right, x + 1) - Math.max(left, x)) *
+        (Math.min(bottom, y + 1) - Math.max(top, y));
+  return area;
+}
 
 // The dots of a page as a PNG of drav proof has them.
 export class Dots {
@@ -30,14 +65,8 @@ export class Dots {
   }
 
   // Area of the dots in a part whose edges may lie within dots.
-  blackIn(left, right, top, bottom) {
-    let area = 0;
-    for (let y = Math.floor(top); y < bottom; ++y)
-      for (let x = Math.floor(left); x < right; ++x)
-        if (x < this.width && y < this.rows && this.isDot(x, y))
-          area += (Math.min(right, x + 1) - Math.max(left, x)) *
-            (Math.min(bottom, y + 1) - Math.max(top, y));
-    return area;
+  blackIn(...edges) {
+    return areaIn((x, y) => (x < this.width && y < this.rows && this.isDot(x, y) ? 1 : 0), ...edges);
   }
 
   heaviestBand() {
@@ -52,7 +81,7 @@ export class Dots {
 }
 
 // A grey picture of part of the screen, in the screen's own pixels.
-export class Shot {
+class Shot {
   constructor({ width, height, levels }, box) {
     Object.assign(this, { levels, pitch: width, left: box.x, top: box.y });
     this.width = Math.min(box.width, width - box.x);
@@ -65,7 +94,7 @@ export class Shot {
 }
 
 // Decodes screenshots in a window of its own, so that no other goes to the background.
-export async function makeDecoder(browser) {
+async function makeDecoder(browser) {
   const page = await browser.newPage();
   return async (png) => {
     const { width, height, text } = await page.evaluate(async (address) => {
@@ -85,7 +114,7 @@ export async function makeDecoder(browser) {
 }
 
 // A page of a proof that is open, with all that it said and asked for.
-export class Proof {
+class Proof {
   constructor(page, decode) {
     Object.assign(this, { page, decode, complaints: [], requests: [] });
     page.on("console", (message) => this.complaints.push(`${message.type()}: ${message.text()}`));
@@ -180,6 +209,7 @@ export class Proof {
   async compareMeans(dots, least) {
     const shot = await this.shoot();
     const { zoom, x, y } = await this.view();
+    assert.ok(zoom < 1, `${zoom} is not below 1 : 1`);
     const [left, top] = [Math.round(x * zoom), Math.round(y * zoom)];
     let compared = 0;
     for (let row = 40; row < shot.height; ++row)
@@ -201,4 +231,12 @@ export class Proof {
     const canvas = this.page.locator("#canvas");
     return canvas.evaluate((element) => element.toDataURL());
   }
+}
+
+// On a screen of its own, before it has gone anywhere; it waits so many milliseconds for what
+// is looked for.
+export async function newProof(options, patience) {
+  const context = await browser.newContext(options);
+  context.setDefaultTimeout(patience);
+  return new Proof(await context.newPage(), decode);
 }

@@ -79,16 +79,17 @@ def place(pixels: tuple[int, int], stated: tuple[float, float], paper: Paper,
     room = [paper.width - left - right, paper.height - top - bottom]
 
     def fits(size: list[Fraction]) -> bool:
-        return all(to_dots(side) <= have + math.floor(TOLERATED * 10 / 254 * dots)
+        return all(to_dots(side * natural) <= have + math.floor(TOLERATED * 10 / 254 * dots)
                    for side, have, dots in zip(size, room, paper.dpi))
 
-    mode, percent = options.get("print-scaling", "auto-fit"), 100
-    if "ppi" in options:
-        mode = "auto-fit" if mode in ("fit", "fill") else mode
-    elif "scaling" in options:
+    mode, percent, natural = options.get("print-scaling", "auto-fit"), 100, Fraction(1)
+    if "ppi" not in options and "scaling" in options:
         mode, percent = "fit", int(options["scaling"])
-    elif options.get("fit-to-page") == "true":
+    elif "ppi" not in options and options.get("fit-to-page") == "true":
         mode = "fit"
+    elif "ppi" in options or "natural-scaling" in options:
+        mode = "auto-fit" if mode in ("fit", "fill") else mode
+        natural = Fraction(int(options.get("natural-scaling", "100")), 100)
 
     asked = options.get("orientation-requested", "7")
     if asked != "7":
@@ -115,7 +116,7 @@ def place(pixels: tuple[int, int], stated: tuple[float, float], paper: Paper,
     elif how == "fill":
         factor = ratios[0] if paper.roll else max(ratios)
     else:
-        factor = Fraction(1)
+        factor = natural
     factor = min(factor, MOST_DOTS / max(size))
     dots = tuple(to_dots(side * factor) for side in size)
 
@@ -130,4 +131,4 @@ def place(pixels: tuple[int, int], stated: tuple[float, float], paper: Paper,
         shift = 0 if start in words else spare if end in words else middle
         at.append(origin[i] + (0 if i == 1 and paper.roll else shift))
     return Placed(tuple(page), quarters, dots, tuple(at), unasked,
-                  factor < 1 and mode not in ("fit", "fill"))
+                  factor < natural and mode not in ("fit", "fill"))

@@ -369,11 +369,15 @@ class PictureTest(DocumentCase):
                 ((120, 100), ("orientation-requested=4", "position=top", "mirror"),
                  {bottom: (90, 80, 100, 0.5)}),
                 ((300, 300), ("ppi=100", "position=left"), {right: (210, 120, 180, 0.5)}),
+                ((300, 300), ("natural-scaling=300", "position=left"),
+                 {right: (210, 120, 180, 0.5)}),
+                ((300, 300), ("ppi=600", "natural-scaling=600", "position=left"),
+                 {right: (210, 120, 180, 0.5)}),
                 ((1000, 1000), ("ppi=30", "position=left"), {right: (700, 400, 600, 0.5)})):
             with self.subTest(paper=paper, options=options):
                 got = self.one_page(path, Paper((300, 300), *paper), "print-scaling=none", *options)
                 self.assertEqual(got.lost.keys(), lost.keys())
-                soft = 6 if any("ppi" in option for option in options) else 0
+                soft = 6 if any("ppi" in option or "scaling" in option for option in options) else 0
                 for side, numbers in lost.items():
                     for found, wanted in zip(got.lost[side][:3], numbers[:3]):
                         self.assertLessEqual(abs(found - wanted), soft, got.lost)

@@ -118,6 +118,25 @@ class PictureFilterTest(unittest.TestCase):
         self.assertSamePrint(model, size, paper, levels, saved(image(levels), "PNG"),
                              Brightness="-10", HalftoneType="FloydSteinberg")
 
+    def test_options_that_only_the_converters_of_cups_know(self) -> None:
+        """They change no byte, and one line each says what to use."""
+        data = saved(image(ramp(60, 40)), "PNG")
+        options = "gamma=1700 page-border=double hue=0 brightness=120"
+        plain, told = (self.run_filter(PICTURES, "dravsa43", text, data) for text in ("", options))
+        self.assertEqual((told.returncode, told.stdout), (0, plain.stdout))
+        lines = [line for line in told.stderr.decode().splitlines() if line.startswith("WARN:")]
+        notes = ["the option brightness=120 does nothing here; use Brightness",
+                 "the option gamma=1700 does nothing here; use drav prepare --gamma",
+                 "the option page-border=double does nothing here; draw it into the document"]
+        self.assertEqual(sorted(lines), [f"WARN:Of the picture: {note}." for note in notes])
+        path = self.folder / "input"
+        done = subprocess.run([DRAV, "proof", str(path), "-O", str(self.folder / "a.png"), *(
+            part for option in options.split() for part in ("-o", option))], check=True,
+            capture_output=True, timeout=100)
+        told = done.stderr.decode().splitlines()
+        self.assertEqual(sorted(line for line in told if "nothing here" in line),
+                         [f"drav: note: the picture: {note}" for note in notes])
+
     def test_from_standard_input(self) -> None:
         data = saved(image(ramp(50, 50)), "PNG")
         by_name = self.run_filter(PICTURES, "dravsa43", "", data)
@@ -134,7 +153,7 @@ class PictureFilterTest(unittest.TestCase):
                 ("grey.png", saved(image(levels), "PNG"), "dravr582", "HalftoneType=Ordered"),
                 ("soft.png", saved(clear, "PNG"), "dravsa43", "Brightness=-10", "position=right"),
                 ("fine.png", png(300, 190, 8, 0, [bytes(row) for row in levels], metres(23622)),
-                 "dravr802", "mirror", "landscape"),
+                 "dravr802", "mirror", "landscape", "natural-scaling=70"),
                 ("photo.jpg", saved(colour, "JPEG", exif=exif(6)), "dravr803", "scaling=40"),
                 ("inks.jpg", saved(colour.convert("CMYK"), "JPEG"), "dravsa43", "ppi=200x150",
                  "StencilMirror=True"),
@@ -143,6 +162,8 @@ class PictureFilterTest(unittest.TestCase):
                 ("sheet.tiff", saved(colour, "TIFF"), "dravr803", "fit-to-page", "TrimPaper=Both",
                  "orientation-requested=5"),
                 ("flat.webp", saved(colour, "WEBP"), "dravr582", "PageSize=Custom.48x90mm"),
+                ("left.png", saved(image(levels), "PNG"), "dravsa43", "position=left",
+                 "HalfTurn=True"),
                 ("receipt.txt", b"Tea\t2,50\nCake\t3,00\n" * 4, "dravr802", "TrimPaper=End"),
                 ("roll.pdf", drav_case.pictures.make_pdf([b"0 g 20 100 5 400 re f"]), "dravr803"),
                 ("drawn.svg", svg, "dravsa43", "PageSize=Tattoo_A6", "print-scaling=fill",
@@ -161,7 +182,9 @@ class PictureFilterTest(unittest.TestCase):
                     drawn = [drav_case.pictures.read_png(out.read_bytes()).page()]
                 told = [line.partition("ink lost ")[2] for line in sent.stderr.decode().splitlines()
                         if line.startswith("WARN:drav: page 1: ")]
-                self.assertEqual(bool(told), name in ("map.pgm", "drawn.svg"))
+                self.assertEqual(bool(told), name in ("map.pgm", "left.png", "drawn.svg"))
+                if name == "left.png":  # which the half turn lays beside the head
+                    self.assertRegex(told[0], r"\Aat the left: [67]\.\d mm, ")
                 self.assertIn("; ".join(told), done.stderr.decode())
                 self.assertTrue(any(any(row) for row in drawn[0]), "the page is blank")
                 self.assertEqual(drawn, drav_case.pages_of(sent.stdout))
@@ -174,15 +197,22 @@ class PictureFilterTest(unittest.TestCase):
                 (b"<html>text</html>\n", "", "The document is text that describes a page"),
                 (b"%PDF-1.4\n", "", "The document is PDF, which is printed on rolls alone!"),
                 (png(65_000, 65_000, 8, 0, [b""]), "", "The document has 65000 x 65000 pixels"),
-                (good, "number-up=2", "A picture cannot be printed with number-up"),
+                (good, "number-up=2", "The document cannot be printed with number-up: print the "
+                 "picture as a PDF!"),
                 (good, "page-ranges=2-3", "The document has no page of those"),
                 (good, "page-set=even", "The document has no page of those"),
-                (good, "outputorder=reverse", "A picture cannot be printed with outputorder")):
+                (good, "outputorder=reverse", "The document cannot be printed with outputorder=reverse!")):
             result = self.run_filter(PICTURES, "dravsa43", options, data)
             errors = [text for text in result.stderr.decode().splitlines()
                       if text.startswith("ERROR:")]
             self.assertEqual((result.returncode, result.stdout, len(errors)), (1, b"", 1), errors)
             self.assertIn(f"ERROR:{line}", errors[0])
+        leave = "The document cannot be printed with number-up on a roll: leave it out, and one page " \
+                "follows the other!"
+        for data in (good, drav_case.pictures.make_pdf([b"0 g 9 9 9 9 re f"]), b"Tea 2,50\n"):
+            result = self.run_filter(PICTURES, "dravr582", "number-up=2", data)
+            self.assertEqual((result.returncode, result.stdout), (1, b""))
+            self.assertIn(f"ERROR:{leave}", result.stderr.decode().splitlines())
         for options in ("number-up=1", "page-ranges=1", "page-ranges=1-4", "page-ranges=-2"):
             self.assertEqual(self.run_filter(PICTURES, "dravsa43", options, good).returncode, 0)
 

@@ -31,6 +31,7 @@ def random_case(rng: random.Random):
     for name, values in (("print-scaling", ("none", "auto", "auto-fit", "fit", "fill")),
                          ("fit-to-page", ("true", "false")),
                          ("scaling", ("1", "50", "100", "101", "1000")),
+                         ("natural-scaling", ("1", "50", "100", "120", "300")),
                          ("ppi", ("72", "300", "100x200", "9600")),
                          ("position", POSITIONS),
                          ("orientation-requested", "34567"),

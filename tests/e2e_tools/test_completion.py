@@ -125,6 +125,9 @@ class CompletionCase(unittest.TestCase):
         for shell in ("bash", "zsh", "fish"):
             self.assertIn(shell, complete("drav completion "))
         for line, wanted in (("drav sheet --model dravr", ("dravr582", "dravr802")),
+                             ("drav prepare --paper Tattoo", ("Tattoo_A5", "Tattoo_A6")),
+                             ("drav proof --paper X48", ("X48MMY100MM", "X48MMY200MM")),
+                             ("drav sheet --paper X80MMY", ("X80MMY200MM", "X80MMY300MM")),
                              ("drav proof -o Hal", ("HalftoneType=",)),
                              (self.setting("HalftoneType", "S"), ("Stucki", "Sierra")),
                              (self.setting("Brightness", "-4"), ("-40",))):
@@ -157,6 +160,9 @@ class BashTest(CompletionCase):
         for line in ("drav doctor --bundle", "drav re"):
             self.assertEqual(len(self.complete(line)), 1, line)
         self.assertEqual(self.complete("drav doctor st"), ["stencil"])
+        # Custom sizes are typed, so a plain "Custom" is no paper; and render's is a flag.
+        self.assertEqual(self.complete("drav sheet --paper C"), sorted(os.listdir(self.folder)))
+        self.assertEqual(self.complete("drav render --paper fi"), sorted(os.listdir(self.folder)))
         self.assertEqual(self.complete("drav doctor --bundle = "), sorted(os.listdir(self.folder)))
         self.assertIn("\\$\\(touch\\$", " ".join(self.complete("drav doctor ")))
 

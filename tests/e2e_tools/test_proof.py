@@ -414,13 +414,18 @@ class ApproximateTest(DravCase):
                                ("page-set=even", (1, 3)), ("number-up=1", (0, 1, 2, 3))):
             self.assert_same_dots(self.proof(path, *roll, "-o", option), [pages[i] for i in wanted])
         for option, words in (("page-ranges=5", "four.pdf: has no page of those"),
-                              ("number-up=2", "four.pdf: cannot be printed with number-up"),
+                              ("number-up=2", "four.pdf: cannot be printed with number-up on a "
+                               "roll: leave it out, and one page follows the other"),
                               ("outputorder=reverse", "cannot be printed with outputorder=reverse")):
             self.assert_failed(self.run_drav("proof", path, *roll, "-o", option, "-O",
                                              self.out / "a.png"), words)
         self.assert_failed(self.run_drav("proof", self.write("a.png", make_png(
             9, 9, 8, 0, [bytes(9)] * 9)), "-o", "number-up=4", "-O", self.out / "a.png"),
-            "a.png: cannot be printed with number-up")
+            "a.png: cannot be printed with number-up: print the picture as a PDF")
+        self.assert_failed(self.run_drav("proof", path, "--approximate", "-o", "number-up=2", "-O",
+                                         self.out / "a.png"),
+                           "four.pdf: cannot be printed with number-up without CUPS's converters: "
+                           "leave it out (CUPS's converters were not used)")
 
     def test_a_cups_without_the_converter(self):
         fake = self.write("cupsfilter", b"#!/bin/sh\necho 'cupsfilter: No filter to convert from "

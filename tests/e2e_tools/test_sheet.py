@@ -8,7 +8,7 @@ import unittest
 
 import drav_case
 from drav_case import DravCase, HALFTONES, find_program
-from pictures import Png, make_pdf, read_png
+from pictures import Png, make_pdf, make_png, read_png
 
 import cups_raster
 
@@ -214,6 +214,16 @@ class SheetTest(DravCase):
                            "the driver has no option HalftoneType")
         self.assert_failed(self.run_drav("sheet", self.page, "-O", self.out / "no" / "s.pdf"),
                            "No such file")
+
+    def test_what_no_queue_prints(self):
+        """As proof refuses it."""
+        picture = self.write("a.png", make_png(9, 9, 8, 0, [bytes(9)] * 9))
+        for option, words in (("number-up=2", "a.png: cannot be printed with number-up"),
+                              ("outputorder=reverse",
+                               "a.png: cannot be printed with outputorder=reverse")):
+            for command, *out in (("sheet", "-O", self.out / "s.png"),
+                                  ("proof", "--html", self.out / "a.html")):
+                self.assert_failed(self.run_drav(command, picture, "-o", option, *out), words)
 
     def test_mirrored_turned_inverted_and_trimmed_dot_by_dot(self):
         """The marked part is the busiest of the page as it lies on the paper."""

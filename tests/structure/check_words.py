@@ -18,6 +18,7 @@ PLACE = re.compile(r"\{\w+\}")
 SAID = re.compile(r'say\(\s*"((?:[^"\\]|\\.)+)"')
 SENTENCE = re.compile(r'"([A-Z][^"\\]* [^"\\]*[.:]|\{length\}[^"\\]*)"')
 NO_WORDS = re.compile(r"[^A-Za-z]*")
+PART = re.compile(r"@[A-Z]+@")
 
 
 class Texts(html.parser.HTMLParser):
@@ -31,13 +32,13 @@ class Texts(html.parser.HTMLParser):
 
     def handle_data(self, data) -> None:
         text = data.strip()
-        if not NO_WORDS.fullmatch(text) and text != "@VIEWER@":
+        if not NO_WORDS.fullmatch(text) and not PART.fullmatch(text):
             self.found.add(text)
 
 
 def texts() -> set[str]:
     found: set[str] = set()
-    for path in (PAGE / "print.html", SHARED / "viewer.html"):
+    for path in (PAGE / "print.html", SHARED / "viewer.html", SHARED / "switches.html"):
         reader = Texts()
         reader.feed(path.read_text(encoding="utf-8"))
         found |= reader.found

@@ -3,6 +3,11 @@
 
 #include <gmock/gmock.h>
 
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
 namespace documents {
 namespace {
 
@@ -29,8 +34,9 @@ TEST_F(PageOptionsTest, PrintScaling) {
 }
 
 TEST_F(PageOptionsTest, Numbers) {
-  EXPECT_TRUE(take("scaling", "150") && take("ppi", "100x200"));
+  EXPECT_TRUE(take("scaling", "150") && take("ppi", "100x200") && take("natural-scaling", "40"));
   EXPECT_EQ(wish_.percent, 150U);
+  EXPECT_EQ(wish_.naturalPercent, 40U);
   EXPECT_EQ(wish_.ppi->x, 100);
   EXPECT_EQ(wish_.ppi->y, 200);
   EXPECT_TRUE(take("ppi", "72"));
@@ -70,6 +76,7 @@ TEST_F(PageOptionsTest, ValuesThatMeanNothingAreToldAndChangeNothing) {
                                                                 {"scaling", "0"},
                                                                 {"scaling", "1001"},
                                                                 {"scaling", "5%"},
+                                                                {"natural-scaling", "0"},
                                                                 {"ppi", "0"},
                                                                 {"ppi", "300x"},
                                                                 {"ppi", "9601"},
@@ -85,13 +92,45 @@ TEST_F(PageOptionsTest, ValuesThatMeanNothingAreToldAndChangeNothing) {
   EXPECT_EQ(notes_[0].kind, NoteKind::kOptionIgnored);
   EXPECT_EQ(notes_[0].text, "the option print-scaling=Fit means nothing here");
   EXPECT_EQ(wish_.scaling, PrintScaling::kAutoFit);
-  EXPECT_FALSE(wish_.percent || wish_.ppi || wish_.turn || wish_.mirror || wish_.landscape ||
-               wish_.fitToPage);
+  EXPECT_FALSE(wish_.percent || wish_.naturalPercent || wish_.ppi || wish_.turn || wish_.mirror ||
+               wish_.landscape || wish_.fitToPage);
 }
 
 TEST_F(PageOptionsTest, OtherOptionsAreNotOurs) {
   EXPECT_FALSE(take("HalftoneType", "Tattoo") || take("media", "A4") || take("", ""));
   EXPECT_TRUE(notes_.empty());
+}
+
+TEST(ForeignOptions, AreToldWithWhatToUseInstead) {
+  const auto told = [](const char* name, const char* value) {
+    std::vector<Note> notes;
+    noteForeignOption(name, value, notes);
+    EXPECT_LE(notes.size(), 1U);
+    if (notes.empty()) return std::string();
+    EXPECT_EQ(notes[0].kind, NoteKind::kOptionIgnored);
+    return notes[0].text;
+  };
+  EXPECT_EQ(told("gamma", "1700"),
+            "the option gamma=1700 does nothing here; use drav prepare --gamma");
+  EXPECT_EQ(told("fitplot", "true"), "the option fitplot=true does nothing here; use fit-to-page");
+  for (const auto& [name, neutral, other] :
+       {std::tuple{"gamma", "1000", "1"}, std::tuple{"hue", "0", "90"},
+        std::tuple{"saturation", "100", "0"}, std::tuple{"brightness", "100", "120"},
+        std::tuple{"profile", "", "/a.icc"}, std::tuple{"fitplot", "no", "yes"},
+        std::tuple{"fill", "false", "true"}, std::tuple{"crop-to-fit", "off", "true"},
+        std::tuple{"page-left", "0", "36"}, std::tuple{"page-right", "0", "36"},
+        std::tuple{"page-top", "0", "36"}, std::tuple{"page-bottom", "0", "36"},
+        std::tuple{"page-border", "none", "single"}, std::tuple{"page-label", "", "secret"}}) {
+    EXPECT_EQ(told(name, neutral), "") << name;
+    EXPECT_TRUE(
+        told(name, other)
+            .starts_with(std::string("the option ") + name + "=" + other + " does nothing here; "))
+        << name;
+  }
+  for (const auto& [name, value] : {std::pair{"Brightness", "120"}, std::pair{"brightness", "-10"},
+                                    std::pair{"brightness", "15"}, std::pair{"scaling", "50"},
+                                    std::pair{"media", "A4"}, std::pair{"", ""}})
+    EXPECT_EQ(told(name, value), "") << name;
 }
 
 }  // namespace

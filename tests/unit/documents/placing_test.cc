@@ -135,6 +135,45 @@ TEST(Placing, PpiWinsOverScalingOverFitToPageOverPrintScaling) {
   EXPECT_EQ(placePicture(pixels(100, 100, 72), sheet(), wish).width, 300U);
 }
 
+TEST(Placing, NaturalScalingIsOfTheTrueSize) {
+  PageWish wish;
+  wish.naturalPercent = 50;
+  const Placing half = placePicture(pixels(400, 200, 300), sheet(), wish);
+  EXPECT_THAT(box(half), ElementsAre(200, 100, 1100, 1704));
+  EXPECT_FALSE(half.isExact || half.isReduced);
+  EXPECT_EQ(half.scale, 0.5);
+  wish.ppi = Density{100, 100};
+  EXPECT_THAT(box(placePicture(pixels(400, 200, 300), sheet(), wish)),
+              ElementsAre(600, 300, 900, 1604));
+}
+
+TEST(Placing, NaturalScalingThatIsTooLargeFitsThePageOrIsCut) {
+  PageWish wish;
+  wish.naturalPercent = 200;
+  const PictureFacts large = pixels(1500, 2000, 300);
+  const Placing placing = placePicture(large, sheet(), wish);
+  EXPECT_THAT(box(placing), ElementsAre(2400, 3200, 0, 154));
+  std::vector<Note> notes;
+  (void)placePicture(large, sheet(), wish, &notes);
+  ASSERT_EQ(notes.size(), 1U);
+  EXPECT_EQ(notes[0].text, "it is 254 x 339 mm large and was reduced to 80.0 % to fit the page");
+  wish.scaling = PrintScaling::kNone;
+  wish.turn = Turn::kNone;
+  EXPECT_THAT(box(placePicture(large, sheet(), wish)), ElementsAre(3000, 4000, -300, -246));
+  wish.turn.reset();
+  EXPECT_EQ(placePicture(pixels(1500, 1100, 300), sheet(), wish).turn, Turn::kLeft);
+}
+
+TEST(Placing, NaturalScalingWinsOverPrintScalingAlone) {
+  PageWish wish = scaled(PrintScaling::kFill);
+  wish.naturalPercent = 300;
+  EXPECT_EQ(placePicture(pixels(100, 100, 300), sheet(), wish).width, 300U);
+  wish.fitToPage = true;
+  EXPECT_EQ(placePicture(pixels(100, 100, 300), sheet(), wish).width, 2400U);
+  wish.percent = 50;
+  EXPECT_EQ(placePicture(pixels(100, 100, 300), sheet(), wish).width, 1200U);
+}
+
 TEST(Placing, OnARollThePageIsAsLongAsThePicture) {
   const Placing small = placePicture(pixels(300, 100), roll(), {});
   EXPECT_THAT(box(small), ElementsAre(300, 100, 138, 0));

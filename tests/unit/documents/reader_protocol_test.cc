@@ -24,6 +24,7 @@ TEST(ReaderProtocol, ARequestArrivesAsItWasMeant) {
   PageWish wish;
   wish.scaling = PrintScaling::kNone;
   wish.percent = 77;
+  wish.naturalPercent = 150;
   wish.ppi = Density{72, 144};
   wish.across = Position::kEnd;
   wish.along = Position::kStart;
@@ -37,6 +38,7 @@ TEST(ReaderProtocol, ARequestArrivesAsItWasMeant) {
   EXPECT_TRUE(paper.roll);
   EXPECT_EQ(got.turn, Turn::kNone);
   EXPECT_EQ(got.percent, 77U);
+  EXPECT_EQ(got.naturalPercent, 150U);
   EXPECT_EQ(got.ppi->y, 144);
 
   wish = {};
@@ -44,7 +46,7 @@ TEST(ReaderProtocol, ARequestArrivesAsItWasMeant) {
   wish.fitToPage = wish.landscape = wish.colour = true;
   ASSERT_TRUE(readRequest(requestText(somePaper(), wish), paper, got));
   EXPECT_TRUE(got.fitToPage && got.landscape && got.colour);
-  EXPECT_FALSE(got.turn || got.percent || got.ppi);
+  EXPECT_FALSE(got.turn || got.percent || got.naturalPercent || got.ppi);
 }
 
 TEST(ReaderProtocol, RequestsThatNobodyWritesAreRefused) {

@@ -60,12 +60,11 @@ std::vector<Bytes> bandsOf(const model::JobSettings& settings, const model::Rast
   append(before, model::pageSetupBytes(bare));
   std::vector<Bytes> bands;
   auto at = whole.stdoutBytes.begin() + static_cast<std::ptrdiff_t>(before.size());
-  for (uint32_t rows = page.height; rows != 0;) {
-    const uint32_t bandRows = rows < 96 ? rows : 96;
-    const std::ptrdiff_t bytes = 8 + (at[4] + 256 * at[5]) * static_cast<std::ptrdiff_t>(bandRows);
+  const Bytes bandStart = hex("1D 76 30 00");
+  while (std::equal(bandStart.begin(), bandStart.end(), at)) {  // the feed follows the last one
+    const std::ptrdiff_t bytes = 8 + (at[4] + 256 * at[5]) * (at[6] + 256 * at[7]);
     bands.emplace_back(at, at + bytes);
     at += bytes;
-    rows -= bandRows;
   }
   return bands;
 }
@@ -212,6 +211,36 @@ TEST_F(FilterCancelTest, PageSetupThatWentOutIsNoInk) {
   settings.docCutType = 2;
   settings.halftoneType = 8;
   cancelAtEveryLook(settings, {patternPage("circles", 24, 97)});
+}
+
+// A page of 300 rows with ink in the rows from `first` to `last`; without any for none.
+model::RasterPage inkedPage(int first, int last) {
+  model::RasterPage page = patternPage("blank", 16, 300);
+  for (int y = first; y <= last; ++y) page.pixels[static_cast<size_t>(y) * 16 + 3] = 255;
+  return page;
+}
+
+// Three bands, none, and the one of a page that keeps its least rows.
+TEST_F(FilterCancelTest, TrimmedPagesEndWithAWholeBandAndBlankOnesLeaveNothingToFeed) {
+  const std::vector<model::RasterPage> pages = {inkedPage(40, 239), inkedPage(1, 0),
+                                                inkedPage(250, 250)};
+  for (const model::Trim trim : {model::Trim::end, model::Trim::both}) {
+    for (const int32_t docCut : {0, 1}) {
+      for (const int32_t pageCut : {0, 2}) {
+        SCOPED_TRACE("docCutType " + std::to_string(docCut) + ", pageCutType " +
+                     std::to_string(pageCut));
+        model::JobSettings settings;
+        settings.trimPaper = trim;
+        settings.docCutType = docCut;
+        settings.pageCutType = pageCut;
+        settings.docBottomLogoID = 1;
+        ASSERT_EQ(bandsOf(settings, pages[0]).size(), 3U);
+        ASSERT_TRUE(bandsOf(settings, pages[1]).empty());
+        cancelAtEveryLook(settings, pages);
+        if (HasFailure()) return;
+      }
+    }
+  }
 }
 
 TEST_F(FilterCancelTest, JobWithoutPagesIsCancelledInsteadOfFoundEmpty) {

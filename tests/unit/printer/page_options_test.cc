@@ -215,6 +215,10 @@ TEST_F(PageOptionsTest, FrameThatIsLeftOutDoesNotKeepThePageFromBeingTrimmed) {
   header_.HWResolution[1] = 50;
   printer_.setTrimPaper(TrimPaper::Both);
   EXPECT_EQ(rowsOf(print(pageWithInk(8, 300, {20, 100}), 8)).size(), 81U);
+  EXPECT_THAT(log_,
+              Contains("WARN:The frame of 1205 x 1418 dots does not fit the 8 x 300 dots that "
+                       "print, it is left out!")
+                  .Times(1));
 }
 
 TEST_F(PageOptionsTest, FourSidesAreInTheBytesSent) {

@@ -30,12 +30,23 @@ std::vector<std::string> wordsOf(const std::string& typeName) {
   return words;
 }
 
+// Of our own models; a custom size is typed.
+const std::vector<std::string>& paperNames() {
+  static const std::vector<std::string> names = [] {
+    std::vector<std::string> sizes = offeredWords("PageSize=");
+    std::erase(sizes, "Custom");
+    return sizes;
+  }();
+  return names;
+}
+
 CompletedValue valueOf(const CLI::Option& option) {
   CompletedValue value;
   if (option.get_items_expected_max() == 0) return value;
   value.words = wordsOf(option.get_type_name());
   if (option.check_lname("model"))
     for (const EmbeddedModel& model : embeddedModels()) value.words.emplace_back(model.name);
+  if (option.check_lname("paper")) value.words = paperNames();
   if (option.get_name(true) == "QUEUE") {
     value.kind = CompletedValue::Kind::kQueue;
   } else if (option.get_type_name() == "NAME=VALUE") {

@@ -41,14 +41,18 @@ PlacedSource::~PlacedSource() {
 bool PlacedSource::open(const std::string& path, const DriverFile& driver, const ArtWish& art,
                         std::function<void()> idle, std::string& error) {
   const JobOptions options(driver.options().c_str());
-  if (const char* why = unsupportedOption(options.count(), options.list())) {
-    error = std::string("cannot be printed with ") + why;
-    return false;
-  }
   choice_.emplace(options.count(), options.list(), "1");
   if (!readPaper(driver, paper_, error)) return false;
   file_ = documents::openInput(path, error);
   if (file_ < 0) return false;
+  const bool isPicture = documents::isPicture(documents::kindOfFile(file_));
+  if (const char* why =
+          unsupportedOption(options.count(), options.list(), paper_.paper.roll, isPicture)) {
+    error = std::string("cannot be printed with ") + why;
+    return false;
+  }
+  for (const auto& [name, value] : driver.parsedOptions())
+    documents::noteForeignOption(name, value, foreign_);
   documents::World world = documents::installedWorld();
   world.stopRequested = [idle = std::move(idle)] {
     if (idle) idle();
@@ -107,6 +111,7 @@ PageSource::Step PlacedSource::next(GreyPage& page, std::string& error) {
   page.lost = placed.lost;
   page.lostIsAll = isPrepared_;
   page.notes.clear();
-  for (const documents::Note& note : placed.notes) page.notes.push_back(subject_ + note.text);
+  for (const auto& notes : {std::exchange(foreign_, {}), placed.notes})
+    for (const documents::Note& note : notes) page.notes.push_back(subject_ + note.text);
   return Step::page;
 }

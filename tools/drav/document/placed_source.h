@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "documents/grey_pages.h"
 #include "filter/picture/page_choice.h"
@@ -45,6 +46,7 @@ class PlacedSource : public PageSource {
   std::optional<PageChoice> choice_;
   uint32_t read_ = 0;  // pages
   bool hasGiven_ = false;
+  std::vector<documents::Note> foreign_;  // of the job's options, told with the first page
 };
 
 #endif  // TOOLS_DRAV_DOCUMENT_PLACED_SOURCE_H_

@@ -63,6 +63,7 @@ constexpr std::array kNames = {
     "prettyprint",
     "print-scaling",
     "printer-resolution",
+    "profile",
     "raw",
     "resolution",
     "saturation",

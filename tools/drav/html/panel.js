@@ -35,7 +35,7 @@ function nextBrightness(select, direction) {
   return -1;
 }
 
-const SWITCHES = { mirrored: "mirrored", halfTurn: "half-turn", inverted: "inverted", clean: "clean",
+const SWITCHES = { mirrored: "mirror", halfTurn: "half-turn", inverted: "invert", clean: "clean",
   lines: "lines" };
 
 function makeSwitches(choose) {
