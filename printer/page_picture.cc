@@ -138,7 +138,7 @@ PictureRows::PictureRows(PictureFile file, const PagePixels& page)
     : file_(std::move(file)),
       rowBytes_(page.imageRowBytes()),
       left_(uint64_t{page.width} * page.height) {
-  if (file_) block_.reserve(kBlock);
+  if (file_) block_.reserve(static_cast<size_t>(std::min<uint64_t>(kBlock, left_)));
 }
 
 PictureRows::~PictureRows() { close(); }

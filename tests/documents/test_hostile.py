@@ -152,7 +152,7 @@ class HostileTest(DocumentCase):
     def test_the_reader_is_confined_while_it_decodes(self) -> None:
         """Nobody takes its rows, so it stands still in the middle of them."""
         path = self.write("large.pgm", b"P5 2000 2000 255\n" + bytes(4_000_000))
-        request = "300 300 2000 2000 0 0 0 0 0 1 0 0 0 0 1 1 0 0 0"
+        request = "300 300 2000 2000 0 0 0 0 0 1 0 0 0 0 0 1 1 0 0 0"
         with open(path, "rb") as source, subprocess.Popen(
                 [os.environ["DRAV_PICTURE_READER"], request], stdin=source,
                 stdout=subprocess.PIPE) as reader:

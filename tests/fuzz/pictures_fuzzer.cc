@@ -24,7 +24,9 @@ using documents::FileKind;
 using documents::PictureFacts;
 using documents::Placing;
 
-constexpr uint64_t kMostPixels = 200'000;  // larger ones take their time, not new ways
+// Larger ones take their time, not new ways.
+constexpr uint64_t kMostPixels = 200'000;
+constexpr uint64_t kMostScaled = 20'000'000;
 
 documents::Paper drawPaper(uint8_t choice) {
   documents::Paper paper;
@@ -72,7 +74,7 @@ void checkPicture(FileKind kind, std::span<const uint8_t> file, const documents:
   const Placing placing = documents::placePicture(facts, paper, wish);
   const uint64_t bytes =
       uint64_t{placing.visibleWidth()} * placing.visibleHeight() * documents::channelsOf(wish);
-  if (bytes == 0) return;
+  if (bytes == 0 || uint64_t{placing.width} * placing.height > kMostScaled) return;
   const int descriptor = emptyFile();
   picture.writeRows(placing, wish.colour, descriptor);
   require(static_cast<uint64_t>(lseek(descriptor, 0, SEEK_END)) == bytes, "all rows");
