@@ -29,12 +29,12 @@ void mendPrinterNumber(pappl_printer_t* printer) {
 // In place of libcups's function of that name, for PAPPL as well: it has no way to the
 // attributes of a queue otherwise.
 extern "C" __attribute__((visibility("default"))) ipp_attribute_t* ippAddInteger(
-    ipp_t* message, ipp_tag_t group, ipp_tag_t tag, const char* name, int value) {
+    ipp_t* ipp, ipp_tag_t group, ipp_tag_t tag, const char* name, int value) {
   using Add = ipp_attribute_t* (*)(ipp_t*, ipp_tag_t, ipp_tag_t, const char*, int);
   static const auto add = reinterpret_cast<Add>(::dlsym(RTLD_NEXT, "ippAddInteger"));
-  ipp_attribute_t* attribute = add(message, group, tag, name, value);
+  ipp_attribute_t* attribute = add(ipp, group, tag, name, value);
   if (value == 0 && group == IPP_TAG_PRINTER && name != nullptr &&
       std::strcmp(name, "printer-id") == 0)
-    app::numberPlace = {message, attribute};
+    app::numberPlace = {ipp, attribute};
   return attribute;
 }
