@@ -38,7 +38,8 @@ class Texts(html.parser.HTMLParser):
 
 def texts() -> set[str]:
     found: set[str] = set()
-    for path in (PAGE / "print.html", SHARED / "viewer.html", SHARED / "switches.html"):
+    for path in (PAGE / "print.html", SHARED / "viewer.html", SHARED / "switches.html",
+                 SHARED / "figures.html"):
         reader = Texts()
         reader.feed(path.read_text(encoding="utf-8"))
         found |= reader.found
