@@ -13,6 +13,15 @@ namespace {
 
 constexpr int kLevels = 256;
 constexpr int32_t kNoSolution = 128;
+constexpr uint64_t kEachByte = 0x0101010101010101;
+
+// Whether the eight levels are 0 or 255 each: 255 times their top bit.
+bool isTwoLevels(uint64_t levels) { return levels == ((levels >> 7U) & kEachByte) * 255; }
+
+// How many of eight such levels are 255.
+int32_t solidLevels(uint64_t levels) {
+  return static_cast<int32_t>(((levels & kEachByte) * kEachByte) >> 56U);
+}
 
 }  // namespace
 
@@ -20,6 +29,8 @@ void countLevels(const uint8_t* pixels, size_t size, LevelHistogram& histogram) 
   constexpr size_t kGroup = 16;  // levels
   // Eight counters a level: neighbours of one level must not wait for each other's count.
   std::array<std::array<int32_t, kLevels>, 8> counts = {};
+  int32_t solid = 0;  // groups of paper and solid ink: levels 255
+  int32_t grouped = 0;
   const size_t whole = size - size % kGroup;
   for (size_t i = 0; i < whole; i += kGroup) {
     std::array<uint64_t, kGroup / sizeof(uint64_t)> words = {};
@@ -28,9 +39,16 @@ void countLevels(const uint8_t* pixels, size_t size, LevelHistogram& histogram) 
       counts[0][words[0] & 0xFFU] += static_cast<int32_t>(kGroup);  // as most of a drawing is
       continue;
     }
+    if (isTwoLevels(words[0]) && isTwoLevels(words[1])) {  // as most of a text is
+      solid += solidLevels(words[0]) + solidLevels(words[1]);
+      grouped += static_cast<int32_t>(kGroup);
+      continue;
+    }
     for (size_t k = 0; k < kGroup; ++k) ++counts[k % counts.size()][pixels[i + k]];
   }
   for (size_t i = whole; i < size; ++i) ++histogram[pixels[i]];
+  histogram[kLevels - 1] += solid;
+  histogram[0] += grouped - solid;
   for (size_t k = 0; k < kLevels; ++k) {
     for (const auto& count : counts) histogram[k] += count[k];
   }

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <map>
+#include <vector>
 
 #include "tests/model/tattoo.h"
 #include "tests/unit/tattoo/tattoo_support.h"
@@ -124,6 +125,38 @@ TEST(MomentThreshold, CountsOfPartsAddUp) {
   LevelHistogram empty = {};
   countLevels(nullptr, 0, empty);
   EXPECT_EQ(empty, LevelHistogram{});
+}
+
+TEST(MomentThreshold, CountsGroupsOfAnyTwoLevels) {
+  for (int first = 0; first < 256; ++first) {
+    std::vector<uint8_t> pixels;
+    LevelHistogram wanted = {};
+    for (int second = 0; second < 256; ++second) {
+      for (unsigned k = 0; k < 16; ++k) {
+        const bool one = ((0x6B1DU >> k) & 1U) != 0;
+        pixels.push_back(static_cast<uint8_t>(one ? first : second));
+        ++wanted[pixels.back()];
+      }
+    }
+    LevelHistogram histogram = {};
+    countLevels(pixels.data(), pixels.size(), histogram);
+    EXPECT_EQ(histogram, wanted) << first;
+  }
+}
+
+TEST(MomentThreshold, CountsOneStrangerAmongPaperAndSolidInk) {
+  for (size_t place = 0; place < 16; ++place) {
+    for (int level = 0; level < 256; ++level) {
+      std::array<uint8_t, 16> pixels = {0,   0,   0,   255, 255, 0, 255, 0,
+                                        255, 255, 255, 0,   0,   0, 255, 0};
+      pixels[place] = static_cast<uint8_t>(level);
+      LevelHistogram wanted = {};
+      for (const uint8_t pixel : pixels) ++wanted[pixel];
+      LevelHistogram histogram = {};
+      countLevels(pixels.data(), pixels.size(), histogram);
+      EXPECT_EQ(histogram, wanted) << place << ' ' << level;
+    }
+  }
 }
 
 TEST(MomentThreshold, NearlyFullHistogramsOfLargePagesMatchTheModel) {
