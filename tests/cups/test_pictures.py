@@ -208,8 +208,7 @@ class PicturesTest(CupsCase):
                 self.assertEqual(state, ipp.COMPLETED, name)
                 self.assertIn(str(number), started)
                 self.assert_same(got.data, want[id(options)])
-        # Each kind on one of the models, since a picture more takes a second.
-        for name, _, options in jobs[MODELS.index(model)::len(MODELS)]:
+        for name, _, options in jobs:
             self.assertEqual(self.proof(model, self.folder / f"{model.name} {name}.txt", options),
                              drav_case.pages_of(want[id(options)]), name)
 
