@@ -7,7 +7,8 @@
 //    covers it: B. Gatos, I. Pratikakis, S. J. Perantonis, "Adaptive degraded document image
 //    binarization", Pattern Recognition 39 (2006). What is bare is told by a morphological
 //    closing (J. Serra, "Image Analysis and Mathematical Morphology", 1982), whose result
-//    keeps a shadow's edge where it is. The gaps are filled by pull and push (S. J. Gortler
+//    keeps a shadow's edge where it is, and by outlines: what they close off is shaded where
+//    it is darker than what lies around it. The gaps are filled by pull and push (S. J. Gortler
 //    and others, "The Lumigraph", SIGGRAPH 1996) and relaxed to a membrane;
 //  - the local Wiener filter against grain and blocks: J.-S. Lee, "Digital image enhancement
 //    and noise filtering by use of local statistics", IEEE PAMI 2 (1980), with the picture's
@@ -25,9 +26,10 @@
 // it the other way round. `dotsPerInch` is the picture's own resolution: how large a pixel
 // lies on the paper.
 //
-// Shading narrower than 30 mm in one direction stays; what is larger in both counts as
-// paper in a shadow, unless it is darker than a shadow can be. So does what is dark up to
-// the picture's edge. A picture without a light area comes out nearly as it was.
+// Shading narrower than 30 mm in one direction stays, and so does what a closed outline
+// surrounds. What is larger in both counts as paper in a shadow, unless it is darker than a
+// shadow can be; so does what is dark up to the picture's edge. A picture without a light
+// area comes out nearly as it was.
 //
 // Memory: less than 1/2 byte a pixel at 300 dots per inch, and a few rows.
 // REQUIRES: pixels.size() == width * height; dotsPerInch is 60 to 2400. Throws

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "documents/prepare/outlined_areas.h"
+
 namespace {
 
 constexpr double kCellMm = 1.0;
@@ -18,10 +20,14 @@ constexpr float kFlankShare = 0.92F;    // of the surface, for a shadow's flank
 constexpr float kFlankStep = 0.03F;     // most that the level changes from cell to cell there
 constexpr int kRelaxations = 60;
 
-// The lightness of the paper that a cell shows, as good as the cell alone can tell: the
-// mean of its lighter samples. A sample is the mean of a few pixels, so that grain counts
+// What one cell alone can tell. Its samples are means of a few pixels, so that grain counts
 // little.
-float lightPart(const LightnessView& picture, uint32_t left, uint32_t top, uint32_t cell) {
+struct CellLevels {
+  float paper;    // lightness of the paper: mean of the lighter samples
+  float darkest;  // of nearly all of them
+};
+
+CellLevels levelsOfCell(const LightnessView& picture, uint32_t left, uint32_t top, uint32_t cell) {
   constexpr uint32_t kSamples = 6;  // along a side
   const uint32_t right = std::min(left + cell, picture.width);
   const uint32_t bottom = std::min(top + cell, picture.height);
@@ -47,7 +53,8 @@ float lightPart(const LightnessView& picture, uint32_t left, uint32_t top, uint3
   const auto last = std::max(rank(90), rank(60) + 1);
   uint64_t sum = 0;
   for (auto sample = rank(60); sample != last; ++sample) sum += *sample;
-  return static_cast<float>(sum) / (256.0F * static_cast<float>(last - rank(60)));
+  const float paper = static_cast<float>(sum) / (256.0F * static_cast<float>(last - rank(60)));
+  return {paper, static_cast<float>(*rank(7)) / 256.0F};
 }
 
 CellGrid makeGrid(uint32_t cell, uint32_t columns, uint32_t rows, float value = 0) {
@@ -56,16 +63,25 @@ CellGrid makeGrid(uint32_t cell, uint32_t columns, uint32_t rows, float value = 
 
 CellGrid emptyGrid(const CellGrid& like) { return makeGrid(like.cell, like.columns, like.rows); }
 
-CellGrid lightCells(const LightnessView& picture, double pixelsPerMm) {
+// The picture's cells.
+struct PictureCells {
+  CellGrid paper;
+  CellGrid darkest;
+};
+
+PictureCells measureCells(const LightnessView& picture, double pixelsPerMm) {
   const uint32_t cell =
       std::max(kSmallestCell, static_cast<uint32_t>(std::lround(kCellMm * pixelsPerMm)));
   CellGrid grid = makeGrid(cell, (picture.width - 1) / cell + 1, (picture.height - 1) / cell + 1);
-  for (uint32_t y = 0; y < grid.rows; ++y) {
-    for (uint32_t x = 0; x < grid.columns; ++x) {
-      grid.at(x, y) = lightPart(picture, x * grid.cell, y * grid.cell, grid.cell);
+  PictureCells cells = {grid, std::move(grid)};
+  for (uint32_t y = 0; y < cells.paper.rows; ++y) {
+    for (uint32_t x = 0; x < cells.paper.columns; ++x) {
+      const CellLevels levels = levelsOfCell(picture, x * cell, y * cell, cell);
+      cells.paper.at(x, y) = levels.paper;
+      cells.darkest.at(x, y) = levels.darkest;
     }
   }
-  return grid;
+  return cells;
 }
 
 // Calls back with each cell's neighbours of its 3 x 3, as many as there are.
@@ -250,8 +266,9 @@ bool keepBare(const CellGrid& smooth, const CellGrid& surface, float darkest, fl
 }
 
 // What the closing took for light shading, but goes over into bare paper without a step: the
-// flank of a shadow. It is as light as `lightest` of the surface at least.
-void growBare(const CellGrid& smooth, const CellGrid& surface, std::vector<uint8_t>& bare) {
+// flank of a shadow.
+void growBare(const CellGrid& smooth, const CellGrid& surface, const std::vector<uint8_t>& shaded,
+              std::vector<uint8_t>& bare) {
   std::vector<size_t> edge;
   for (size_t i = 0; i < bare.size(); ++i) {
     if (bare[i] != 0) edge.push_back(i);
@@ -263,7 +280,7 @@ void growBare(const CellGrid& smooth, const CellGrid& surface, std::vector<uint8
     const auto y = static_cast<uint32_t>(from / smooth.columns);
     forNeighbours(smooth, x, y, [&](size_t to) {
       const float level = smooth.values[to];
-      if (bare[to] != 0 || level < kFlankShare * surface.values[to]) return;
+      if (bare[to] != 0 || shaded[to] != 0 || level < kFlankShare * surface.values[to]) return;
       if (std::abs(level - smooth.values[from]) > kFlankStep * smooth.values[from]) return;
       bare[to] = 1;
       edge.push_back(to);
@@ -274,14 +291,17 @@ void growBare(const CellGrid& smooth, const CellGrid& surface, std::vector<uint8
 }  // namespace
 
 PaperSurface findPaper(const LightnessView& picture, double pixelsPerMm) {
-  const CellGrid cells = lightCells(picture, pixelsPerMm);
-  const CellGrid smooth = median3x3(cells);
-  const auto wanted = static_cast<uint32_t>(kWidestInkMm * pixelsPerMm / (2.0 * cells.cell));
-  const uint32_t reach = std::min(wanted, std::max(cells.columns, cells.rows));
-  const float slack = tolerance(cells, smooth);
+  const PictureCells cells = measureCells(picture, pixelsPerMm);
+  const std::vector<uint8_t> shaded = shadedAreas(cells.paper, cells.darkest);
+  const CellGrid smooth = median3x3(cells.paper);
+  const auto wanted = static_cast<uint32_t>(kWidestInkMm * pixelsPerMm / (2.0 * smooth.cell));
+  const uint32_t reach = std::min(wanted, std::max(smooth.columns, smooth.rows));
+  const float slack = tolerance(cells.paper, smooth);
   const float darkest = std::max(kDarkestLevel, kDarkestPaper * percentile(smooth.values, 95));
   PaperSurface paper = {closing(smooth, reach), emptyGrid(smooth),
-                        std::vector<uint8_t>(cells.values.size(), 1)};
+                        std::vector<uint8_t>(shaded.size())};
+  std::transform(shaded.begin(), shaded.end(), paper.isBare.begin(),
+                 [](uint8_t dark) { return dark == 0 ? uint8_t{1} : uint8_t{0}; });
   // First by the closing, then by the surface that the cells left span.
   for (int round = 0; round < 2; ++round) {
     if (!keepBare(smooth, paper.level, darkest, slack, paper.isBare)) {
@@ -291,7 +311,7 @@ PaperSurface findPaper(const LightnessView& picture, double pixelsPerMm) {
     }
     paper.level = laySurface(smooth, paper.isBare);
   }
-  growBare(smooth, paper.level, paper.isBare);
+  growBare(smooth, paper.level, shaded, paper.isBare);
   paper.level = laySurface(smooth, paper.isBare);
   paper.step = relativeSteps(paper.level);
   return paper;

@@ -8,6 +8,8 @@
 #include <span>
 #include <vector>
 
+#include "documents/prepare/cell_grid.h"
+
 // The lightness levels of a picture, row after row without padding.
 struct LightnessView {
   std::span<const uint8_t> pixels;
@@ -15,18 +17,6 @@ struct LightnessView {
   uint32_t height = 0;
 
   const uint8_t* row(uint32_t y) const { return &pixels[size_t{y} * width]; }
-};
-
-// One value for each square cell of the picture, row after row. The cells of the last
-// column and row may be cut by the picture's edge.
-struct CellGrid {
-  uint32_t cell = 1;  // pixels
-  uint32_t columns = 0;
-  uint32_t rows = 0;
-  std::vector<float> values;
-
-  float& at(uint32_t x, uint32_t y) { return values[size_t{y} * columns + x]; }
-  const float& at(uint32_t x, uint32_t y) const { return values[size_t{y} * columns + x]; }
 };
 
 struct PaperSurface {

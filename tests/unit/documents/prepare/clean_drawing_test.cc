@@ -176,6 +176,25 @@ TEST(CleanDrawing, ShadingStaysAsDarkAsItWas) {
   }
 }
 
+TEST(CleanDrawing, OutlinedShadingStaysUnderTheEdgeOfAShadow) {
+  // The shadow's paper is darker than the shading in full light. 32 mm wide.
+  const auto from = [](int x, int y) { return std::max(std::abs(x - 235), std::abs(y - 235)); };
+  const auto lightAt = [](int x) { return 220 * (0.8 - 0.2 * std::tanh((x - 240) / 10.0)); };
+  for (const double level : {1.0, 0.85}) {  // paper in the outline too
+    SCOPED_TRACE(level);
+    const auto photo = drawn(470, 470, [&](int x, int y) {
+      const int ring = from(x, y);
+      return lightAt(x) * (ring < 94 ? level : ring < 98 ? 0.1 : 1.0);
+    });
+    const model::Grey page = cleaned(photo, 150);
+    const int wanted = static_cast<int>(255 * level);
+    const auto lit = [&](int x, int y) { return from(x, y) < 86 && x < 180; };
+    const auto shadowed = [&](int x, int y) { return from(x, y) < 86 && x > 300; };
+    EXPECT_GE(share(page, lit, wanted - 30, wanted + 30), 0.95);
+    EXPECT_GE(share(page, shadowed, wanted - 30, wanted + 30), 0.95);
+  }
+}
+
 TEST(CleanDrawing, ALargeSolidAreaStaysBlack) {
   // 51 mm wide: no shadow is as dark.
   const auto solid = [](int x, int y) {
