@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 
 #include "common/scope_guard.h"
 
@@ -28,6 +29,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr int kRawPort = 9100;
+constexpr std::string_view kNoStatus = "status=no";
 constexpr int kSlice = 50;  // milliseconds that a wait lasts before the caller is asked
 constexpr milliseconds kConnectTime{3000};
 constexpr milliseconds kGraceTime{4000};    // for bytes under way when a job is given up
@@ -158,10 +160,12 @@ std::optional<DeviceAddress> parseDeviceUri(const std::string& uri) {
   const size_t options = uri.find('?');
   out.uri = uri.substr(0, options);
   const std::string tail = options == uri.npos ? "" : uri.substr(options + 1);
-  out.answersStatus = tail.find("status=no") == tail.npos;
+  out.answersStatus = tail.find(kNoStatus) == tail.npos;
   if (out.uri.starts_with("usb://")) {
     out.kind = DeviceKind::kUsb;
-    out.uri = uri;
+    out.uri = uri;  // the serial number is an option of the device's own
+    out.answersStatus = !uri.ends_with(kNoStatus);
+    if (!out.answersStatus) out.uri.resize(uri.size() - kNoStatus.size() - 1);
     return out;
   }
   for (const auto& [start, kind] :

@@ -28,8 +28,8 @@ struct DeviceAddress {
   bool answersStatus = true;  // false with the option "status=no", and for files
 };
 
-// socket://HOST[:PORT], usb://MAKE/MODEL[?serial=NUMBER], lp:/dev/usb/lp0 and file:///PATH.
-// Nothing for any other text.
+// socket://HOST[:PORT], usb://MAKE/MODEL[?serial=NUMBER], lp:/dev/usb/lp0 and file:///PATH,
+// each with "status=no" at its end or without. Nothing for any other text.
 std::optional<DeviceAddress> parseDeviceUri(const std::string& uri);
 
 // A printer that the kernel's driver usblp knows.

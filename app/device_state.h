@@ -26,6 +26,7 @@ class DeviceState {
   // For who has the device: when it may be asked again, and what it said.
   std::chrono::steady_clock::time_point nextQuestion;
   unsigned reasons = 0;
+  const char* fault = nullptr;
 
  private:
   std::mutex mutex_;

@@ -14,14 +14,21 @@ struct Meaning {
 constexpr std::array<Meaning, 6> kMeanings = {{
     {2, 0x04, kStatusCoverOpen},
     {2, 0x20, kStatusMediaEmpty},
-    {3, 0x08, kStatusFault},
-    {3, 0x20, kStatusFault},
-    {3, 0x40, kStatusFault},
+    {3, 0x08, kStatusCutterFault},
+    {3, 0x20, kStatusLastingFault},
+    {3, 0x40, kStatusPassingFault},
     {4, 0x60, kStatusMediaEmpty},
 }};
 constexpr uint8_t kNearEnd = 0x0C;
 
 }  // namespace
+
+const char* faultText(unsigned status) {
+  if ((status & kStatusCutterFault) != 0) return "its cutter does not move";
+  if ((status & kStatusLastingFault) != 0) return "a fault that stays until it is repaired";
+  if ((status & kStatusPassingFault) != 0) return "a fault that passes, as when its head is hot";
+  return nullptr;
+}
 
 std::optional<unsigned> statusOfAnswer(int question, uint8_t answer) {
   // Four bits of each answer never change, so that data cannot be taken for one.

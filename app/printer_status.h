@@ -14,9 +14,14 @@ enum StatusBit : unsigned {
   kStatusCoverOpen = 1,
   kStatusMediaEmpty = 2,
   kStatusMediaLow = 4,
-  kStatusFault = 8,  // cutter, or one that the printer does not name
-  kStatusOffline = 16,
+  kStatusOffline = 8,
+  kStatusCutterFault = 16,
+  kStatusLastingFault = 32,
+  kStatusPassingFault = 64,
 };
+
+// What is wrong in words; null where there is none of the three faults.
+const char* faultText(unsigned status);
 
 // What one answer means; nothing for a byte that is no answer.
 std::optional<unsigned> statusOfAnswer(int question, uint8_t answer);

@@ -26,7 +26,7 @@ pappl_preason_t reasonsOf(unsigned status) {
   if ((status & kStatusCoverOpen) != 0) reasons |= PAPPL_PREASON_COVER_OPEN;
   if ((status & kStatusMediaEmpty) != 0) reasons |= PAPPL_PREASON_MEDIA_EMPTY;
   if ((status & kStatusMediaLow) != 0) reasons |= PAPPL_PREASON_MEDIA_LOW;
-  if ((status & kStatusFault) != 0) reasons |= PAPPL_PREASON_OTHER;
+  if (faultText(status) != nullptr) reasons |= PAPPL_PREASON_OTHER;
   if ((status & kStatusOffline) != 0) reasons |= PAPPL_PREASON_OFFLINE;
   return reasons;
 }
@@ -52,6 +52,10 @@ void askPrinter(pappl_printer_t* printer, const DeviceAddress& address, DeviceSt
       connection->drain();
       status = askStatus([&](int question) { return answerTo(*connection, question, giveUp); });
     }
+    const char* fault = faultText(status.value_or(0));
+    if (fault != nullptr && fault != state.fault)
+      papplLogPrinter(printer, PAPPL_LOGLEVEL_ERROR, "The printer says: %s.", fault);
+    state.fault = fault;
     state.reasons = reasonsOf(connection ? status.value_or(0) : kStatusOffline);
     const auto pause = std::chrono::seconds(!connection ? kAway : status ? kAnswered : kSilence);
     state.nextQuestion = steady_clock::now() + pause;

@@ -42,18 +42,29 @@ class RasterJob {
       }
       return false;
     }
+    ++pages_;
+    if (pages_ < request_.firstPage || pages_ > request_.lastPage) {
+      papplJobSetImpressionsCompleted(job_, -1);
+      return true;
+    }
     const bool printed = device_.printPage(page_.header(), page_.pixels(), request_.copies);
     if (printed) papplJobSetImpressionsCompleted(job_, request_.copies - 1);  // PAPPL counts one
     return printed;
   }
 
-  bool finish() { return device_.finish(); }
+  bool finish() {
+    const bool isEnded = device_.finish();
+    if (pages_ == 0 || pages_ >= request_.firstPage) return isEnded;
+    papplJobSetMessage(job_, "The document has no such page.");
+    return false;
+  }
 
  private:
   pappl_job_t* const job_;
   const JobRequest request_;
   DeviceJob device_;
   RasterPage page_;
+  unsigned pages_ = 0;  // that have come whole
 };
 
 RasterJob* jobOf(pappl_job_t* job) { return static_cast<RasterJob*>(papplJobGetData(job)); }

@@ -24,7 +24,7 @@ $drav -s h -x -d 'host of the server'
 $drav -s j -x -d job
 $drav -s m -x -d model -a "(drav-printer-app drivers 2>/dev/null | string split -f 1 ' ')"
 $drav -s n -x -d copies
-$drav -n '__fish_seen_subcommand_from server' -s o -x -d option -a 'server-port= listen-hostname= server-hostname= share=yes tls=no pdf=no file-devices=yes spool-directory= state-file= log-file= log-level='
+$drav -n '__fish_seen_subcommand_from server' -s o -x -d option -a 'server-port= listen-hostname= server-hostname= share=yes tls=no pdf=no web=no file-devices=yes spool-directory= state-file= log-file= log-level='
 $drav -n '__fish_seen_subcommand_from add' -s o -x -d option -a queues=usual
 $drav -s o -x -d option
 $drav -s t -x -d title

@@ -89,12 +89,16 @@ bool PageWanted::operator==(const PageWanted& other) const {
   };
   return model == other.model && medium.width == other.medium.width &&
          medium.length == other.medium.length && medium.paper == other.medium.paper &&
-         fillsPaper == other.fillsPaper && same(art, other.art);
+         length == other.length && fillsPaper == other.fillsPaper && same(art, other.art);
 }
 
 bool preparePage(int file, const PageWanted& wanted, const documents::World& world,
                  PreparedPage& page, std::string& error) {
-  const PicturePaper paper = picturePaper(*wanted.model, wanted.medium);
+  PicturePaper paper = picturePaper(*wanted.model, wanted.medium);
+  if (wanted.length != 0) {
+    paper.paper.roll = false;
+    paper.paper.height = dotsOfMillimetres(wanted.length / 100.0, paper.paper.dpiY);
+  }
   const ArtWish wish = artOf(wanted, paper.paper);
   const ArtRequest request = artRequest(wish, paper.paper);
   const auto pages = documents::openGreyPages(file, request.box, request.wish, world, error);

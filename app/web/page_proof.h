@@ -22,6 +22,7 @@ namespace app {
 struct PageWanted {
   const PrinterModel* model = nullptr;
   Medium medium;
+  int length = 0;  // of the page on a roll, as the medium's; 0 for as long as the drawing
   ArtWish art;
   bool fillsPaper = false;  // as large as the head reaches, whatever `art` says of its size
 

@@ -39,6 +39,12 @@ bool setPaper(std::string_view value, DrawingWish& wish) {
   return true;
 }
 
+bool setLength(std::string_view value, DrawingWish& wish) {
+  const auto length = number(value, kShortest, kLongest);
+  wish.page.length = length.value_or(0);
+  return length.has_value();
+}
+
 bool setSize(std::string_view value, DrawingWish& wish) {
   wish.page.fillsPaper = value == "fill";
   if (wish.page.fillsPaper || value == "auto") return true;
@@ -82,6 +88,8 @@ Taken take(std::string_view name, const std::string& value, DrawingWish& wish) {
   int page = 1;
   if (name == "paper") {
     good = setPaper(value, wish);
+  } else if (name == "length") {
+    good = setLength(value, wish);
   } else if (name == "size") {
     good = setSize(value, wish);
   } else if (name == "turn") {
@@ -119,6 +127,12 @@ bool readWish(const Fields& fields, const PrinterModel& model, DrawingWish& wish
     error = (taken == Taken::no ? "there is no field " : "no good value of ") + name.substr(0, 40);
     return false;
   }
+  if (wish.page.length == 0) return true;
+  if (!wish.page.medium.paper.starts_with('X')) {
+    error = "no good value of length";  // a sheet has one
+    return false;
+  }
+  wish.page.medium = mediumOfSize(model, wish.page.medium.width, wish.page.length);
   return true;
 }
 

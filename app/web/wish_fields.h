@@ -23,6 +23,7 @@ struct DrawingWish {
 
 // Besides "upload" and "queue", which are the caller's. Fields:
 //   paper=WIDTHxLENGTH in hundredths of millimetres
+//   length=N in hundredths of millimetres, of the page on a roll
 //   size=auto, fill, or the drawing's width in hundredths of millimetres
 //   turn=auto, 0, 90, 180, 270; clean, lines=true, false
 //   page=N of the document; copies=N; name=TEXT

@@ -31,6 +31,7 @@ def free_port() -> int:
 class Server:
     """One server; `folder` keeps what outlives it."""
 
+    host = "127.0.0.1"
     always: tuple[str, ...] = ("log-level=debug",)  # options, besides those that tests choose
 
     def __init__(self, folder: pathlib.Path, *options: str) -> None:
@@ -62,11 +63,12 @@ class Server:
     def wait_ready(self) -> None:
         """Until programs reach it by its port, and its commands by its socket."""
         end = time.monotonic() + 20
-        while not (self._answers(socket.AF_INET, ("127.0.0.1", self.port)) and
+        while not (self._answers(socket.AF_INET, (self.host, self.port)) and
                    any(self._answers(socket.AF_UNIX, str(one))
                        for one in self.folder.glob("*.sock"))):
             assert self.process is not None
             if self.process.poll() is not None or time.monotonic() > end:
+                self.process.kill()
                 raise AssertionError("the server does not start:\n" + self.log.read_text())
             time.sleep(0.02)
 

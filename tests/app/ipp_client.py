@@ -3,6 +3,7 @@
 import dataclasses
 import http.client
 import itertools
+import ssl
 import struct
 from collections.abc import Iterable
 
@@ -14,6 +15,7 @@ TEXT, NAME, KEYWORD, URI, CHARSET, LANGUAGE, MIME = 0x41, 0x42, 0x44, 0x45, 0x47
 PRINT_JOB, CANCEL_JOB, GET_JOB, GET_PRINTER, SET_PRINTER = 0x02, 0x08, 0x09, 0x0B, 0x13
 PAUSE_PRINTER, CREATE_PRINTER, DELETE_PRINTER = 0x10, 0x4C, 0x4E
 IDENTIFY_PRINTER, SHUTDOWN_ALL_PRINTERS = 0x3C, 0x62
+SERVER_BUSY = 0x0507
 PENDING, HELD, PROCESSING, STOPPED, CANCELED, ABORTED, COMPLETED = 3, 4, 5, 6, 7, 8, 9
 
 Value = int | bool | str | bytes | tuple | list | dict
@@ -112,11 +114,21 @@ def _groups(data: bytes) -> tuple[int, dict[str, list[Value]]]:
 class Client:
     """Requests to one queue of a server on this machine, or to the server."""
 
-    def __init__(self, port: int, path: str, host: str = "127.0.0.1") -> None:
+    def __init__(self, port: int, path: str, host: str = "127.0.0.1",
+                 encrypted: bool = False) -> None:
+        self._encrypted = encrypted
         self._host = host
         self._port = port
         self._path = path
         self._numbers = itertools.count(1)
+
+    def connect(self) -> http.client.HTTPConnection:
+        if not self._encrypted:
+            return http.client.HTTPConnection(self._host, self._port, timeout=60)
+        # Nobody vouches for the server's own key.
+        context = ssl.create_default_context()
+        context.check_hostname, context.verify_mode = False, ssl.CERT_NONE
+        return http.client.HTTPSConnection(self._host, self._port, timeout=60, context=context)
 
     @property
     def uri(self) -> str:
@@ -135,7 +147,7 @@ class Client:
         if job:
             body += bytes([group]) + b"".join(_encoded(one) for one in job)
         body += bytes([END]) + document
-        connection = http.client.HTTPConnection(self._host, self._port, timeout=60)
+        connection = self.connect()
         try:
             connection.request("POST", self._path, body, {"Content-Type": "application/ipp"})
             answer = connection.getresponse()

@@ -16,7 +16,7 @@ from app_case import (PICTURE, PICTURE_FILTER, RASTER, SGRAY, AppCase, as_filter
                       ink_page, picture, pwg, urf, white_page)
 from cups_raster import Page
 from escpos_stream import decode
-from ipp_client import CANCELED, COMPLETED, Client
+from ipp_client import CANCELED, COMPLETED, PAUSE_PRINTER, SERVER_BUSY, Client
 from picture_files import image, ramp, saved
 from test_documents import pdf
 
@@ -134,6 +134,19 @@ class HostileTest(SoakCase):
                 self.assertTrue(self.server.lives)
         self.assertLess(self.server.log.stat().st_size - start, 1_000_000)
         say("180 documents with changed bytes: the server lives")
+
+
+class LimitTest(SoakCase):
+    def test_a_queue_takes_a_hundred_jobs_that_wait_and_no_more(self) -> None:
+        client = self.server.add("full", "socket://127.0.0.1:9", "dravr802")
+        client.request(PAUSE_PRINTER)
+        small = picture(8, 8)
+        for _ in range(100):
+            self.assertEqual(client.print_job(PICTURE, small)[0], 0)
+        self.assertEqual(client.print_job(PICTURE, small)[0], SERVER_BUSY)
+        self.assertEqual(client.cancel(1), 0)
+        self.assertEqual(client.print_job(PICTURE, small)[0], 0)
+        say("100 jobs wait in a queue, the next is told that it is busy")
 
 
 class ManyJobsTest(SoakCase):

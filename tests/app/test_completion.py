@@ -14,7 +14,7 @@ SCRIPTS = pathlib.Path(os.environ["DRAV_COMPLETIONS"])
 COMMANDS = {"add", "autoadd", "cancel", "default", "delete", "devices", "drivers", "jobs", "modify",
             "options", "pause", "printers", "resume", "server", "shutdown", "status", "submit"}
 MODELS = {"dravr582", "dravr802", "dravr803", "dravsa43"}
-SETTINGS = ("server-port", "listen-hostname", "share", "tls", "pdf", "file-devices",
+SETTINGS = ("server-port", "listen-hostname", "share", "tls", "pdf", "web", "file-devices",
             "spool-directory", "state-file", "log-file", "log-level")
 
 
@@ -71,7 +71,10 @@ class CompletionTest(AppCase):
     def test_zsh_can_be_read_and_names_every_command(self) -> None:
         script = SCRIPTS / "_drav-printer-app"
         self.run_shell("zsh", "-n", str(script))
-        self.assertEqual(set(re.findall(r"(?m)^    '([a-z]+):", script.read_text())), COMMANDS)
+        text = script.read_text()
+        self.assertEqual(set(re.findall(r"(?m)^    '([a-z]+):", text)), COMMANDS)
+        for setting in SETTINGS:
+            self.assertRegex(text, rf" {setting}=")
 
 
 if __name__ == "__main__":

@@ -7,9 +7,11 @@ import subprocess
 import unittest
 
 import cups_raster
-from app_case import PICTURE_FILTER, AppCase, as_filter_raster, filtered
+from app_case import PICTURE_FILTER, PPDS, AppCase, as_filter_raster, filtered
 from document_case import split_pages
-from ipp_client import ENUM, INTEGER, KEYWORD, RANGE, Attribute
+from drav_case import proof_pages
+from escpos_stream import decode
+from ipp_client import BOOLEAN, ENUM, INTEGER, KEYWORD, RANGE, Attribute
 from picture_files import image, metres, png, ramp, saved
 from test_picturetodrav import paper_of
 
@@ -70,6 +72,24 @@ class DocumentTest(AppCase):
             with self.subTest(format_):
                 self.assertCompleted(self.printed(self.client, format_, document))
                 self.assertSameBytes(self.printer.job(), self.by_filter(document))
+
+    def test_the_dots_are_those_of_drav_proof(self) -> None:
+        for name, document, options, job in (
+                ("drawing.png", self.picture, ["HalftoneType=Tattoo_X8", "StencilMirror=True"],
+                 [Attribute(KEYWORD, "halftone-type", "tattoo-x8"),
+                  Attribute(BOOLEAN, "mirror", True)]),
+                ("drawing.pdf", pdf((200, 100, "0.5 g 10 10 150 60 re f")), ["HalftoneType=None"],
+                 [Attribute(KEYWORD, "halftone-type", "threshold")])):
+            with self.subTest(name):
+                file = self.folder / name
+                file.write_bytes(document)
+                arguments = ["--ppd", str(PPDS / "dravr802.ppd")]
+                for one in options:
+                    arguments += ["-o", one]
+                (want,) = proof_pages(os.environ["DRAV_TOOL"], file, self.folder, *arguments)
+                self.assertCompleted(self.printed(
+                    self.receipts, "application/octet-stream", document, *job))
+                self.assertEqual(decode(self.receipt_printer.job()).rows, want)
 
     def test_a_receipt_is_as_long_as_its_picture(self) -> None:
         self.assertCompleted(self.printed(self.receipts, "image/png", self.picture))

@@ -9,10 +9,15 @@ import unittest
 import ipp
 import private_cups
 from app_case import AppCase, PICTURE_FILTER, filtered
+from escpos_stream import decode
 from picture_files import image, ramp, saved
 from test_documents import pdf
 
 SYSTEM = pathlib.Path("/usr/lib/cups")
+
+
+def black(job: bytes) -> int:
+    return sum(byte.bit_count() for row in decode(job).rows for byte in row)
 
 
 class EverywhereTest(AppCase):
@@ -45,6 +50,12 @@ class EverywhereTest(AppCase):
         got = self.through_cups("drawing.pdf", document)
         self.assertCompleted(self.printed(self.client, "application/pdf", document))
         self.assertSameBytes(got, self.printer.job())
+
+    def test_a_range_of_pages_is_taken_once(self) -> None:
+        pages = ((150, 90, "20 20 80 30 re f"), (150, 90, "20 20 20 15 re f"))
+        whole = black(self.through_cups("drawing.pdf", pdf(*pages)))
+        second = black(self.through_cups("drawing.pdf", pdf(*pages), "page-ranges=2-2"))
+        self.assertAlmostEqual(second / whole, 1 / 9, delta=0.01)  # of 2400 + 300
 
 
 if __name__ == "__main__":

@@ -2,11 +2,12 @@
 # SPDX-License-Identifier: Apache-2.0
 """PWG and Apple raster through the server: the bytes of the filter, or no bytes."""
 import struct
+import threading
 import unittest
 
 from app_case import (SGRAY, AppCase, as_filter_raster, filtered, ink_page, pwg, urf, white_page)
 from cups_raster import Page, page as page_of
-from ipp_client import BOOLEAN, COLLECTION, INTEGER, KEYWORD, Attribute
+from ipp_client import (BOOLEAN, COLLECTION, INTEGER, KEYWORD, RANGE, SERVER_BUSY, Attribute)
 
 RGB_24 = {"cupsBitsPerPixel": 24, "cupsColorSpace": 19, "cupsNumColors": 3}
 
@@ -56,6 +57,35 @@ class RasterTest(AppCase):
         self.assertCompleted(job)
         twice = [pages[0], pages[0], pages[1], pages[1]]
         self.assertSameBytes(self.printer.job(), filtered(as_filter_raster(twice, "A4")))
+
+    def test_a_range_of_pages(self) -> None:
+        pages = [ink_page(40 + 8 * one, 10 + one) for one in range(4)]
+        document = pwg(pages)
+        job = self.printed(self.client, "image/pwg-raster", document,
+                           Attribute(RANGE, "page-ranges", (2, 3)))
+        self.assertCompleted(job)
+        self.assertEqual(job["job-impressions-completed"], [2])
+        self.assertSameBytes(self.printer.job(), filtered(as_filter_raster(pages[1:3], "A4")))
+        self.assertAborted(self.printed(self.client, "image/pwg-raster", document,
+                                        Attribute(RANGE, "page-ranges", (5, 9))))
+        self.assertEqual(self.printer.jobs(), [])
+
+    def test_a_second_raster_is_told_that_the_queue_is_busy_and_prints_later(self) -> None:
+        printer = self.sink(stall_at=2_000)
+        client = self.server.add("busy", printer.uri)
+        first, second = ink_page(1200, 400), ink_page(64, 24)
+        jobs: list[tuple[int, dict]] = []
+        thread = threading.Thread(
+            target=lambda: jobs.append(client.print_job("image/pwg-raster", pwg([first]))))
+        thread.start()
+        printer.wait_bytes(2_000)
+        self.assertEqual(client.print_job("image/pwg-raster", pwg([second]))[0], SERVER_BUSY)
+        printer.resume()
+        thread.join()
+        self.assertCompleted(self.ended(client, jobs[0][1]["job-id"][0]))
+        self.assertSameBytes(printer.job(), filtered(as_filter_raster([first], "A4")))
+        self.assertCompleted(self.printed(client, "image/pwg-raster", pwg([second])))
+        self.assertSameBytes(printer.job(), filtered(as_filter_raster([second], "A4")))
 
     def test_the_frame_knows_the_paper_of_a_page_that_comes_without_a_name(self) -> None:
         page = page_of(1240, 1748, bytes(1240 * 1748))
@@ -131,6 +161,7 @@ class RasterTest(AppCase):
             with self.subTest(rows):
                 self.refused(pwg([Page(b"", {**ink_page(8, 1).header, "cupsHeight": rows})])
                              + bytes(400))
+        self.refused(pwg([ink_page(8, 35_434)]))  # whole, one row beyond 3 m
 
     def test_pages_of_other_kinds_are_refused(self) -> None:
         page = ink_page(30, 10)

@@ -15,10 +15,14 @@ import unittest.mock
 
 from app_case import (APP, PICTURE, PICTURE_FILTER, RASTER, SGRAY, AppCase, Server,
                       as_filter_raster, filtered, ink_page, picture, pwg, white_page)
-from ipp_client import ABORTED, BOOLEAN, COLLECTION, INTEGER, KEYWORD, Attribute
+from ipp_client import ABORTED, BOOLEAN, COLLECTION, INTEGER, KEYWORD, Attribute, Client
 from picture_files import image, ramp, saved
 
 SUITES = pathlib.Path("/usr/share/cups/ipptool")
+
+
+class ElsewhereServer(Server):
+    host = "127.0.0.2"
 
 
 class CommandTest(AppCase):
@@ -46,6 +50,9 @@ class CommandTest(AppCase):
         self.assertEqual(run("-d", "first", "-o", "mirror=true", str(file)).strip(), "first-2")
         printer.jobs(1)
         run("status")
+        self.assertEqual(run("printers", "-h", f"127.0.0.1:{self.server.port}").split(),
+                         ["first", "second"])
+        run("autoadd")  # the printers on USB, if there are any
         run("delete", "-d", "second")
         self.assertEqual(run("printers").split(), ["first"])
         run("modify", "-d", "first", "-o", "no-such-option=1")
@@ -56,6 +63,14 @@ class CommandTest(AppCase):
         run("shutdown")
         assert self.server.process is not None
         self.server.process.wait(5)
+
+    def test_a_server_listens_where_it_is_told(self) -> None:
+        folder = self.folder / "elsewhere"
+        folder.mkdir()
+        server = ElsewhereServer(folder, f"listen-hostname={ElsewhereServer.host}")
+        self.addCleanup(server.stop, signal.SIGKILL)
+        with socket.socket() as one:
+            self.assertNotEqual(one.connect_ex((Server.host, server.port)), 0)
 
     def test_a_port_that_is_no_number(self) -> None:
         self.assertIn("server-port", self.server.run("server", "-o", "server-port=x", status=1))
@@ -179,6 +194,47 @@ class SecurityTest(AppCase):
                 one.sendall(data)
         self.server.add("after", self.sink().uri).printer()
         self.assertTrue(self.server.lives)
+
+
+class LimitTest(AppCase):
+    def test_more_connections_than_it_takes_wait_for_others_to_end(self) -> None:
+        client = self.server.add("reached", self.sink().uri)
+        idle = [socket.create_connection(("127.0.0.1", self.server.port)) for _ in range(64)]
+        for one in idle:
+            self.addCleanup(one.close)
+            one.sendall(b"OPTIONS * HTTP/1.1\r\nHost: localhost\r\n\r\n")
+            self.assertIn(b"200", one.recv(4096))
+        with socket.create_connection(("127.0.0.1", self.server.port)) as late:
+            late.sendall(b"OPTIONS * HTTP/1.1\r\nHost: localhost\r\n\r\n")
+            late.settimeout(0.5)
+            self.assertRaises(TimeoutError, late.recv, 1)
+            for one in idle:
+                one.close()
+            late.settimeout(10)
+            self.assertIn(b"200", late.recv(4096))
+        self.assertEqual(client.printer()["printer-name"], ["reached"])
+
+
+class EncryptionTest(AppCase):
+    options = ("share=yes",)
+
+    def test_keys_are_kept_with_the_state_and_pages_come_encrypted(self) -> None:
+        others = pathlib.Path("/etc/cups/ssl")
+        before = set(others.glob("*"))
+        printer = self.sink()
+        self.server.add("private", printer.uri)
+        client = Client(self.server.port, "/ipp/print/private", encrypted=True)
+        page = ink_page(64, 24)
+        self.assertCompleted(self.printed(client, RASTER, pwg([page])))
+        self.assertSameBytes(printer.job(), filtered(as_filter_raster([page], "A4")))
+        keys = list((self.folder / "default/ssl").iterdir())
+        self.assertEqual({one.suffix for one in keys}, {".crt", ".key"})
+        self.assertEqual((self.folder / "default/ssl").stat().st_mode & 0o777, 0o700)
+        self.assertEqual(set(others.glob("*")), before)
+        connection = client.connect()
+        connection.request("GET", "/print")
+        self.assertEqual(connection.getresponse().status, 200)
+        connection.close()
 
 
 class RequestTest(AppCase):

@@ -30,6 +30,8 @@ class StatusTest(AppCase):
                                 for one in self.reasons(client)}) != want:
                     self.assertLess(time.monotonic(), end, said)
                     time.sleep(0.1)
+        self.assertRegex(self.server.log.read_text(),
+                         rf"E \[[^\n]*{self.name}[^\n]*its cutter does not move")
 
     def test_a_silent_printer_costs_one_slow_answer(self) -> None:
         printers = {"silent": self.sink(),
@@ -45,9 +47,12 @@ class StatusTest(AppCase):
         time.sleep(2.1)  # until PAPPL would ask again
         for name, client in clients.items():
             with self.subTest(name):
-                start = time.monotonic()
-                self.assertEqual(self.reasons(client), {"none"})
-                self.assertLess(time.monotonic() - start, 0.6)
+                times = []
+                for _ in range(5):  # another program may have the processor
+                    start = time.monotonic()
+                    self.assertEqual(self.reasons(client), {"none"})
+                    times.append(time.monotonic() - start)
+                self.assertLess(min(times), 0.05)
                 self.assertCompleted(self.printed(client, RASTER, pwg([self.page])))
                 self.assertEqual(printers[name].questions, asked[name])
 

@@ -125,7 +125,10 @@ class WebTest(AppCase):
                   "size": "fill", "paper": "10500x14800", "clean": "true"}),
                 (self.stencil, self.printer, {"size": "15000", "lines": "true",
                                               "paper": "10150x10070", "mirror": "true"}),
-                (self.receipts, self.receipt_printer, {"halftone_type": "burkes"})):
+                (self.receipts, self.receipt_printer, {"halftone_type": "burkes"}),
+                (self.receipts, self.receipt_printer, {"paper": "7200x10000", "length": "5050"}),
+                (self.stencil, self.printer, {"paper": "20300x29700", "length": "7000",
+                                              "size": "fill", "mirror": "true"})):
             with self.subTest(str(fields)):
                 upload = self.browser.upload(self.picture)
                 proof = self.browser.ask("/print/proof", upload=upload, queue=queue, **fields)
@@ -150,6 +153,20 @@ class WebTest(AppCase):
         self.assertEqual(len(rows), round(round(148 * 300 / 25.4) / figures["shrink"]))
         self.assertEqual(len(rows[0]), -(-width // figures["shrink"]))
         self.assertEqual((max(rows[0]), min(map(min, rows))), (255, 20))
+
+    def test_a_page_on_a_roll_is_as_long_as_its_drawing_or_as_is_said(self) -> None:
+        def rows(**fields: str) -> int:
+            upload = self.browser.upload(self.picture)
+            proof = self.browser.ask("/print/proof", upload=upload, queue=self.receipts, **fields)
+            self.assertEqual(proof.status, 200, proof.body[:200])
+            return dots_of(proof)[0]["original"]["rows"]
+        drawing = round(200 * 203 / 300)
+        for fields, want in (({"paper": "7200x20000"}, drawing), ({"paper": "7200x60000"}, drawing),
+                             ({"length": "2000"}, 160), ({"length": "12345"}, 987),
+                             ({"length": "2000", "size": "fill"}, 160),
+                             ({"length": "300000"}, 23976)):
+            with self.subTest(str(fields)):
+                self.assertEqual(rows(**fields), want)
 
     def test_a_page_of_a_pdf(self) -> None:
         document = pdf((200, 200, "0 0 100 100 re f"), (200, 200, "50 50 20 20 re f"))
@@ -315,7 +332,8 @@ class WebTest(AppCase):
         for fields in ({"colour": "red"}, {"cash-drawer-3": "job-start"}, {"halftone-type": "x"},
                        {"halftone-type": ""}, {"brightness": "dark"}, {"mirror": "yes"},
                        {"paper": "A4"}, {"paper": "100x100"}, {"paper": "21000x400000"},
-                       {"paper": "21000x29700x1"}, {"size": "0"}, {"size": "99999"},
+                       {"paper": "21000x29700x1"}, {"length": "10000"},
+                       {"length": "1999", "paper": "20300x29700"}, {"size": "0"}, {"size": "99999"},
                        {"size": "nan"}, {"turn": "45"}, {"turn": "360"}, {"clean": "1"},
                        {"page": "0"}, {"page": "2147483648"}, {"copies": "0"},
                        {"copies": "100"}, {"name": "x" * 241},

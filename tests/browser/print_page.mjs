@@ -130,6 +130,59 @@ test("on a phone, in German and in the dark", async () => {
   await closeQuietly(proof);
 });
 
+test("a roll is as long as is said; a job for a printer that is away is cancelled", async () => {
+  const proof = await openPage(DESKTOP);
+  const { page } = proof;
+  await page.locator("#queue").selectOption({ label: "Away" });
+  assert.deepEqual(await page.locator("#paper option").allTextContents(),
+    ["Roll, 72 mm wide", "Roll, 80 mm wide"]);
+  const rows = () => page.evaluate(() => proofData.page.rows);
+  const chooser = page.waitForEvent("filechooser");
+  await page.locator("#choose").click();
+  await timed(proof, async () => (await chooser).setFiles(config.small));
+  const ofDrawing = 600; // which is wider than the roll, and turned
+  assert.equal(await rows(), ofDrawing);
+  await timed(proof, () => page.locator("#length").fill("50.5"));
+  const stated = Math.round(50.5 * 203 / 25.4);
+  assert.equal(await rows(), stated);
+  await shoot(proof, "print-roll");
+  await page.locator("#length").fill("5"); // no paper is as short
+  await page.locator("#length:invalid").waitFor();
+  await timed(proof, () => page.locator("#mirror").check());
+  assert.equal(await rows(), stated);
+  await timed(proof, () => page.locator("#length").fill(""));
+  assert.equal(await rows(), ofDrawing);
+  await page.locator("#print").click();
+  await page.locator("#state", { hasText: "The drawing waits for its turn. The printer is away or switched off." }).waitFor();
+  await shoot(proof, "print-away");
+  await page.locator("#cancel").click();
+  await waitState(proof, "canceled");
+  assert.equal(await page.locator("#state").textContent(), "The print was cancelled.");
+  await timed(proof, () => page.locator("#queue").selectOption({ label: "Stencil" }));
+  assert.equal(await page.locator("#length").isVisible(), false);
+  await closeQuietly(proof);
+});
+
+test("in each language the page is as wide as the phone", async () => {
+  const titles = new Set();
+  for (const locale of ["de-DE", "es-ES", "fr-FR", "ja-JP", "zh-CN"]) {
+    const proof = await openPage({ ...PHONE, locale });
+    const { page } = proof;
+    titles.add(await page.locator("h1").textContent());
+    await page.evaluate(() => { // all that can be shown
+      document.body.classList.remove("empty");
+      for (const id of ["width-field", "length-field", "page-field", "cancel"]) byId(id).hidden = false;
+    });
+    assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), 390, locale);
+    for (const id of ["print", "cancel"])
+      assert.ok(await page.locator(`#${id}`).evaluate((one) => one.scrollWidth <= one.clientWidth),
+        `${locale}: ${id}`);
+    await closeQuietly(proof);
+  }
+  titles.add("Print a drawing");
+  assert.equal(titles.size, 6, [...titles].join());
+});
+
 test("by keys alone, with a file that is no drawing first", async () => {
   const proof = await openPage({ ...DESKTOP, colorScheme: "dark" });
   const { page } = proof;

@@ -19,7 +19,7 @@ sys.path.insert(0, str(HERE.parent / "app"))
 
 # pylint: disable=wrong-import-position
 import harness  # noqa: E402
-from app_case import Server  # noqa: E402
+from app_case import Server, free_port  # noqa: E402
 from escpos_stream import decode  # noqa: E402
 from pictures import make_png  # noqa: E402
 from sink import Sink  # noqa: E402
@@ -67,6 +67,7 @@ def main() -> None:
         server, printer = Server(here), Sink()
         try:
             server.add("Stencil", printer.uri)
+            server.add("Away", f"socket://127.0.0.1:{free_port()}", "dravr802")
             (here / "notes.txt").write_text("some text\n")
             config = {"chromium": programs["chromium"], "folder": str(folder),
                       "url": f"http://localhost:{server.port}/print",

@@ -9,6 +9,7 @@ and with a scratch folder in the place of /run/systemd/system. What debhelper ad
 is tried by scripts/package-check.
 """
 import argparse
+import fnmatch
 import pathlib
 import re
 import shutil
@@ -302,6 +303,27 @@ class ServerUnitTest(unittest.TestCase):
             staged.SOURCE / "packaging/systemd/drav-printer-app.sysusers").read_text("utf-8"), re.M)
         self.assertEqual(user, (self.service["User"][0], f"/{STATE}"))
         self.assertEqual(f"var/lib/{self.service['StateDirectory'][0]}", STATE)
+
+    def test_it_may_write_to_printers_on_usb_and_to_no_other_device(self) -> None:
+        """As udev(7) reads the rule; scripts/package-check has udev itself read it."""
+        lines = (staged.SOURCE / "packaging/udev/60-drav-printer-app.rules").read_text("utf-8")
+        rules = [re.findall(r'([A-Z]+)(==|=)"([^"]*)"(?:, |$)', line)
+                 for line in lines.splitlines() if line and not line.startswith("#")]
+        self.assertEqual(len(rules), 1)
+        self.assertEqual(", ".join(f'{key}{sign}"{value}"' for key, sign, value in rules[0]),
+                         lines.splitlines()[-1])
+
+        def given(**device: str) -> dict[str, str]:
+            holds = all(fnmatch.fnmatchcase(device[key], value)
+                        for key, sign, value in rules[0] if sign == "==")
+            return {key: value for key, sign, value in rules[0] if sign == "=" and holds}
+        (group,) = self.service["SupplementaryGroups"]
+        for number in ("lp0", "lp15"):
+            self.assertEqual(given(SUBSYSTEM="usbmisc", KERNEL=number),
+                             {"GROUP": group, "MODE": "0660"})
+        for subsystem, name in (("usbmisc", "hiddev0"), ("usbmisc", "lpa"), ("printer", "lp0"),
+                                ("usb", "lp0")):
+            self.assertEqual(given(SUBSYSTEM=subsystem, KERNEL=name), {})
 
     def test_every_users_commands_find_it(self) -> None:
         """By the name that the library looks for, which leads to the service's own folder."""

@@ -36,6 +36,7 @@ APP_PROGRAM = "/usr/bin/drav-printer-app"
 PROGRAMS = {FILTER, PICTURE_FILTER, PICTURE_READER, TEXT_READER, CLEAN, APP_PROGRAM, "/usr/bin/drav"}
 UNITS = "/lib/systemd/system"
 APP_LINK = "/etc/systemd/system/multi-user.target.wants/drav-printer-app.service"
+USB_RULE = r"60-drav-printer-app\.rules"
 STATE = "/var/lib/drav-printer-app"
 MOST_EXPOSED = {"drav-clean": 2.0, APP: 2.5}  # of 10, by systemd's own count
 TIMER_LINK = "/etc/systemd/system/timers.target.wants/drav-clean.timer"
@@ -211,11 +212,20 @@ class Check:
                  "the print server does not answer")
         return int(self.root.run("systemctl", "show", "-P", "MainPID", APP))
 
+    def usb_rule(self) -> None:
+        """udev itself reads it, and has nothing to say of it."""
+        said = self.root.run("udevadm", "test", "--action=add", "/devices/virtual/mem/null")
+        need(re.search(rf"^Reading rules file: \S+/{USB_RULE}$", said, re.M) is not None,
+             "udev does not know the rule for printers on USB")
+        complaints = re.findall(rf"^\S+/{USB_RULE}:\d+ .*$", said, re.M)
+        need(not complaints, "\n".join(complaints))
+
     def print_server(self) -> str:
         """As the guide says, by systemd in the unit's sandbox, and once more after a restart."""
         device = f"socket://127.0.0.1:{self.printer.port}/?status=no"
         with self.root.booted():
             shutil.copy(ARGUMENTS.document, self.root.path("/tmp/page.pdf"))
+            self.usb_rule()
             self.confined(self.serves())
             self.as_visitor("add", "-v", device, "-m", "dravsa43", "-o", "queues=usual")
             self.as_visitor("-d", "Stencil lines", "/tmp/page.pdf")

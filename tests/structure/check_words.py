@@ -28,7 +28,7 @@ class Texts(html.parser.HTMLParser):
 
     def handle_starttag(self, tag, attrs) -> None:
         self.found |= {value for name, value in attrs
-                       if name in ("aria-label", "title", "aria-roledescription")}
+                       if name in ("aria-label", "title", "placeholder", "aria-roledescription")}
 
     def handle_data(self, data) -> None:
         text = data.strip()

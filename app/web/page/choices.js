@@ -6,6 +6,7 @@ const STEPPER_NAMES = ["brightness", "contrast"];
 
 let queues = [];
 let queue = null; // the one that is chosen
+let papers = []; // that are offered on it
 const picked = {}; // of the queue's options: attribute -> value
 
 function labelOf(option, choice) {
@@ -24,9 +25,10 @@ function makeQueues({ queues: all, default: standard }) {
 }
 
 function paperLabel({ name, width, length, isRoll }) {
+  if (isRoll)
+    return say("Roll, {width} mm wide", { width: formatNumber(width, Number.isInteger(width) ? 0 : 1) });
   const size = say("{width} × {length} mm",
     { width: formatNumber(width, 0), length: formatNumber(length, 0) });
-  if (isRoll) return say("Roll {size}", { size });
   const known = /^(?:iso|na|om)_([a-z0-9]+)/.exec(name)[1];
   return `${known.length < 3 ? known.toUpperCase() : known[0].toUpperCase() + known.slice(1)}, ${size}`;
 }
@@ -35,14 +37,33 @@ function paperValue({ width, length }) {
   return `${Math.round(width * 100)}x${Math.round(length * 100)}`;
 }
 
+// A page on a roll is as long as what stands on it, or as is said apart: a roll is offered
+// once for its width, the queue's own where it has one.
+function findPapers() {
+  const [width, length] = queue.paper.split("x").map((side) => Number(side) / 100);
+  const isOwn = (one) => paperValue(one) === queue.paper;
+  const all = queue.papers.some(isOwn) ? queue.papers
+    : [...queue.papers, { width, length, isRoll: true }];
+  const rolls = new Map();
+  for (const one of all)
+    if (one.isRoll && (isOwn(one) || !rolls.has(one.width))) rolls.set(one.width, one);
+  return all.filter((one) => !one.isRoll || rolls.get(one.width) === one);
+}
+
+function isOnRoll() {
+  return papers.find((one) => paperValue(one) === byId("paper").value).isRoll;
+}
+
+function showLength() {
+  byId("length-field").hidden = !isOnRoll();
+}
+
 function makePapers() {
-  const select = byId("paper");
-  select.replaceChildren(...queue.papers.map((one) => new Option(paperLabel(one), paperValue(one))));
-  if (![...select.options].some(({ value }) => value === queue.paper)) {
-    const [width, length] = queue.paper.split("x").map((side) => Number(side) / 100);
-    select.append(new Option(paperLabel({ width, length, isRoll: true }), queue.paper));
-  }
-  select.value = queue.paper;
+  papers = findPapers();
+  byId("paper").replaceChildren(...papers.map((one) => new Option(paperLabel(one), paperValue(one))));
+  byId("paper").value = queue.paper;
+  setNumber("length", "");
+  showLength();
 }
 
 function makeHalftoneChoices(refresh) {
@@ -120,22 +141,40 @@ function listenToChoices(refresh) {
     byId("width-field").hidden = target.value !== "width";
     refresh();
   });
+  byId("paper").addEventListener("change", showLength);
   for (const id of ["paper", "turn", "clean", "lines"]) byId(id).addEventListener("change", refresh);
-  for (const id of ["width", "page-number"])
+  for (const id of ["width", "length", "page-number"])
     byId(id).addEventListener("input", ({ target }) => {
-      if (target.checkValidity() && target.value !== "") refresh();
+      if (!target.checkValidity()) return;
+      target.dataset.good = target.value;
+      refresh();
     });
+}
+
+// What a field for a number said last that it may say.
+function numberIn(id) {
+  return byId(id).dataset.good ?? byId(id).defaultValue;
+}
+
+function setNumber(id, text) {
+  byId(id).value = byId(id).dataset.good = text;
+}
+
+function hundredths(id) {
+  return String(Math.round(Number(numberIn(id)) * 100));
 }
 
 // What makes the page, and what makes its dots: fields of a request.
 function pageFields() {
   const size = byId("size").value;
+  const hasLength = isOnRoll() && numberIn("length") !== "";
   return {
     queue: String(queue.id), paper: byId("paper").value,
-    size: size === "width" ? String(Math.round(Number(byId("width").value) * 100)) : size,
+    ...(hasLength ? { length: hundredths("length") } : {}),
+    size: size === "width" ? hundredths("width") : size,
     turn: byId("turn").value, clean: String(byId("clean").checked),
     lines: String(byId("lines").checked),
-    page: byId("page-field").hidden ? "1" : byId("page-number").value,
+    page: byId("page-field").hidden ? "1" : numberIn("page-number"),
   };
 }
 

@@ -24,7 +24,7 @@ function translatePage() {
     const text = texts.currentNode.data.trim();
     if (text) texts.currentNode.data = texts.currentNode.data.replace(text, () => say(text));
   }
-  for (const name of ["aria-label", "title", "aria-roledescription"])
+  for (const name of ["aria-label", "title", "placeholder", "aria-roledescription"])
     for (const element of document.querySelectorAll(`[${name}]`))
       element.setAttribute(name, say(element.getAttribute(name)));
 }

@@ -28,6 +28,7 @@ function showState(text, warns) {
 function showButtons(isReady) {
   byId("print").disabled = !isReady || job !== "";
   byId("cancel").hidden = job === "";
+  byId("copies-field").hidden = job !== "";
 }
 
 // Paper of the pages alone, without feeds and cuts.
@@ -39,7 +40,8 @@ function paperUsed(proof, copies) {
 function stateText({ state, message, printer }, proof, copies) {
   if (state === "completed")
     return say("Printed. Paper used: {length}.", { length: paperUsed(proof, copies) });
-  const texts = [say(JOB_STATES[state] ?? JOB_STATES.pending)];
+  const waits = state === "processing" && printer.includes("offline");
+  const texts = [say((!waits && JOB_STATES[state]) || JOB_STATES.pending)];
   if (state === "aborted" && message) texts.push(message);
   if (state !== "canceled") texts.push(...printer.map((reason) => say(PRINTER_REASONS[reason])));
   return texts.join(" ");

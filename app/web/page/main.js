@@ -55,7 +55,7 @@ async function takeFile(file) {
   showState("");
   showTrouble("");
   byId("subtitle").textContent = file.name;
-  byId("page-number").value = "1";
+  setNumber("page-number", "1");
   byId("page-field").hidden = true;
   showButtons(false);
   try {

@@ -37,6 +37,22 @@ TEST(DeviceUri, SocketsHaveAHostAndAPort) {
   EXPECT_EQ(parseDeviceUri("socket://192.0.2.10:9100/?status=no")->uri, plain->uri);
 }
 
+TEST(DeviceUri, APrinterOnUsbIsTheSameWhetherItIsAskedOrNot) {
+  for (const std::string uri : {"usb://Drav/Stencil%20A4?serial=A1", "usb://Maker/POS58"}) {
+    const auto asked = parseDeviceUri(uri);
+    ASSERT_TRUE(asked);
+    EXPECT_EQ(asked->kind, DeviceKind::kUsb);
+    EXPECT_EQ(asked->uri, uri);
+    EXPECT_TRUE(asked->answersStatus);
+    for (const char* start : {"?", "&"}) {
+      const auto left = parseDeviceUri(uri + start + "status=no");
+      ASSERT_TRUE(left);
+      EXPECT_EQ(left->uri, uri);
+      EXPECT_FALSE(left->answersStatus);
+    }
+  }
+}
+
 TEST(DeviceUri, FilesHaveAPath) {
   const auto printer = parseDeviceUri("lp:/dev/usb/lp0");
   ASSERT_TRUE(printer);

@@ -86,6 +86,7 @@ TEST(WishFields, AreReadAndBounded) {
   std::string error;
   for (const auto& [name, value] : Fields{{"frames", "1"},
                                           {"paper", "1x1"},
+                                          {"length", "10000"},  // of a sheet
                                           {"size", "99"},
                                           {"turn", "45"},
                                           {"lines", "1"},
@@ -95,6 +96,23 @@ TEST(WishFields, AreReadAndBounded) {
     EXPECT_FALSE(readWish({{name, value}}, *findPrinterModel("dravsa43"), other, error)) << name;
     EXPECT_NE(error.find(name), std::string::npos) << error;
   }
+}
+
+TEST(WishFields, APageOnARollMayHaveALength) {
+  const auto lengthOf = [](const char* paper, const char* length) {
+    DrawingWish wish;
+    std::string error;
+    const Fields fields = {{"paper", paper}, {"length", length}};
+    const bool isRead = readWish(fields, *findPrinterModel("dravsa43"), wish, error);
+    EXPECT_TRUE(isRead || error == "no good value of length") << error;
+    return isRead ? wish.page.length : -1;
+  };
+  EXPECT_EQ(lengthOf("20300x29700", "2000"), 2000);
+  EXPECT_EQ(lengthOf("20300x29700", "300000"), 300'000);
+  for (const char* length : {"1999", "300001", "0", "-5", "", "auto", "20 0"})
+    EXPECT_EQ(lengthOf("20300x29700", length), -1) << length;
+  const DrawingWish wish = wishOf({{"paper", "20300x29700"}, {"length", "40000"}});
+  EXPECT_EQ(wish.page.medium.paper, "X203MMY400MM");
 }
 
 TEST(WishFields, OptionsThatAModelLacksAreUnknown) {
@@ -107,6 +125,8 @@ TEST(WishFields, OptionsThatAModelLacksAreUnknown) {
 TEST(PageWantedTest, ComparesWhatMakesThePage) {
   const PageWanted one = wishOf({}).page;
   EXPECT_EQ(one, wishOf({{"brightness", "5"}, {"copies", "9"}, {"name", "a"}}).page);
+  EXPECT_FALSE(wishOf({{"paper", "20300x40000"}}).page ==
+               wishOf({{"paper", "20300x40000"}, {"length", "40000"}}).page);
   for (const auto& [name, value] : Fields{{"size", "fill"},
                                           {"turn", "0"},
                                           {"clean", "true"},

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 
 #include <map>
+#include <set>
+#include <string>
 #include <vector>
 
 namespace app {
@@ -25,11 +27,22 @@ TEST(PrinterStatus, EachBitMeansWhatItSays) {
   EXPECT_EQ(statusOf({{4, 0x72}}), kStatusMediaEmpty);
   EXPECT_EQ(statusOf({{4, 0x1e}}), kStatusMediaLow);
   EXPECT_EQ(statusOf({{4, 0x7e}}), kStatusMediaLow | kStatusMediaEmpty);
-  EXPECT_EQ(statusOf({{3, 0x1a}}), kStatusFault);
-  EXPECT_EQ(statusOf({{3, 0x32}}), kStatusFault);
-  EXPECT_EQ(statusOf({{3, 0x52}}), kStatusFault);
+  EXPECT_EQ(statusOf({{3, 0x1a}}), kStatusCutterFault);
+  EXPECT_EQ(statusOf({{3, 0x32}}), kStatusLastingFault);
+  EXPECT_EQ(statusOf({{3, 0x52}}), kStatusPassingFault);
   EXPECT_EQ(statusOf({{2, 0x36}, {3, 0x1a}, {4, 0x1e}}),
-            kStatusCoverOpen | kStatusMediaEmpty | kStatusFault | kStatusMediaLow);
+            kStatusCoverOpen | kStatusMediaEmpty | kStatusCutterFault | kStatusMediaLow);
+}
+
+TEST(PrinterStatus, EachFaultHasWordsAndNothingElseHas) {
+  std::set<std::string> texts;
+  for (const unsigned fault : {kStatusCutterFault, kStatusLastingFault, kStatusPassingFault}) {
+    ASSERT_NE(faultText(fault | kStatusMediaLow), nullptr) << fault;
+    texts.insert(faultText(fault));
+  }
+  EXPECT_EQ(texts.size(), 3U);
+  EXPECT_EQ(faultText(kStatusCoverOpen | kStatusMediaEmpty | kStatusMediaLow | kStatusOffline),
+            nullptr);
 }
 
 TEST(PrinterStatus, ABitOfAnotherAnswerMeansNothing) {
