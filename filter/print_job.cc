@@ -2,6 +2,7 @@
 #include "filter/print_job.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "common/log.h"
@@ -14,6 +15,14 @@ namespace {
 
 constexpr uint8_t kLeadingZeros[64] = {};
 constexpr unsigned char kMeasureBothEdges = 10;
+
+// As a number: a raster may state one that the type cannot hold.
+uint32_t colorSpaceOf(const cups_page_header2_t& header) {
+  uint32_t space = 0;
+  static_assert(sizeof header.cupsColorSpace == sizeof space);
+  std::memcpy(&space, &header.cupsColorSpace, sizeof space);
+  return space;
+}
 
 }  // namespace
 
@@ -78,11 +87,12 @@ Outcome PrintJob::startPage(const cups_page_header2_t& header) {
 
 // 0 is no ink in the K colour space alone; other pages print as they are.
 void PrintJob::warnOfColorSpace() {
-  if (header_.cupsColorSpace == CUPS_CSPACE_K || warnedOfColorSpace_) return;
+  const uint32_t space = colorSpaceOf(header_);
+  if (space == CUPS_CSPACE_K || warnedOfColorSpace_) return;
   warnedOfColorSpace_ = true;
   dravLogCommon(kLogWarning,
                 "The page's cupsColorSpace is %d instead of K (%d), it may print inverted!",
-                static_cast<int>(header_.cupsColorSpace), static_cast<int>(CUPS_CSPACE_K));
+                static_cast<int>(space), static_cast<int>(CUPS_CSPACE_K));
 }
 
 Outcome PrintJob::printPage(const uint8_t* pixels) {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <string>
 #include <vector>
 #include <vips/vips8>
@@ -25,6 +26,7 @@ constexpr double kCssDpi = 96;   // pixels to the inch, as CSS and SVG define th
 constexpr double kVipsDpi = 72;  // the same as the SVG loader sees it
 constexpr double kWhite = 255;
 constexpr double k16BitsPer8 = 257;
+constexpr int kMostRowsAtOnce = 256;
 constexpr int64_t kMostByOneStep = 64;  // times that a picture is reduced with one kernel
 
 // The loader of a kind and its class, where libvips must be told to let it in.
@@ -227,6 +229,56 @@ VImage onWhite(const VImage& image) {
 uint8_t* rowOf(const VipsRegion& region, int x, int y) {
   return region.data + std::ptrdiff_t{y - region.valid.top} * region.bpl +
          std::ptrdiff_t{x - region.valid.left} * region.im->Bands;
+}
+
+// How far a picture has been read that is decoded from the top.
+struct RowsRead {
+  std::mutex mutex;
+  int next = 0;
+};
+
+// What libvips calls for a part of a picture that is read in order.
+int makeInOrder(VipsRegion* out, void* sequence, void* /*image*/, void* state, gboolean* /*stop*/) {
+  auto* const source = static_cast<VipsRegion*>(sequence);
+  auto* const read = static_cast<RowsRead*>(state);
+  const std::lock_guard lock(read->mutex);
+  const VipsRect& area = out->valid;
+  while (read->next < area.top) {
+    const VipsRect passed = {0, read->next, source->im->Xsize,
+                             std::min(kMostRowsAtOnce, area.top - read->next)};
+    if (vips_region_prepare(source, &passed) != 0) return -1;
+    read->next += passed.height;
+  }
+  read->next = std::max(read->next, area.top + area.height);
+  if (area.height <= kMostRowsAtOnce)
+    return vips_region_prepare(source, &area) == 0
+               ? vips_region_region(out, source, &area, area.left, area.top)
+               : -1;
+  for (int y = area.top; y < area.top + area.height; y += kMostRowsAtOnce) {
+    const VipsRect part = {area.left, y, area.width,
+                           std::min(kMostRowsAtOnce, area.top + area.height - y)};
+    if (vips_region_prepare(source, &part) != 0) return -1;
+    vips_region_copy(source, out, &part, part.left, part.top);
+  }
+  return 0;
+}
+
+// Few rows at once of a picture that is decoded from the top. libvips asks for all that it passes
+// over in one piece and keeps them in lists, which takes a time by the square of their number.
+VImage readInOrder(const VImage& image) {
+  if (image.get_typeof(VIPS_META_SEQUENTIAL) == 0) return image;
+  VipsImage* source = image.get_image();
+  VipsImage* ordered = vips_image_new();
+  VImage owned(ordered);
+  g_object_ref(source);
+  vips_object_local(ordered, source);  // goes with it
+  auto* const read = new RowsRead;
+  g_object_set_data_full(G_OBJECT(ordered), "rows-read", read,
+                         [](void* one) { delete static_cast<RowsRead*>(one); });
+  if (vips_image_pipelinev(ordered, VIPS_DEMAND_STYLE_ANY, source, nullptr) != 0 ||
+      vips_image_generate(ordered, vips_start_one, makeInOrder, vips_stop_one, source, read) != 0)
+    throw vips::VError();
+  return owned;
 }
 
 // What libvips calls for a part of a picture of grey.
@@ -433,7 +485,7 @@ class Picture::Implementation {
       options->set("source", vips::VSource::new_from_memory(file_.data(), file_.size()));
     }
     VImage::call(loader.operation, options);
-    return image;
+    return readInOrder(image);
   }
 
   // The pixels' levels, turned as the camera and the job say.

@@ -621,6 +621,36 @@ describe("a page that was prepared", () => {
   test("says nothing on the console and asks for nothing", () => closeQuietly(proof, page));
 });
 
+test("a page before that is half as large lies as its dots do", async () => {
+  const page = config.shrunk;
+  const { width, rows } = page;
+  const ink = fs.readFileSync(page.ink);
+  const lies = { "": (x, y) => [x, y], "mirror": (x, y) => [width - 1 - x, y],
+    "half-turn": (x, y) => [width - 1 - x, rows - 1 - y],
+    "mirror half-turn": (x, y) => [x, rows - 1 - y] };
+  const proof = await openProof(page, DESKTOP);
+  assert.match(await textOf(proof, "#notes"), /reduced to 1\/2\./);
+  await proof.keys("#divider", "End");
+  const box = await proof.page.locator("#page").boundingBox();
+  for (const [ids, place] of Object.entries(lies)) {
+    await setWay(proof, ...ids.split(" "));
+    // The mean of the four pixels of which one lies here.
+    const inkAt = (x, y) => {
+      const [inkX, inkY] = place(x, y);
+      const at = (inkY - inkY % 2) * width + inkX - inkX % 2;
+      return (ink[at] + ink[at + 1] + ink[at + width] + ink[at + width + 1]) / 4;
+    };
+    await proof.keys("#page", "0", "-"); // away from the knob of the slider
+    await proof.compareMeans({ width, rows,
+      blackIn: (...edges) => areaIn((x, y) => inkAt(x, y) / 255, ...edges) }, 100_000);
+    await proof.keys("#page", "8");
+    const before = await proof.compare((x, y) => 255 - inkAt(x, y), { width, rows },
+      { left: 60, top: 50, right: Math.round(box.width) - 30 });
+    assert.ok(before > 5000, `${before} pixels`);
+  }
+  await closeQuietly(proof, page);
+});
+
 test("a page without ink is not inverted", async () => {
   const page = config.blank;
   const proof = await openProof(page, DESKTOP);

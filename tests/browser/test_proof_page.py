@@ -12,6 +12,7 @@ import json
 import math
 import os
 import pathlib
+import random
 import shutil
 import subprocess
 import sys
@@ -171,6 +172,21 @@ class Maker:
         return {"html": str(self.folder / "art.html"), "width": 8 * len(page[0]),
                 "rows": len(page), "dots": dots}
 
+    def shrunk(self) -> dict:
+        """Noise whose picture is too large for the file, which holds it at half its size.
+
+        Its levels are multiples of four, so the mean of four pixels is a whole number.
+        """
+        width, height = 2000, 1602
+        source, fours = random.Random(4), bytes(level & 252 for level in range(256))
+        rows = [source.randbytes(width).translate(fours) for _ in range(height)]
+        path = self.folder / "noise.ras"
+        path.write_bytes(cups_raster.stream([cups_raster.grey(rows)]))
+        self.proof(str(path), "--html", str(self.folder / "noise.html"))
+        (self.folder / "noise.ink").write_bytes(b"".join(rows))
+        return {"html": str(self.folder / "noise.html"), "width": width, "rows": height,
+                "ink": str(self.folder / "noise.ink")}
+
     def blank(self) -> dict:
         """A page without ink, which inverting leaves as it is."""
         path = self.folder / "blank.ras"
@@ -193,7 +209,7 @@ def main() -> None:
                   "large": maker.page("large", 2479, 1500, 4),
                   "small": maker.page("a <!--<script> & 'c'", 300, 260, 2),
                   "trimmed": maker.trimmed(), "prepared": maker.prepared(),
-                  "blank": maker.blank()}
+                  "shrunk": maker.shrunk(), "blank": maker.blank()}
         path = pathlib.Path(scratch) / "config.json"
         path.write_text(json.dumps(config))
         done = subprocess.run([programs["node"], HERE / "proof_page.mjs", path], timeout=550,

@@ -14,11 +14,12 @@ import random
 import re
 import resource
 import signal
+import struct
 import unittest
 
 import drav_case
 from drav_case import DravCase, HALFTONES, filter_pages
-from pictures import read_png
+from pictures import make_png, read_png
 
 import cups_raster
 
@@ -209,11 +210,27 @@ class HtmlTest(DravCase):
         self.assertEqual(held, expected)
 
     def test_file_of_a_dense_photo_on_a4_stays_small(self):
-        noise = random.Random(7)
-        rows = [noise.randbytes(2480) for _ in range(3508)]
-        _, data = self.make(rows, HWResolution=(300, 300))
+        """Coarse squares, which cleaning keeps, below a strong grain; four looks of them."""
+        source, side, across = random.Random(7), 24, 100
+        shades = [bytes(min(255, max(0, level + (grain - 128) * 110 // 128))
+                        for grain in range(256)) for level in range(256)]
+        rows = []
+        for y in range(3508):
+            if y % side == 0:
+                levels = source.randbytes(across)
+            grain = source.randbytes(side * across)
+            rows.append(b"".join(grain[x * side:(x + 1) * side].translate(shades[level])
+                                 for x, level in enumerate(levels))[:2397])
+        photo = self.write("photo.png", make_png(2397, 3508, 8, 0, rows,
+                                                 pHYs=struct.pack(">IIB", 11811, 11811, 1)))
+        self.run_well("proof", photo, "--paper", "A4", "--gamma", "1.1", "--html",
+                      self.out / "a.html")
+        _, data = read_page(self.out / "a.html")
         self.assertLess((self.out / "a.html").stat().st_size, 25_000_000)
-        held = [(one["halftone"], one["brightness"], *way_of(one)) for one in data["proofs"]]
+        self.assertEqual(sorted((one["clean"], one["lines"]) for one in data["others"]),
+                         [(False, True), (True, False), (True, True)])
+        held = [(one["halftone"], one["brightness"], *way_of(one)) for one in data["proofs"]
+                if not (one["clean"] or one["lines"])]
         halftone, brightness = data["job"].values()
         self.assertEqual(held[0], (halftone, brightness, False, False))
         self.assertLessEqual({(i, brightness, False, False) for i in range(len(HALFTONES))} |

@@ -26,7 +26,7 @@ using documents::Placing;
 
 // Larger ones take their time, not new ways.
 constexpr uint64_t kMostPixels = 200'000;
-constexpr uint64_t kMostScaled = 20'000'000;
+constexpr uint64_t kMostDrawn = 20'000'000;  // of a drawing that is turned, which is drawn whole
 
 documents::Paper drawPaper(uint8_t choice) {
   documents::Paper paper;
@@ -74,7 +74,8 @@ void checkPicture(FileKind kind, std::span<const uint8_t> file, const documents:
   const Placing placing = documents::placePicture(facts, paper, wish);
   const uint64_t bytes =
       uint64_t{placing.visibleWidth()} * placing.visibleHeight() * documents::channelsOf(wish);
-  if (bytes == 0 || uint64_t{placing.width} * placing.height > kMostScaled) return;
+  const bool isDrawnWhole = kind == FileKind::kSvg && placing.turn != documents::Turn::kNone;
+  if (bytes == 0 || (isDrawnWhole && uint64_t{placing.width} * placing.height > kMostDrawn)) return;
   const int descriptor = emptyFile();
   picture.writeRows(placing, wish.colour, descriptor);
   require(static_cast<uint64_t>(lseek(descriptor, 0, SEEK_END)) == bytes, "all rows");

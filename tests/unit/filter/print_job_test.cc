@@ -169,6 +169,24 @@ TEST(PrintJobTest, FrameAndInvertingReachThePage) {
   EXPECT_NE(log.find("WARN:The page is printed white on black"), std::string::npos);
 }
 
+TEST(PrintJobTest, ColourSpaceThatNobodyKnowsIsTold) {
+  const model::RasterPage page = rasterPage(8, 8, 1);
+  for (const uint32_t space : {64U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+    cups_page_header2_t header = headerOf(page);
+    std::memcpy(&header.cupsColorSpace, &space, sizeof space);
+    const World world;
+    const FilterEnvironment environment = world.environment();
+    PrintJob job({}, environment);
+    ASSERT_EQ(job.startPage(header), Outcome::proceed);
+    EXPECT_EQ(world.log.text().rfind("WARN:The page's cupsColorSpace is " +
+                                         std::to_string(static_cast<int>(space)) +
+                                         " instead of K (3), it may print inverted!\n",
+                                     0),
+              0U)
+        << world.log.text();
+  }
+}
+
 TEST(PrintJobTest, PageThatCannotBePrintedEndsTheJobInItsOwnLog) {
   model::RasterPage page = rasterPage(8, 8, 1);
   page.bitsPerPixel = 1;
