@@ -10,6 +10,7 @@
 #include "app/state_file.h"
 
 // In place of libcups's function of that name, for PAPPL as well.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the library's own
 extern "C" __attribute__((visibility("default"))) int cupsSetServerCredentials(const char* /*path*/,
                                                                                const char* name,
                                                                                int isMade) {
