@@ -27,6 +27,13 @@ async function closeQuietly(proof, page) {
   await proof.page.context().close();
 }
 
+// Where a dot of a turned page lies in the page as it was, by the switches that turn it.
+function waysOf(width, rows) {
+  return { "mirror": (x, y) => [width - 1 - x, y],
+    "half-turn": (x, y) => [width - 1 - x, rows - 1 - y],
+    "mirror half-turn": (x, y) => [x, rows - 1 - y] };
+}
+
 // Sets the switches of the page; those that are not named are off.
 async function setWay(proof, ...ids) {
   for (const id of ["mirror", "half-turn", "invert"])
@@ -345,8 +352,7 @@ describe("a small page by mouse and keys", () => {
 
   test("the page before lies as its dots do", async () => {
     const { inkWidth: width, rows } = page;
-    const lies = { "mirror": (x, y) => [width - 1 - x, y], "half-turn": (x, y) =>
-      [width - 1 - x, rows - 1 - y], "mirror half-turn": (x, y) => [x, rows - 1 - y] };
+    const lies = waysOf(width, rows);
     await proof.keys("#divider", "End");
     const box = await proof.page.locator("#page").boundingBox();
     for (const [ids, place] of Object.entries(lies)) {
@@ -625,9 +631,7 @@ test("a page before that is half as large lies as its dots do", async () => {
   const page = config.shrunk;
   const { width, rows } = page;
   const ink = fs.readFileSync(page.ink);
-  const lies = { "": (x, y) => [x, y], "mirror": (x, y) => [width - 1 - x, y],
-    "half-turn": (x, y) => [width - 1 - x, rows - 1 - y],
-    "mirror half-turn": (x, y) => [x, rows - 1 - y] };
+  const lies = { "": (x, y) => [x, y], ...waysOf(width, rows) };
   const proof = await openProof(page, DESKTOP);
   assert.match(await textOf(proof, "#notes"), /reduced to 1\/2\./);
   await proof.keys("#divider", "End");
