@@ -76,7 +76,10 @@ class Scheduler:
         self.files = self.base / "cups-files.conf"
         self.files.write_text(CUPS_FILES.format(base=self.base), encoding="utf-8")
         (self.base / "cupsd.conf").write_text(CUPSD.format(base=self.base), encoding="utf-8")
-        self.environment = {**os.environ, "CUPS_SERVER": str(self.base / "socket"), "LC_ALL": "C"}
+        # Where no printer application of this machine is found.
+        nowhere = {"SNAP_COMMON": str(self.base), "TMPDIR": str(self.base)}
+        self.environment = {**os.environ, **nowhere, "CUPS_SERVER": str(self.base / "socket"),
+                            "LC_ALL": "C"}
         self.process = None
 
     def start(self):
